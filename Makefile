@@ -1,0 +1,44 @@
+# The README's commands. `make test` builds and runs every test three times:
+# a plain build, one under AddressSanitizer and UndefinedBehaviorSanitizer,
+# and one under ThreadSanitizer for the threaded code.
+BUILD ?= build
+JOBS ?= $(shell nproc)
+CTEST_FLAGS ?= --output-on-failure -j $(JOBS)
+
+.PHONY: all deps build test test-normal test-asan test-tsan bench clean
+
+all: build
+
+deps:
+	@cmake/install_deps.sh
+
+$(BUILD)/%/build.ninja: | deps
+	cmake -S . -B $(BUILD)/$* -G Ninja $(CMAKE_ARGS_$*)
+
+CMAKE_ARGS_normal = -DCMAKE_BUILD_TYPE=RelWithDebInfo
+CMAKE_ARGS_asan = -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=address,undefined -DZEL_BUILD_BENCH=OFF
+CMAKE_ARGS_tsan = -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=thread -DZEL_BUILD_BENCH=OFF
+
+build: $(BUILD)/normal/build.ninja
+	cmake --build $(BUILD)/normal -j $(JOBS)
+
+test: test-normal test-asan test-tsan
+
+test-normal: $(BUILD)/normal/build.ninja
+	cmake --build $(BUILD)/normal -j $(JOBS)
+	cd $(BUILD)/normal && ctest $(CTEST_FLAGS)
+
+test-asan: $(BUILD)/asan/build.ninja
+	cmake --build $(BUILD)/asan -j $(JOBS)
+	cd $(BUILD)/asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest $(CTEST_FLAGS)
+
+test-tsan: $(BUILD)/tsan/build.ninja
+	cmake --build $(BUILD)/tsan -j $(JOBS)
+	cd $(BUILD)/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest $(CTEST_FLAGS)
+
+bench: build
+	@for b in $(BUILD)/normal/bin/bench_*; do $$b; done
+
+clean:
+	rm -rf $(BUILD)
