@@ -39,7 +39,7 @@ struct ZELCdrStream {
     uint16_t encapsulationKind;
     uint16_t encapsulationOptions;
     ZELBoolean skipSentinel;       /* the next parameter list omits its sentinel */
-    ZELBoolean dirty;              /* contents changed since last reset */
+    ZELBoolean dirty;              /* set by ZELCdrStream_clear: the buffer is being refilled */
 };
 
 /* A parameter header as read or to be patched. */
@@ -54,8 +54,13 @@ struct ZELCdrParameterHeader {
 
 /* ---- set-up ---- */
 
+/* Encapsulation kind and options start at 0 (CDR big-endian, no options),
+ * whatever `byteOrder` says; both flags false. */
 VURNCORE_API void ZELCdrStream_init(struct ZELCdrStream *self, char *buffer, uint32_t length,
                                     enum ZELCdrByteOrder byteOrder);
+/* Zero-fills the whole buffer, puts position and origin back to the start and
+ * sets `dirty` (a scratch stream about to be refilled, e.g. for a key hash). */
+VURNCORE_API void ZELCdrStream_clear(struct ZELCdrStream *self);
 /* Position and origin back to the start of the buffer. */
 VURNCORE_API void ZELCdrStream_resetPosition(struct ZELCdrStream *self);
 VURNCORE_API uint32_t ZELCdrStream_getCurrentPositionOffset(const struct ZELCdrStream *self);
@@ -66,17 +71,24 @@ VURNCORE_API ZELBoolean ZELCdrStream_setCurrentPositionOffset(struct ZELCdrStrea
 VURNCORE_API char *ZELCdrStream_resetAlignment(struct ZELCdrStream *self);
 VURNCORE_API void ZELCdrStream_restoreAlignBase(struct ZELCdrStream *self, char *alignBase);
 
-/* Pads with zero octets (write) or skips (read) to a multiple of `alignment`
- * relative to the origin. */
+/* Moves the position to a multiple of `alignment` (a power of two up to 8)
+ * relative to the origin, leaving the skipped octets as they are: the form
+ * for reading and skipping. */
 VURNCORE_API ZELBoolean ZELCdrStream_align(struct ZELCdrStream *self, uint32_t alignment);
+/* The same for writing: the skipped octets are set to zero, so that no stale
+ * octet of a reused buffer goes out. Every serialize operation pads this way. */
+VURNCORE_API ZELBoolean ZELCdrStream_pad(struct ZELCdrStream *self, uint32_t alignment);
 
 /* Encapsulation header: identifier (2 octets, most significant first) and the
  * stream's two option octets; the byte order follows the identifier (even
- * big-endian, odd little-endian). */
+ * big-endian, odd little-endian). Only identifiers 0 to 3 are known; others
+ * fail. Neither moves the origin: the caller makes the octet after the header
+ * the origin of the sample (ZELCdrStream_resetAlignment). */
 VURNCORE_API ZELBoolean ZELCdrStream_serializeEncapsulation(struct ZELCdrStream *self, uint16_t encapsulationId);
 VURNCORE_API ZELBoolean ZELCdrStream_deserializeEncapsulation(struct ZELCdrStream *self, uint16_t *encapsulationId);
 
-/* ---- primitives (aligned to their size, in the stream's byte order) ---- */
+/* ---- primitives (aligned to their size, in the stream's byte order) ----
+ * `size` is 1, 2, 4 or 8; any other size fails. */
 
 VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitive(struct ZELCdrStream *self, const void *value, uint32_t size);
 VURNCORE_API ZELBoolean ZELCdrStream_deserializePrimitive(struct ZELCdrStream *self, void *value, uint32_t size);
@@ -90,28 +102,87 @@ VURNCORE_API ZELBoolean ZELCdrStream_skipPrimitiveArray(struct ZELCdrStream *sel
                                                         uint32_t elementSize);
 
 /* ---- strings: 32-bit length including the NUL, the characters, the NUL.
- * `maximumLength` counts the NUL (bound + 1); longer strings fail. ---- */
+ * `maximumLength` counts the NUL (bound + 1; UINT32_MAX when unbounded);
+ * longer strings fail, and so does a NULL string. A reader also refuses a
+ * length of 0 and a string whose last octet is not NUL. ---- */
 
 VURNCORE_API ZELBoolean ZELCdrStream_serializeString(struct ZELCdrStream *self, const char *string,
                                                      uint32_t maximumLength);
-/* Into a buffer of at least `maximumLength` octets. */
+/* Into a buffer of at least `maximumLength` octets (or at least the incoming
+ * length, when the caller knows it). */
 VURNCORE_API ZELBoolean ZELCdrStream_deserializeString(struct ZELCdrStream *self, char *string,
                                                        uint32_t maximumLength);
 VURNCORE_API ZELBoolean ZELCdrStream_skipString(struct ZELCdrStream *self, uint32_t maximumLength);
 
-/* ---- sequence lengths (a sequence is its 32-bit count then elements) ---- */
+/* ---- sequences: the 32-bit count then the elements. `maximumLength` is the
+ * bound (UINT32_MAX when unbounded); a count above it fails. ---- */
 
 VURNCORE_API ZELBoolean ZELCdrStream_serializeSequenceLength(struct ZELCdrStream *self, uint32_t length,
                                                              uint32_t maximumLength);
 VURNCORE_API ZELBoolean ZELCdrStream_deserializeSequenceLength(struct ZELCdrStream *self, uint32_t *length,
                                                                uint32_t maximumLength);
 
+/* The caller's storage for a sequence being read: gives room for `length`
+ * contiguous elements (setting the sequence's length) and stores the first
+ * through `elements` (which may stay NULL when `length` is 0); returns false
+ * when it cannot, and the deserialization fails. `sequence` is passed through
+ * as given. */
+typedef ZELBoolean (*ZELCdrStreamReserveFunction)(void *sequence, uint32_t length, void **elements);
+/* Element operations of non-primitive sequences; `param` is passed through. */
+typedef ZELBoolean (*ZELCdrStreamSerializeFunction)(struct ZELCdrStream *stream, const void *element,
+                                                    void *param);
+typedef ZELBoolean (*ZELCdrStreamDeserializeFunction)(struct ZELCdrStream *stream, void *element, void *param);
+typedef ZELBoolean (*ZELCdrStreamSkipFunction)(struct ZELCdrStream *stream, void *param);
+
+/* Elements of `elementSize` octets (1, 2, 4 or 8) in the stream's byte order,
+ * aligned once after the count. A reader checks that the announced elements
+ * fit in the remainder before it asks for storage. */
+VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitiveSequence(struct ZELCdrStream *self, const void *elements,
+                                                                uint32_t length, uint32_t maximumLength,
+                                                                uint32_t elementSize);
+VURNCORE_API ZELBoolean ZELCdrStream_deserializePrimitiveSequence(struct ZELCdrStream *self, void *sequence,
+                                                                  ZELCdrStreamReserveFunction reserve,
+                                                                  uint32_t maximumLength, uint32_t elementSize);
+VURNCORE_API ZELBoolean ZELCdrStream_skipPrimitiveSequence(struct ZELCdrStream *self, uint32_t maximumLength,
+                                                           uint32_t elementSize);
+
+/* Elements are strings (char *), each bounded by `maximumStringLength` (bound
+ * + 1, as for single strings). A reader keeps an element's current string
+ * when the incoming one fits in it (its strlen + 1 octets) and otherwise
+ * replaces it with a new DDS_String_alloc string (freeing the old one with
+ * DDS_String_free); out of heap fails. */
+VURNCORE_API ZELBoolean ZELCdrStream_serializeStringSequence(struct ZELCdrStream *self, char *const *elements,
+                                                             uint32_t length, uint32_t maximumLength,
+                                                             uint32_t maximumStringLength);
+VURNCORE_API ZELBoolean ZELCdrStream_deserializeStringSequence(struct ZELCdrStream *self, void *sequence,
+                                                               ZELCdrStreamReserveFunction reserve,
+                                                               uint32_t maximumLength, uint32_t maximumStringLength);
+VURNCORE_API ZELBoolean ZELCdrStream_skipStringSequence(struct ZELCdrStream *self, uint32_t maximumLength,
+                                                        uint32_t maximumStringLength);
+
+/* Elements of `elementSize` octets apart, each written, read or skipped by
+ * the callback with `param`; the stream does no alignment of its own besides
+ * the count's. */
+VURNCORE_API ZELBoolean ZELCdrStream_serializeNonPrimitiveSequence(struct ZELCdrStream *self, const void *elements,
+                                                                   uint32_t length, uint32_t maximumLength,
+                                                                   uint32_t elementSize,
+                                                                   ZELCdrStreamSerializeFunction serializeElement,
+                                                                   void *param);
+VURNCORE_API ZELBoolean ZELCdrStream_deserializeNonPrimitiveSequence(
+        struct ZELCdrStream *self, void *sequence, ZELCdrStreamReserveFunction reserve, uint32_t maximumLength,
+        uint32_t elementSize, ZELCdrStreamDeserializeFunction deserializeElement, void *param);
+VURNCORE_API ZELBoolean ZELCdrStream_skipNonPrimitiveSequence(struct ZELCdrStream *self, uint32_t maximumLength,
+                                                              ZELCdrStreamSkipFunction skipElement, void *param);
+
 /* ---- parameter lists ---- */
 
 /* Writes a header for member `id` at the next 4-octet boundary: the short
- * form, or with `extended` the extended form (0x3f01|must-understand,
- * length 8, 32-bit id, 32-bit length). The length is patched afterwards by
- * ZELCdrStream_serializeParameterLength. */
+ * form (16-bit id with the must-understand flag 0x4000 when asked, 16-bit
+ * length), or with `extended` the extended form (0x3f01|must-understand,
+ * length 8, 32-bit id with the must-understand flag 0x40000000 when asked,
+ * 32-bit length). The length is patched afterwards by
+ * ZELCdrStream_serializeParameterLength. Fails for an id that does not fit
+ * the form (short: above 0x3f00; extended: above 0x0fffffff). */
 VURNCORE_API ZELBoolean ZELCdrStream_serializeParameterHeader(struct ZELCdrStream *self,
                                                               struct ZELCdrParameterHeader *header, uint32_t id,
                                                               ZELBoolean mustUnderstand, ZELBoolean extended);
@@ -122,7 +193,11 @@ VURNCORE_API ZELBoolean ZELCdrStream_serializeParameterLength(struct ZELCdrStrea
                                                               struct ZELCdrParameterHeader *header);
 /* The sentinel: id 0x3f02 with must-understand, length 0. */
 VURNCORE_API ZELBoolean ZELCdrStream_serializeSentinel(struct ZELCdrStream *self);
-/* Reads a header (either form) at the next 4-octet boundary. */
+/* Reads a header (either form) at the next 4-octet boundary, returning the
+ * id with its flag bits masked off (short: 0x3fff; extended: 0x0fffffff) and
+ * must-understand apart. Fails when the announced length runs past the end
+ * of the buffer. Ending the list at 0x3f02 and skipping 0x3f03 is the
+ * caller's loop. */
 VURNCORE_API ZELBoolean ZELCdrStream_deserializeParameterHeader(struct ZELCdrStream *self,
                                                                 struct ZELCdrParameterHeader *header);
 /* Moves to the octet after the parameter's announced length. */
@@ -131,7 +206,7 @@ VURNCORE_API ZELBoolean ZELCdrStream_moveToNextParameterHeader(struct ZELCdrStre
 
 /* ---- MD5 ---- */
 
-/* MD5 digest of `length` octets. */
+/* MD5 digest (RFC 1321) of `length` octets. */
 VURNCORE_API void ZELCdrStream_computeMD5OfBuffer(const void *data, uint32_t length, unsigned char digest[16]);
 /* MD5 digest of the stream's octets from its buffer start to the current position. */
 VURNCORE_API void ZELCdrStream_computeMD5(const struct ZELCdrStream *self, unsigned char digest[16]);
