@@ -56,15 +56,24 @@ struct ZELCdrMember {
 };
 
 /* Values the engine computes once per type and keeps (zero-initialized
- * storage that the descriptor points to; filled under a lock on first use). */
+ * storage that the descriptor points to; filled under a lock on first use,
+ * `state` read and written atomically by the engine only). */
 struct ZELCdrTypeCache {
-    volatile int32_t state;                /* 0 not computed, 1 computed */
+    int32_t state;                         /* 0 not computed, 1 computed */
     uint32_t maxSerializedSize;            /* from alignment 0, no encapsulation */
     uint32_t minSerializedSize;
     uint32_t maxSerializedKeySize;         /* key stream: short headers, no encapsulation */
     ZELBoolean usesExtendedHeaders;        /* maxSerializedSize >= 65536 */
 };
 
+/* Conventions the engine relies on:
+ * - a sequence's element descriptor has `sequenceElementType` (the sequence
+ *   operations make, free and copy elements with it);
+ * - a non-NULL string member of bound N holds N + 1 octets whatever its
+ *   length (initialize allocates it so, copy and deserialize keep it so);
+ *   strings that are elements of sequences hold at least strlen + 1;
+ * - a key member whose struct type has key members of its own contributes
+ *   only those; otherwise all of it is key. */
 struct ZELCdrTypeDesc {
     enum ZELCdrTypeKind kind;
     const char *name;                      /* scoped IDL name ("DDSMonitoring::Duration_t"); NULL when anonymous */
@@ -101,6 +110,7 @@ VURNCORE_API extern const struct ZELCdrTypeDesc ZELCdrType_g_longlong;
 VURNCORE_API extern const struct ZELCdrTypeDesc ZELCdrType_g_ulonglong;
 VURNCORE_API extern const struct ZELCdrTypeDesc ZELCdrType_g_float;
 VURNCORE_API extern const struct ZELCdrTypeDesc ZELCdrType_g_double;
+VURNCORE_API extern const struct ZELCdrTypeDesc ZELCdrType_g_string;
 
 /* The 16-octet key hash of an instance. */
 struct DDS_KeyHash_t {
