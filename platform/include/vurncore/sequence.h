@@ -49,8 +49,15 @@ struct ZELSequence {
     ZEL_SEQUENCE_FIELDS(void);
 };
 
-/* What a sequence needs to know of its elements. initialize may fail (out of
- * heap) and then leaves nothing to finalize; copy fails likewise. */
+/* What a sequence needs to know of its elements.
+ * - initialize is given zero-filled storage; it may fail (out of heap) and
+ *   then leaves nothing to finalize. NULL: zero-filled storage is an
+ *   initialized element.
+ * - finalize releases what the element holds. NULL: nothing to release.
+ * - copy copies `src` into the initialized element `dst`; when it fails
+ *   `dst` is still an element to finalize. NULL: the element is plain memory
+ *   and is copied with memcpy (finalize is then NULL too).
+ * Elements are relocatable: the sequence may move them bit for bit. */
 struct ZELSequenceElementType {
     size_t size;
     DDS_Boolean (*initialize)(void *element, const struct DDS_TypeAllocationParams_t *params);
@@ -60,7 +67,35 @@ struct ZELSequenceElementType {
 
 /* The generic operations. `context` is the typed operation's name, used as
  * the context of every log line. Failures log and return DDS_BOOLEAN_FALSE,
- * NULL or 0 as the typed operation documents. */
+ * NULL or 0 as the typed operation documents, and leave the sequence as it
+ * was, with nothing leaked.
+ *
+ * Ownership. An owned sequence keeps its elements in one contiguous heap
+ * array of `_maximum` elements, every one of them initialized with the
+ * element allocation parameters (those past the length too: changing the
+ * length within the maximum never allocates, and elements coming back into
+ * the length keep their last values). A loaned sequence uses the caller's
+ * storage, contiguous or through an array of element pointers, and never
+ * initializes, finalizes or frees it.
+ *
+ * - initialize: the empty owned sequence (it frees nothing it held).
+ * - finalize: finalizes and frees the buffer and leaves the empty owned
+ *   sequence. A loaned sequence is refused ("buffer must not be loaned"):
+ *   the loan must be returned first, so that its owner gets it back.
+ * - set_maximum (owned only): a new buffer of exactly new_max elements; the
+ *   first min(old, new) elements move over, the length is cut to new_max.
+ * - set_length: within the maximum only; no element is touched.
+ * - ensure_length: sets the length, first growing an owned buffer to `max`
+ *   when the length exceeds the current maximum (0 <= length <= max).
+ * - copy: makes self a copy of src; an owned self too small grows to exactly
+ *   the source length, a loaned one is refused. copy_no_alloc refuses when
+ *   the maximum is below the source length. Elements are copied aside first
+ *   and swapped in, so a failing element copy changes nothing.
+ * - from_array / to_array: copy `length` elements in / at most `length`
+ *   elements out (to initialized array elements).
+ * - loan_contiguous / loan_discontiguous: only on an owned sequence of
+ *   maximum 0; unloan gives back the empty owned sequence (tokens cleared).
+ * - Operations that only read treat a never-initialized sequence as empty. */
 VURNCORE_API DDS_Boolean ZELSequence_initialize(struct ZELSequence *self, const char *context);
 VURNCORE_API DDS_Boolean ZELSequence_finalize(struct ZELSequence *self, const struct ZELSequenceElementType *type,
                                               const char *context);
