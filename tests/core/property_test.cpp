@@ -1,0 +1,187 @@
+// The PropertyQosPolicy and its helpers.
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "heap_check.h"
+#include "log_capture.h"
+#include "vurnc/dds_property.h"
+
+namespace {
+
+using PropertyTest = zeltest::HeapCheckedTest;
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+
+Pairs pairsOf(const DDS_PropertyQosPolicy &policy) {
+    Pairs pairs;
+    DDS_PropertyQosPolicy &mutablePolicy = const_cast<DDS_PropertyQosPolicy &>(policy);
+    for (DDS_Long i = 0; i < DDS_PropertyQosPolicyHelper_get_number_of_properties(&policy); ++i) {
+        const DDS_Property_t *property = DDS_PropertySeq_get_reference(&mutablePolicy.value, i);
+        pairs.emplace_back(property->name, property->value);
+    }
+    return pairs;
+}
+
+// Builds a policy with heap failures disarmed, then arms the n-th allocation
+// so that only the operation under test meets it.
+void buildPolicy(DDS_PropertyQosPolicy *policy, const Pairs &pairs, long n) {
+    ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+    ASSERT_TRUE(DDS_PropertyQosPolicy_initialize(policy));
+    for (const auto &[name, value] : pairs) {
+        ASSERT_EQ(DDS_PropertyQosPolicyHelper_add_property(policy, name.c_str(), value.c_str(), DDS_BOOLEAN_FALSE),
+                  DDS_RETCODE_OK);
+    }
+    ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
+}
+
+TEST_F(PropertyTest, HelpersAddLookUpReplaceAndRemoveKeepingTheOrder) {
+    DDS_PropertyQosPolicy policy = DDS_PROPERTY_QOS_POLICY_DEFAULT;
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "a", "1", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "b", "2", DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "c", "", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "b", "other", DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_EQ(pairsOf(policy), (Pairs{{"a", "1"}, {"b", "2"}, {"c", ""}}));
+
+    const DDS_Property_t *b = DDS_PropertyQosPolicyHelper_lookup_property(&policy, "b");
+    ASSERT_NE(b, nullptr);
+    EXPECT_STREQ(b->value, "2");
+    EXPECT_TRUE(b->propagate);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_lookup_property(&policy, "B"), nullptr);  // names are case-sensitive
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_lookup_property(&policy, "d"), nullptr);
+
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_assert_property(&policy, "b", "22", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_FALSE(DDS_PropertyQosPolicyHelper_lookup_property(&policy, "b")->propagate);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_assert_property(&policy, "d", "4", DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
+    EXPECT_EQ(pairsOf(policy), (Pairs{{"a", "1"}, {"b", "22"}, {"c", ""}, {"d", "4"}}));
+
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_remove_property(&policy, "a"), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_remove_property(&policy, "c"), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_remove_property(&policy, "c"), DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_EQ(pairsOf(policy), (Pairs{{"b", "22"}, {"d", "4"}}));
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_lookup_property(&policy, "a"), nullptr);
+
+    // A freed place is taken again by the next property, at the end.
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "e", "5", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "a", "6", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_EQ(pairsOf(policy), (Pairs{{"b", "22"}, {"d", "4"}, {"e", "5"}, {"a", "6"}}));
+    EXPECT_TRUE(DDS_PropertyQosPolicy_finalize(&policy));
+}
+
+TEST_F(PropertyTest, ZeroFilledPolicyIsAnEmptyOne) {
+    DDS_PropertyQosPolicy policy;
+    std::memset(&policy, 0, sizeof policy);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_get_number_of_properties(&policy), 0);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_lookup_property(&policy, "a"), nullptr);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_remove_property(&policy, "a"), DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "a", "1", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_EQ(pairsOf(policy), (Pairs{{"a", "1"}}));
+    EXPECT_TRUE(DDS_PropertyQosPolicy_finalize(&policy));
+}
+
+TEST_F(PropertyTest, MissingArgumentsAreBadParameters) {
+    zeltest::LogCapture log;
+    DDS_PropertyQosPolicy policy = DDS_PROPERTY_QOS_POLICY_DEFAULT;
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(nullptr, "a", "1", DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, nullptr, "1", DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_assert_property(&policy, "a", nullptr, DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_remove_property(&policy, nullptr), DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_lookup_property(nullptr, "a"), nullptr);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_get_number_of_properties(nullptr), 0);
+    EXPECT_FALSE(DDS_PropertyQosPolicy_copy(&policy, nullptr));
+    EXPECT_FALSE(DDS_Property_t_initialize(nullptr));
+
+    const ZELLogMessage &bad = ZEL_LOG_BAD_PARAMETER_s;
+    const std::vector<zeltest::CapturedLine> expected = {
+            zeltest::expectedLine("DDS_PropertyQosPolicyHelper_add_property", bad, "bad parameter: policy\n"),
+            zeltest::expectedLine("DDS_PropertyQosPolicyHelper_add_property", bad, "bad parameter: name\n"),
+            zeltest::expectedLine("DDS_PropertyQosPolicyHelper_assert_property", bad, "bad parameter: value\n"),
+            zeltest::expectedLine("DDS_PropertyQosPolicyHelper_remove_property", bad, "bad parameter: name\n"),
+            zeltest::expectedLine("DDS_PropertyQosPolicyHelper_lookup_property", bad, "bad parameter: policy\n"),
+            zeltest::expectedLine("DDS_PropertyQosPolicy_copy", bad, "bad parameter: src\n"),
+            zeltest::expectedLine("DDS_Property_t_initialize", bad, "bad parameter: self\n"),
+    };
+    EXPECT_EQ(log.lines(), expected);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_get_number_of_properties(&policy), 0);
+}
+
+TEST_F(PropertyTest, PropertyInitializesToEmptyStringsAndCopiesByContent) {
+    DDS_Property_t property;
+    ASSERT_TRUE(DDS_Property_t_initialize(&property));
+    EXPECT_STREQ(property.name, "");
+    EXPECT_STREQ(property.value, "");
+    EXPECT_FALSE(property.propagate);
+
+    char name[] = "n";
+    DDS_Property_t source = {name, nullptr, DDS_BOOLEAN_TRUE};
+    ASSERT_TRUE(DDS_Property_t_copy(&property, &source));
+    EXPECT_STREQ(property.name, "n");
+    EXPECT_NE(property.name, name);
+    EXPECT_EQ(property.value, nullptr);
+    EXPECT_TRUE(property.propagate);
+    DDS_Property_t_finalize(&property);
+    EXPECT_EQ(property.name, nullptr);
+}
+
+TEST_F(PropertyTest, OutOfHeapWhileAddingLeavesThePolicyUnchanged) {
+    zeltest::LogCapture log;
+    const Pairs original{{"first", "1"}, {"second", "2"}};
+    long failures = 0;
+    const long calls = zeltest::forEachAllocationFailure([&](long n) {
+        DDS_PropertyQosPolicy policy;
+        buildPolicy(&policy, original, n);
+        const DDS_ReturnCode_t result =
+                DDS_PropertyQosPolicyHelper_add_property(&policy, "third", "3", DDS_BOOLEAN_TRUE);
+        if (result == DDS_RETCODE_OK) {
+            EXPECT_EQ(pairsOf(policy), (Pairs{{"first", "1"}, {"second", "2"}, {"third", "3"}}));
+        } else {
+            ++failures;
+            EXPECT_EQ(result, DDS_RETCODE_OUT_OF_RESOURCES);
+            EXPECT_EQ(pairsOf(policy), original);
+        }
+        EXPECT_TRUE(DDS_PropertyQosPolicy_finalize(&policy));
+    });
+    // Name, value, the doubled buffer and two empty strings for each new place.
+    EXPECT_EQ(calls, 8);
+    EXPECT_EQ(failures, 7);
+    EXPECT_TRUE(log.contains("DDS_PropertyQosPolicyHelper_add_property", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd,
+                             "out of heap: array of 6 elements of 1 octets\n"));
+}
+
+TEST_F(PropertyTest, OutOfHeapWhileReplacingOrCopyingLeavesThePolicyUnchanged) {
+    const Pairs original{{"a", "1"}, {"b", "2"}};
+    zeltest::forEachAllocationFailure([&](long n) {
+        DDS_PropertyQosPolicy policy;
+        buildPolicy(&policy, original, n);
+        if (DDS_PropertyQosPolicyHelper_assert_property(&policy, "b", "new", DDS_BOOLEAN_TRUE) == DDS_RETCODE_OK) {
+            EXPECT_EQ(pairsOf(policy), (Pairs{{"a", "1"}, {"b", "new"}}));
+        } else {
+            EXPECT_EQ(pairsOf(policy), original);
+        }
+        EXPECT_TRUE(DDS_PropertyQosPolicy_finalize(&policy));
+    });
+
+    zeltest::forEachAllocationFailure([&](long n) {
+        DDS_PropertyQosPolicy source;
+        DDS_PropertyQosPolicy copy;
+        buildPolicy(&source, original, 0);
+        buildPolicy(&copy, {{"old", "x"}}, n);
+        if (DDS_PropertyQosPolicy_copy(&copy, &source)) {
+            EXPECT_EQ(pairsOf(copy), original);
+            EXPECT_NE(DDS_PropertyQosPolicyHelper_lookup_property(&copy, "a")->name,
+                      DDS_PropertyQosPolicyHelper_lookup_property(&source, "a")->name);
+        } else {
+            EXPECT_EQ(pairsOf(copy), (Pairs{{"old", "x"}}));
+        }
+        EXPECT_TRUE(DDS_PropertyQosPolicy_finalize(&copy));
+        EXPECT_TRUE(DDS_PropertyQosPolicy_finalize(&source));
+    });
+}
+
+}  // namespace
