@@ -54,8 +54,10 @@ struct ZELEventThreadProperties {
 
 struct ZELEventActiveGenerator;
 
-/* Starts the generator's thread. clock and timer stay the caller's and must
- * outlive the generator. NULL on failure. */
+/* Starts the generator's thread and returns once it runs with its worker.
+ * clock and timer stay the caller's and must outlive the generator; the
+ * timer serves this one generator (its wake-ups are the generator's).
+ * NULL on failure. */
 VURNCORE_API struct ZELEventActiveGenerator *ZELEventActiveGenerator_new(
         struct REDAWorkerFactory *workerFactory, struct ZELHighResolutionClock *clock,
         struct ZELEventSmartTimer *timer, const struct ZELEventGeneratorListener *listener,
@@ -74,7 +76,8 @@ VURNCORE_API ZELBoolean ZELEventActiveGenerator_postEvent(struct ZELEventActiveG
 VURNCORE_API ZELBoolean ZELEventActiveGenerator_shutdown(struct ZELEventActiveGenerator *generator);
 
 /* Waits for the thread to end (shutting it down if needed) and frees the
- * generator. */
+ * generator. Called from the generator's own thread (a callback or
+ * onStopped) it cannot wait: it logs the failure and frees nothing. */
 VURNCORE_API void ZELEventActiveGenerator_delete(struct ZELEventActiveGenerator *generator);
 
 VURNCORE_API int ZELEventActiveGenerator_getPendingEventCount(struct ZELEventActiveGenerator *generator);
