@@ -299,6 +299,19 @@ TEST_F(SequenceTest, DiscontiguousLoanReachesElementsThroughTheirPointers) {
     EXPECT_TRUE(TestStringSeq_finalize(&owned));
     DDS_String_free(first);
     DDS_String_free(second);
+
+    // Plain values go element by element when one side is discontiguous.
+    DDS_Long low = 0;
+    DDS_Long high = 0;
+    DDS_Long *slots[2] = {&high, &low};
+    TestLongSeq scattered = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_TRUE(TestLongSeq_loan_discontiguous(&scattered, slots, 0, 2));
+    TestLongSeq values = longsOf({5, 6});
+    ASSERT_EQ(TestLongSeq_copy(&scattered, &values), &scattered);
+    EXPECT_EQ(high, 5);
+    EXPECT_EQ(low, 6);
+    EXPECT_TRUE(TestLongSeq_unloan(&scattered));
+    EXPECT_TRUE(TestLongSeq_finalize(&values));
 }
 
 TEST_F(SequenceTest, CopyGrowsAnOwnedDestinationExactlyAndCopiesStringsByContent) {

@@ -242,6 +242,11 @@ ZELSequence *copyI(ZELSequence *self, const ZELSequence *src, const ZELSequenceE
         return self;
     }
     if (type->copy == nullptr) {
+        if (self->_discontiguous_buffer == nullptr && src->_discontiguous_buffer == nullptr) {
+            std::memmove(self->_contiguous_buffer, src->_contiguous_buffer, type->size * count);
+            self->_length = count;
+            return self;
+        }
         for (DDS_UnsignedLong i = 0; i < count; ++i) {
             std::memcpy(elementAtI(self, type->size, i), elementAtI(src, type->size, i), type->size);
         }
