@@ -16,6 +16,9 @@ struct DDS_Property_t {
 };
 typedef struct DDS_Property_t DDS_Property_t;
 
+/* initialize gives empty strings (false when out of heap); finalize frees
+ * them; copy copies both texts (NULL stays NULL) before it changes `dst`, so
+ * on failure `dst` is unchanged. */
 VURNC_API DDS_Boolean DDS_Property_t_initialize(struct DDS_Property_t *self);
 VURNC_API void DDS_Property_t_finalize(struct DDS_Property_t *self);
 VURNC_API DDS_Boolean DDS_Property_t_copy(struct DDS_Property_t *dst, const struct DDS_Property_t *src);
@@ -40,9 +43,10 @@ VURNC_API DDS_Long DDS_PropertyQosPolicyHelper_get_number_of_properties(const st
 VURNC_API struct DDS_Property_t *DDS_PropertyQosPolicyHelper_lookup_property(
         const struct DDS_PropertyQosPolicy *policy, const char *name);
 
-/* Appends a property. BAD_PARAMETER for NULL arguments, PRECONDITION_NOT_MET
- * when a property of that name exists, OUT_OF_RESOURCES when out of heap
- * (the policy is then unchanged). */
+/* Appends a property, copying the texts. BAD_PARAMETER for NULL arguments
+ * (logged), PRECONDITION_NOT_MET when a property of that name exists (not
+ * logged), OUT_OF_RESOURCES when out of heap or when a loaned list is full
+ * (the policy is then unchanged). Names compare case-sensitively. */
 VURNC_API DDS_ReturnCode_t DDS_PropertyQosPolicyHelper_add_property(struct DDS_PropertyQosPolicy *policy,
                                                                     const char *name, const char *value,
                                                                     DDS_Boolean propagate);
