@@ -39,6 +39,23 @@ TEST(Md5Test, DigestsOfTheReferenceMessages) {
     }
 }
 
+// Lengths around the block and padding boundaries: 55 octets leave room for
+// the length in the same block, 56 do not.
+TEST(Md5Test, DigestsAtBlockBoundaries) {
+    const std::pair<size_t, const char *> vectors[] = {
+            {55, "ef1772b6dff9a122358552954ad0df65"},
+            {56, "3b0c8ac703f828b04c6c197006d17218"},
+            {64, "014842d480b571495a4a0363793f7367"},
+            {119, "8a7bd0732ed6a28ce75f6dabc90e1613"},
+    };
+    for (const auto &[length, expected] : vectors) {
+        const std::string message(length, 'a');
+        unsigned char digest[16];
+        ZELCdrStream_computeMD5OfBuffer(message.data(), static_cast<uint32_t>(length), digest);
+        EXPECT_EQ(hex(digest), expected) << length << " octets";
+    }
+}
+
 TEST(Md5Test, AStreamDigestCoversItsBufferUpToThePosition) {
     char buffer[64] = "message digest and more that is not written yet";
     ZELCdrStream stream;
