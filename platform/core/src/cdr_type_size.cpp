@@ -1,0 +1,349 @@
+// Serialized sizes of described types and samples, and the per-type cache
+// of the sizes that never change.
+#include <atomic>
+#include <cstring>
+#include <mutex>
+
+#include "cdr_type_engine.h"
+#include "vurncore/sequence.h"
+
+namespace zel::cdr {
+namespace {
+
+// Sizes beyond this are reported as is and no longer grow (no overflow of
+// the 64-bit sums, whatever the bounds).
+constexpr uint64_t kSaturated = uint64_t{1} << 40;
+
+std::mutex g_cacheMutex;  // guards the filling of every ZELCdrTypeCache
+
+uint64_t alignUpI(uint64_t alignment, uint32_t boundary) {
+    return (alignment + boundary - 1) & ~uint64_t{boundary - 1};
+}
+
+uint64_t primitiveSizeFromI(ZELCdrTypeKind kind, uint64_t alignment) {
+    const uint32_t size = ZELCdrType_primitiveSizeI(kind);
+    return alignUpI(alignment, size) + size;
+}
+
+// `count` elements whose size from an alignment is `sizeFrom(alignment)`.
+// The size of an element depends only on where it starts modulo 8, so once
+// the start comes back to the first element's, whole cycles repeat.
+template <typename SizeFrom>
+uint64_t repeatedSizeI(uint64_t alignment, uint64_t count, SizeFrom sizeFrom) {
+    const uint64_t start = alignment;
+    uint64_t done = 0;
+    while (done < count) {
+        alignment = sizeFrom(alignment);
+        ++done;
+        if (alignment >= kSaturated) {
+            return kSaturated;
+        }
+        if (alignment % 8 == start % 8) {
+            break;
+        }
+    }
+    if (done == count) {
+        return alignment;
+    }
+    const uint64_t cycle = alignment - start;
+    const uint64_t cycles = (count - done) / done;
+    if (cycle != 0 && cycles > kSaturated / cycle) {
+        return kSaturated;
+    }
+    alignment += cycles * cycle;
+    for (uint64_t i = (count - done) % done; i > 0; --i) {
+        alignment = sizeFrom(alignment);
+    }
+    return alignment < kSaturated ? alignment : kSaturated;
+}
+
+uint64_t maxElementsI(const ZELCdrTypeDesc *element, uint64_t count, uint64_t alignment, HeaderChoice &headers) {
+    if (count == 0) {
+        return alignment;
+    }
+    const ZELCdrTypeKind kind = ZELCdrType_resolveI(element)->kind;
+    if (ZELCdrType_isPrimitiveKindI(kind)) {
+        const uint32_t size = ZELCdrType_primitiveSizeI(kind);
+        return alignUpI(alignment, size) + count * size;
+    }
+    return repeatedSizeI(alignment, count, [&](uint64_t from) {
+        return ZELCdrType_maxSizeI(element, from, headers, KeyMode::all);
+    });
+}
+
+uint64_t minElementsI(const ZELCdrTypeDesc *element, uint64_t count, uint64_t alignment, HeaderChoice &headers) {
+    if (count == 0) {
+        return alignment;
+    }
+    return repeatedSizeI(alignment, count,
+                         [&](uint64_t from) { return ZELCdrType_minSizeI(element, from, headers); });
+}
+
+// Decides the header form on the first mutable level of a walk.
+void decideHeadersI(const ZELCdrTypeDesc *mutableType, HeaderChoice &headers) {
+    if (!headers.decided) {
+        headers.extended = ZELCdrType_usesExtendedHeadersI(mutableType);
+        headers.decided = true;
+    }
+}
+
+// Before a member of a list: its header.
+uint64_t parameterHeaderEndI(const ZELCdrTypeDesc *member, uint64_t alignment, const HeaderChoice &headers) {
+    const bool extended = headers.extended && !ZELCdrType_isPrimitiveKindI(ZELCdrType_resolveI(member)->kind);
+    return alignUpI(alignment, 4) + (extended ? kExtendedHeaderSize : kShortHeaderSize);
+}
+
+// A whole struct, its members sized by `memberSize(member, alignment, mode)`.
+template <typename MemberSize>
+uint64_t structSizeI(const ZELCdrTypeDesc *type, uint64_t alignment, HeaderChoice &headers, KeyMode mode,
+                     MemberSize memberSize) {
+    const bool keysOnly = mode != KeyMode::all && ZELCdrType_hasKeyMembersI(type);
+    const KeyMode memberMode = keysOnly ? mode : KeyMode::all;
+    const bool isMutable = type->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE;
+    if (isMutable) {
+        decideHeadersI(type, headers);
+    }
+    for (uint32_t i = 0; i < type->memberCount; ++i) {
+        const ZELCdrMember &member = type->members[i];
+        if (keysOnly && !member.isKey) {
+            continue;
+        }
+        if (isMutable) {
+            alignment = parameterHeaderEndI(member.type, alignment, headers);
+            // The parameter's length covers the padding to the next header.
+            alignment = alignUpI(memberSize(member, alignment, memberMode), 4);
+        } else {
+            alignment = memberSize(member, alignment, memberMode);
+        }
+        if (alignment >= kSaturated) {
+            return kSaturated;
+        }
+    }
+    return isMutable ? alignUpI(alignment, 4) + kSentinelSize : alignment;
+}
+
+uint64_t stringSizeFromI(uint64_t alignment, uint64_t characters) { return alignUpI(alignment, 4) + 4 + characters + 1; }
+
+uint64_t sampleElementsSizeI(const ZELCdrTypeDesc *element, const char *first, void *const *pointers,
+                             uint32_t count, uint64_t alignment, HeaderChoice &headers) {
+    if (count == 0) {
+        return alignment;
+    }
+    const ZELCdrTypeKind kind = ZELCdrType_resolveI(element)->kind;
+    if (ZELCdrType_isPrimitiveKindI(kind)) {
+        const uint32_t size = ZELCdrType_primitiveSizeI(kind);
+        return alignUpI(alignment, size) + uint64_t{count} * size;
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        const void *value = pointers != nullptr ? pointers[i] : first + size_t{i} * element->size;
+        alignment = ZELCdrType_sampleSizeI(element, alignment, headers, value);
+    }
+    return alignment;
+}
+
+ZELCdrTypeCache computeCacheI(const ZELCdrTypeDesc *structType) {
+    ZELCdrTypeCache values{};
+    HeaderChoice headers = undecidedHeaders();
+    if (structType->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE) {
+        // Measured with short headers: extended ones are needed from the
+        // size where a member might no longer fit a short header's length.
+        HeaderChoice shortOnes = shortHeaders();
+        const uint64_t shortMax = ZELCdrType_maxSizeI(structType, 0, shortOnes, KeyMode::all);
+        values.usesExtendedHeaders = shortMax >= ZEL_CDR_EXTENDED_HEADER_THRESHOLD ? ZEL_TRUE : ZEL_FALSE;
+        headers = HeaderChoice{true, values.usesExtendedHeaders != ZEL_FALSE};
+    }
+    HeaderChoice maxHeaders = headers;
+    values.maxSerializedSize = ZELCdrType_clampSizeI(ZELCdrType_maxSizeI(structType, 0, maxHeaders, KeyMode::all));
+    HeaderChoice minHeaders = headers;
+    values.minSerializedSize = ZELCdrType_clampSizeI(ZELCdrType_minSizeI(structType, 0, minHeaders));
+    HeaderChoice keyHeaders = shortHeaders();
+    values.maxSerializedKeySize =
+            ZELCdrType_clampSizeI(ZELCdrType_maxSizeI(structType, 0, keyHeaders, KeyMode::keys));
+    return values;
+}
+
+}  // namespace
+
+const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type) {
+    type = ZELCdrType_resolveI(type);
+    if (type->kind != ZEL_CDR_TK_STRUCT || type->cache == nullptr) {
+        return nullptr;
+    }
+    ZELCdrTypeCache *cache = type->cache;
+    std::atomic_ref<int32_t> state(cache->state);
+    if (state.load(std::memory_order_acquire) == 1) {
+        return cache;
+    }
+    // Computed outside the lock (it fills the caches of nested types); two
+    // threads may both compute, the first to store wins with equal values.
+    const ZELCdrTypeCache values = computeCacheI(type);
+    std::lock_guard<std::mutex> guard(g_cacheMutex);
+    if (state.load(std::memory_order_relaxed) == 0) {
+        cache->maxSerializedSize = values.maxSerializedSize;
+        cache->minSerializedSize = values.minSerializedSize;
+        cache->maxSerializedKeySize = values.maxSerializedKeySize;
+        cache->usesExtendedHeaders = values.usesExtendedHeaders;
+        state.store(1, std::memory_order_release);
+    }
+    return cache;
+}
+
+bool ZELCdrType_usesExtendedHeadersI(const ZELCdrTypeDesc *mutableType) {
+    const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(mutableType);
+    if (cache != nullptr) {
+        return cache->usesExtendedHeaders != ZEL_FALSE;
+    }
+    HeaderChoice shortOnes = shortHeaders();
+    return ZELCdrType_maxSizeI(mutableType, 0, shortOnes, KeyMode::all) >= ZEL_CDR_EXTENDED_HEADER_THRESHOLD;
+}
+
+uint64_t ZELCdrType_maxSizeI(const ZELCdrTypeDesc *type, uint64_t alignment, HeaderChoice &headers, KeyMode mode) {
+    switch (type->kind) {
+    case ZEL_CDR_TK_STRING:
+        return stringSizeFromI(alignment, type->bound != 0 ? type->bound : kUnboundedSize);
+    case ZEL_CDR_TK_SEQUENCE:
+        alignment = alignUpI(alignment, 4) + 4;
+        if (type->bound == 0) {
+            return alignment + kUnboundedSize;
+        }
+        return maxElementsI(type->element, type->bound, alignment, headers);
+    case ZEL_CDR_TK_ARRAY:
+        return maxElementsI(type->element, type->bound, alignment, headers);
+    case ZEL_CDR_TK_STRUCT:
+        return structSizeI(type, alignment, headers, mode,
+                           [&](const ZELCdrMember &member, uint64_t from, KeyMode memberMode) {
+                               return ZELCdrType_maxSizeI(member.type, from, headers, memberMode);
+                           });
+    case ZEL_CDR_TK_ALIAS:
+        return ZELCdrType_maxSizeI(type->element, alignment, headers, mode);
+    default:
+        return primitiveSizeFromI(type->kind, alignment);
+    }
+}
+
+uint64_t ZELCdrType_minSizeI(const ZELCdrTypeDesc *type, uint64_t alignment, HeaderChoice &headers) {
+    switch (type->kind) {
+    case ZEL_CDR_TK_STRING:
+        return stringSizeFromI(alignment, 0);
+    case ZEL_CDR_TK_SEQUENCE:
+        return alignUpI(alignment, 4) + 4;
+    case ZEL_CDR_TK_ARRAY:
+        return minElementsI(type->element, type->bound, alignment, headers);
+    case ZEL_CDR_TK_STRUCT:
+        return structSizeI(type, alignment, headers, KeyMode::all,
+                           [&](const ZELCdrMember &member, uint64_t from, KeyMode) {
+                               return ZELCdrType_minSizeI(member.type, from, headers);
+                           });
+    case ZEL_CDR_TK_ALIAS:
+        return ZELCdrType_minSizeI(type->element, alignment, headers);
+    default:
+        return primitiveSizeFromI(type->kind, alignment);
+    }
+}
+
+uint64_t ZELCdrType_sampleSizeI(const ZELCdrTypeDesc *type, uint64_t alignment, HeaderChoice &headers,
+                                const void *value) {
+    switch (type->kind) {
+    case ZEL_CDR_TK_STRING: {
+        const char *string = *static_cast<const char *const *>(value);
+        return stringSizeFromI(alignment, string != nullptr ? std::strlen(string) : 0);
+    }
+    case ZEL_CDR_TK_SEQUENCE: {
+        const auto *sequence = static_cast<const ZELSequence *>(value);
+        alignment = alignUpI(alignment, 4) + 4;
+        return sampleElementsSizeI(type->element, static_cast<const char *>(sequence->_contiguous_buffer),
+                                   sequence->_discontiguous_buffer, sequence->_length, alignment, headers);
+    }
+    case ZEL_CDR_TK_ARRAY:
+        return sampleElementsSizeI(type->element, static_cast<const char *>(value), nullptr, type->bound, alignment,
+                                   headers);
+    case ZEL_CDR_TK_STRUCT: {
+        const auto *base = static_cast<const char *>(value);
+        return structSizeI(type, alignment, headers, KeyMode::all,
+                           [&](const ZELCdrMember &member, uint64_t from, KeyMode) {
+                               return ZELCdrType_sampleSizeI(member.type, from, headers, base + member.offset);
+                           });
+    }
+    case ZEL_CDR_TK_ALIAS:
+        return ZELCdrType_sampleSizeI(type->element, alignment, headers, value);
+    default:
+        return primitiveSizeFromI(type->kind, alignment);
+    }
+}
+
+}  // namespace zel::cdr
+
+using namespace zel::cdr;
+
+namespace {
+
+// The value from `alignment` (or, with the encapsulation, the header plus
+// the value from the new origin); an invalid identifier measures nothing.
+template <typename ValueSize>
+uint32_t encapsulatedSizeI(const ZELCdrTypeDesc *type, DDS_Boolean includeEncapsulation, uint16_t encapsulationId,
+                           uint32_t currentAlignment, ValueSize valueSize) {
+    if (type == nullptr) {
+        return currentAlignment;
+    }
+    if (!includeEncapsulation) {
+        return ZELCdrType_clampSizeI(valueSize(uint64_t{currentAlignment}));
+    }
+    uint16_t written = 0;
+    if (!ZELCdrType_encapsulationIdForI(type, encapsulationId, &written)) {
+        return currentAlignment;
+    }
+    return ZELCdrType_clampSizeI(uint64_t{currentAlignment} + ZEL_CDR_ENCAPSULATION_HEADER_SIZE + valueSize(0));
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t ZELCdrType_getSerializedSampleMaxSize(const ZELCdrTypeDesc *type, DDS_Boolean includeEncapsulation,
+                                               uint16_t encapsulationId, uint32_t currentAlignment) {
+    return encapsulatedSizeI(type, includeEncapsulation, encapsulationId, currentAlignment, [&](uint64_t from) {
+        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
+        if (cache != nullptr && from % 8 == 0) {
+            return from + cache->maxSerializedSize;
+        }
+        HeaderChoice headers = undecidedHeaders();
+        return ZELCdrType_maxSizeI(type, from, headers, KeyMode::all);
+    });
+}
+
+uint32_t ZELCdrType_getSerializedSampleMinSize(const ZELCdrTypeDesc *type, DDS_Boolean includeEncapsulation,
+                                               uint16_t encapsulationId, uint32_t currentAlignment) {
+    return encapsulatedSizeI(type, includeEncapsulation, encapsulationId, currentAlignment, [&](uint64_t from) {
+        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
+        if (cache != nullptr && from % 8 == 0) {
+            return from + cache->minSerializedSize;
+        }
+        HeaderChoice headers = undecidedHeaders();
+        return ZELCdrType_minSizeI(type, from, headers);
+    });
+}
+
+uint32_t ZELCdrType_getSerializedSampleSize(const ZELCdrTypeDesc *type, DDS_Boolean includeEncapsulation,
+                                            uint16_t encapsulationId, uint32_t currentAlignment, const void *sample) {
+    if (sample == nullptr) {
+        return currentAlignment;
+    }
+    return encapsulatedSizeI(type, includeEncapsulation, encapsulationId, currentAlignment, [&](uint64_t from) {
+        HeaderChoice headers = undecidedHeaders();
+        return ZELCdrType_sampleSizeI(type, from, headers, sample);
+    });
+}
+
+uint32_t ZELCdrType_getSerializedKeyMaxSize(const ZELCdrTypeDesc *type, DDS_Boolean includeEncapsulation,
+                                            uint16_t encapsulationId, uint32_t currentAlignment) {
+    return encapsulatedSizeI(type, includeEncapsulation, encapsulationId, currentAlignment, [&](uint64_t from) {
+        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
+        if (cache != nullptr && from % 8 == 0) {
+            return from + cache->maxSerializedKeySize;
+        }
+        HeaderChoice headers = shortHeaders();
+        return ZELCdrType_maxSizeI(type, from, headers, KeyMode::keys);
+    });
+}
+
+}  // extern "C"
