@@ -1,0 +1,122 @@
+// Keys: the key stream, key copies and instance key hashes.
+#include "engine_test_support.h"
+#include "heap_check.h"
+#include "test_types.h"
+
+namespace typetest {
+namespace {
+
+class TypeKeyTest : public zeltest::HeapCheckedTest {};
+
+const char *const kTopicKeyList =
+        "00 00 00 10 | 00 00 00 01 00 00 00 02 00 00 00 03 00 00 00 04 |"
+        "00 01 00 08 | 00 00 00 05 00 00 00 06 | 7f 02 00 00";
+
+void fill(TopicLike &s) {
+    s.key = Key16{{1, 2, 3, 4}};
+    s.period = DurationLike{5, 6};
+    s.count = 7;
+    setText(s.name, "t");
+}
+
+Octets hashOf(const DDS_KeyHash_t &keyHash) {
+    EXPECT_EQ(keyHash.length, 16u);
+    return Octets(keyHash.value, keyHash.value + 16);
+}
+
+// The key hash as the endpoint computes it, with a stream of the key's
+// maximum size (at least 16 octets), whatever it held before.
+Octets instanceKeyHash(const ZELCdrTypeDesc *type, const void *sample) {
+    const uint32_t size = ZELCdrType_getSerializedKeyMaxSize(type, DDS_BOOLEAN_FALSE, 0, 0);
+    Buffer md5(size < 16 ? 16 : size, ZEL_CDR_LITTLE_ENDIAN);
+    std::memset(md5.stream.buffer, 0xee, md5.stream.bufferLength);
+    DDS_KeyHash_t keyHash{};
+    EXPECT_TRUE(ZELCdrType_instanceToKeyHash(type, &md5.stream, &keyHash, sample));
+    return hashOf(keyHash);
+}
+
+TEST_F(TypeKeyTest, KeyStreamHoldsKeyMembersOnlyWithShortHeaders) {
+    Sample<TopicLike> sample(&TopicLike_desc);
+    fill(sample.value);
+    Buffer bare;
+    ASSERT_TRUE(ZELCdrType_serializeKey(&TopicLike_desc, &sample.value, &bare.stream, DDS_BOOLEAN_FALSE, 0,
+                                        DDS_BOOLEAN_TRUE));
+    EXPECT_EQ(bare.written(), hex(kTopicKeyList));
+    EXPECT_EQ(ZELCdrType_getSerializedKeyMaxSize(&TopicLike_desc, DDS_BOOLEAN_FALSE, 0, 0), 36u);
+
+    Buffer encapsulated;
+    ASSERT_TRUE(ZELCdrType_serializeKey(&TopicLike_desc, &sample.value, &encapsulated.stream, DDS_BOOLEAN_TRUE, 0,
+                                        DDS_BOOLEAN_TRUE));
+    EXPECT_EQ(encapsulated.written(), hex(std::string("00 02 00 00 |") + kTopicKeyList));
+
+    // Read back into a key holder: the key members only.
+    Sample<TopicLike> holder(&TopicLike_desc);
+    Buffer read(encapsulated.written());
+    ASSERT_TRUE(ZELCdrType_deserializeKey(&TopicLike_desc, &holder.value, &read.stream, DDS_BOOLEAN_TRUE,
+                                          DDS_BOOLEAN_TRUE));
+    EXPECT_EQ(holder.value.key.value[3], 4);
+    EXPECT_EQ(holder.value.period.nanosec, 6u);
+    EXPECT_EQ(holder.value.count, 0);
+}
+
+TEST_F(TypeKeyTest, KeyHashIsTheDigestOfTheKeyListAndTellsPeriodsApart) {
+    Sample<TopicLike> sample(&TopicLike_desc);
+    fill(sample.value);
+    EXPECT_EQ(instanceKeyHash(&TopicLike_desc, &sample.value), hex("cf38411ac056d7ba6e81a0f0df844388"));
+    // Non-key members do not count; the period does.
+    sample.value.count = 99;
+    setText(sample.value.name, "other");
+    EXPECT_EQ(instanceKeyHash(&TopicLike_desc, &sample.value), hex("cf38411ac056d7ba6e81a0f0df844388"));
+    sample.value.period.nanosec = 7;
+    EXPECT_EQ(instanceKeyHash(&TopicLike_desc, &sample.value), hex("3c99730879071a3e09a1ff892e72ca36"));
+
+    // From a serialized sample, in either byte order, the same hash.
+    for (const uint16_t encapsulationId : {uint16_t{0}, uint16_t{1}}) {
+        Buffer serializedSample(serialized(&TopicLike_desc, &sample.value, encapsulationId));
+        Buffer md5(36);
+        Sample<TopicLike> holder(&TopicLike_desc);
+        DDS_KeyHash_t keyHash{};
+        ASSERT_TRUE(ZELCdrType_serializedSampleToKeyHash(&TopicLike_desc, &serializedSample.stream, &md5.stream,
+                                                         &holder.value, &keyHash, DDS_BOOLEAN_TRUE));
+        EXPECT_EQ(hashOf(keyHash), hex("3c99730879071a3e09a1ff892e72ca36"));
+    }
+}
+
+TEST_F(TypeKeyTest, SmallKeyIsItsOwnHashAndIsFoundAmongOtherMembers) {
+    Sample<FinalKeyed> sample(&FinalKeyed_desc);
+    sample.value.before = 9;
+    sample.value.id = 42;
+    setText(sample.value.note, "note");
+    const DDS_Long values[] = {1, 2};
+    ASSERT_TRUE(DDS_LongSeq_from_array(&sample.value.values, values, 2));
+    sample.value.sub = 7;
+    EXPECT_EQ(ZELCdrType_getSerializedKeyMaxSize(&FinalKeyed_desc, DDS_BOOLEAN_FALSE, 0, 0), 6u);
+    const Octets expected = hex("00 00 00 2a 00 07 00 00 00 00 00 00 00 00 00 00");
+    EXPECT_EQ(instanceKeyHash(&FinalKeyed_desc, &sample.value), expected);
+
+    // A full sample is read past its non-key members to find the keys.
+    Buffer serializedSample(serialized(&FinalKeyed_desc, &sample.value, 1));
+    Buffer md5(16);
+    Sample<FinalKeyed> holder(&FinalKeyed_desc);
+    DDS_KeyHash_t keyHash{};
+    ASSERT_TRUE(ZELCdrType_serializedSampleToKeyHash(&FinalKeyed_desc, &serializedSample.stream, &md5.stream,
+                                                     &holder.value, &keyHash, DDS_BOOLEAN_TRUE));
+    EXPECT_EQ(hashOf(keyHash), expected);
+    EXPECT_EQ(holder.value.before, 0);
+    EXPECT_STREQ(holder.value.note, "");
+}
+
+TEST_F(TypeKeyTest, KeyCopiesLeaveOtherMembersAlone) {
+    Sample<TopicLike> instance(&TopicLike_desc);
+    fill(instance.value);
+    Sample<TopicLike> holder(&TopicLike_desc);
+    holder.value.count = -1;
+    ASSERT_TRUE(ZELCdrType_copyKey(&TopicLike_desc, &holder.value, &instance.value));
+    EXPECT_EQ(holder.value.key.value[0], 1);
+    EXPECT_EQ(holder.value.period.sec, 5);
+    EXPECT_EQ(holder.value.count, -1);
+    EXPECT_STREQ(holder.value.name, "");
+}
+
+}  // namespace
+}  // namespace typetest

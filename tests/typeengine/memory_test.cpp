@@ -1,0 +1,112 @@
+// Initialize, finalize and copy of described samples, and every allocation
+// failure on the way.
+#include "engine_test_support.h"
+#include "heap_check.h"
+#include "log_capture.h"
+#include "test_types.h"
+#include "vurncore/sequence.h"
+
+namespace typetest {
+namespace {
+
+class TypeMemoryTest : public zeltest::HeapCheckedTest {};
+
+void fill(Appendable &s) {
+    setText(s.name, "name");
+    const DDS_Long values[] = {4, 5, 6};
+    ASSERT_TRUE(DDS_LongSeq_from_array(&s.values, values, 3));
+    const char *tags[] = {"tag", "tag"};
+    ASSERT_TRUE(DDS_StringSeq_from_array(&s.tags, tags, 2));
+    ASSERT_TRUE(ZELSequence_ensure_length(reinterpret_cast<ZELSequence *>(&s.points), Point_desc.sequenceElementType,
+                                          2, 2, "test"));
+    s.points._contiguous_buffer[1] = Point{3, 4};
+    replaceText(&s.notes, "longer than the empty string it replaces");
+}
+
+TEST_F(TypeMemoryTest, InitializeFollowsTheAllocationParameters) {
+    Appendable sample;
+    std::memset(&sample, 0x5a, sizeof sample);  // garbage is overwritten, not freed
+    ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &sample, nullptr));
+    EXPECT_STREQ(sample.name, "");
+    EXPECT_STREQ(sample.notes, "");
+    EXPECT_EQ(sample.tail, 0);
+    EXPECT_EQ(sample.values._length, 0u);
+    EXPECT_EQ(sample.values._sequence_init, ZEL_SEQUENCE_MAGIC_NUMBER);
+    ZELCdrType_finalizeSample(&Appendable_desc, &sample, nullptr);
+    EXPECT_EQ(sample.name, nullptr);
+
+    // Without memory: no strings, and the sequences make their elements so.
+    const DDS_TypeAllocationParams_t noMemory = {DDS_BOOLEAN_TRUE, DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE};
+    ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &sample, &noMemory));
+    EXPECT_EQ(sample.name, nullptr);
+    EXPECT_EQ(sample.notes, nullptr);
+    ASSERT_TRUE(DDS_StringSeq_ensure_length(&sample.tags, 1, 1));
+    EXPECT_EQ(sample.tags._contiguous_buffer[0], nullptr);
+    ZELCdrType_finalizeSample(&Appendable_desc, &sample, nullptr);
+}
+
+TEST_F(TypeMemoryTest, CopyIsDeepAndKeepsTheBoundsAllocation) {
+    Sample<Appendable> source(&Appendable_desc);
+    fill(source.value);
+    Sample<Appendable> copy(&Appendable_desc);
+    char *boundedBuffer = copy.value.name;
+    ASSERT_TRUE(ZELCdrType_copySample(&Appendable_desc, &copy.value, &source.value));
+    EXPECT_EQ(copy.value.name, boundedBuffer);
+    EXPECT_STREQ(copy.value.name, "name");
+    EXPECT_NE(copy.value.notes, source.value.notes);
+    EXPECT_STREQ(copy.value.notes, source.value.notes);
+    EXPECT_STREQ(copy.value.tags._contiguous_buffer[1], "tag");
+    EXPECT_EQ(copy.value.points._contiguous_buffer[1].y, 4);
+    EXPECT_EQ(serialized(&Appendable_desc, &copy.value, 0), serialized(&Appendable_desc, &source.value, 0));
+
+    // A source string above the bound is refused.
+    char *tooLong = DDS_String_dup("123456789");
+    std::swap(source.value.name, tooLong);
+    EXPECT_FALSE(ZELCdrType_copySample(&Appendable_desc, &copy.value, &source.value));
+    std::swap(source.value.name, tooLong);
+    DDS_String_free(tooLong);
+}
+
+TEST_F(TypeMemoryTest, EveryAllocationFailureOfInitializeAndCopyIsUndone) {
+    zeltest::LogCapture sequenceReports;  // the sequences report their own out-of-heap
+    zeltest::forEachAllocationFailure([](long) {
+        Appendable sample;
+        const bool ok = ZELCdrType_initializeSample(&Appendable_desc, &sample, nullptr);
+        EXPECT_EQ(ok, ZELOsapiHeap_isFailurePending() != ZEL_FALSE);
+        ZELCdrType_finalizeSample(&Appendable_desc, &sample, nullptr);
+    });
+    Sample<Appendable> source(&Appendable_desc);
+    fill(source.value);
+    const long allocations = zeltest::forEachAllocationFailure([&](long n) {
+        Appendable copy;
+        ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+        ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &copy, nullptr));
+        ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
+        const bool ok = ZELCdrType_copySample(&Appendable_desc, &copy, &source.value);
+        EXPECT_EQ(ok, ZELOsapiHeap_isFailurePending() != ZEL_FALSE);
+        ZELCdrType_finalizeSample(&Appendable_desc, &copy, nullptr);
+    });
+    EXPECT_GT(allocations, 1);
+}
+
+TEST_F(TypeMemoryTest, EveryAllocationFailureOfDeserializeLeavesASampleToFinalize) {
+    Sample<Appendable> source(&Appendable_desc);
+    fill(source.value);
+    const Octets octets = serialized(&Appendable_desc, &source.value, 1);
+    zeltest::LogCapture sequenceReports;
+    const long allocations = zeltest::forEachAllocationFailure([&](long n) {
+        Appendable target;
+        ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+        ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &target, nullptr));
+        ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
+        Buffer buffer(octets);
+        const bool ok = ZELCdrType_deserializeSample(&Appendable_desc, &target, &buffer.stream, DDS_BOOLEAN_TRUE,
+                                                     DDS_BOOLEAN_TRUE);
+        EXPECT_EQ(ok, ZELOsapiHeap_isFailurePending() != ZEL_FALSE);
+        ZELCdrType_finalizeSample(&Appendable_desc, &target, nullptr);
+    });
+    EXPECT_GT(allocations, 1);
+}
+
+}  // namespace
+}  // namespace typetest

@@ -1,0 +1,139 @@
+// Serialized sizes against what is written, the per-type cache under
+// concurrent first use, and printing.
+#include <string>
+#include <thread>
+
+#include "engine_test_support.h"
+#include "heap_check.h"
+#include "log_capture.h"
+#include "test_types.h"
+#include "vurncore/cdr_print.h"
+
+namespace typetest {
+namespace {
+
+class TypeSizeTest : public zeltest::HeapCheckedTest {};
+
+// Sizes with the encapsulation header (a mutable type's 0 becomes 2).
+uint32_t maxSize(const ZELCdrTypeDesc *type) {
+    return ZELCdrType_getSerializedSampleMaxSize(type, DDS_BOOLEAN_TRUE, 0, 0);
+}
+uint32_t minSize(const ZELCdrTypeDesc *type) {
+    return ZELCdrType_getSerializedSampleMinSize(type, DDS_BOOLEAN_TRUE, 0, 0);
+}
+uint32_t sampleSize(const ZELCdrTypeDesc *type, const void *sample) {
+    return ZELCdrType_getSerializedSampleSize(type, DDS_BOOLEAN_TRUE, 0, 0, sample);
+}
+
+TEST_F(TypeSizeTest, SizesMatchWhatIsWritten) {
+    FinalAll final{};
+    EXPECT_EQ(maxSize(&FinalAll_desc), 68u);
+    EXPECT_EQ(minSize(&FinalAll_desc), 68u);
+    EXPECT_EQ(sampleSize(&FinalAll_desc, &final), serialized(&FinalAll_desc, &final, 0).size());
+    // From an odd alignment the padding differs; the result is the new alignment.
+    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&FinalAll_desc, DDS_BOOLEAN_FALSE, 0, 3), 72u);
+    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&FinalAll_desc, DDS_BOOLEAN_TRUE, 0, 3), 71u);
+
+    Sample<InnerMutable> inner(&InnerMutable_desc);
+    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&InnerMutable_desc, DDS_BOOLEAN_FALSE, 0, 0), 32u);
+    EXPECT_EQ(ZELCdrType_getSerializedSampleMinSize(&InnerMutable_desc, DDS_BOOLEAN_FALSE, 0, 0), 24u);
+    EXPECT_EQ(maxSize(&OuterMutable_desc), 60u);
+    // An initialized sample is the smallest one.
+    Sample<OuterMutable> outer(&OuterMutable_desc);
+    Sample<Appendable> appendable(&Appendable_desc);
+    Sample<TopicLike> topic(&TopicLike_desc);
+    EXPECT_EQ(minSize(&OuterMutable_desc), serialized(&OuterMutable_desc, &outer.value, 0).size());
+    EXPECT_EQ(minSize(&Appendable_desc), serialized(&Appendable_desc, &appendable.value, 0).size());
+    EXPECT_EQ(minSize(&TopicLike_desc), serialized(&TopicLike_desc, &topic.value, 0).size());
+
+    // Filled samples: the measured size is the written one, within the range.
+    setText(outer.value.inner.label, "12345678");
+    setText(topic.value.name, std::string(256, 'x').c_str());
+    const DDS_Long values[] = {1, 2, 3};
+    ASSERT_TRUE(DDS_LongSeq_from_array(&appendable.value.values, values, 3));
+    replaceText(&appendable.value.notes, "unbounded");
+    Sample<Big> big(&Big_desc);
+    const DDS_Octet blob[] = {1, 2, 3, 4, 5};
+    ASSERT_TRUE(DDS_OctetSeq_from_array(&big.value.blob, blob, 5));
+    const std::pair<const ZELCdrTypeDesc *, const void *> samples[] = {{&OuterMutable_desc, &outer.value},
+                                                                      {&TopicLike_desc, &topic.value},
+                                                                      {&Appendable_desc, &appendable.value},
+                                                                      {&Big_desc, &big.value}};
+    for (const auto &[type, sample] : samples) {
+        const uint32_t written = static_cast<uint32_t>(serialized(type, sample, 0).size());
+        EXPECT_EQ(sampleSize(type, sample), written) << type->name;
+        EXPECT_LE(minSize(type), written) << type->name;
+        EXPECT_GE(maxSize(type), written) << type->name;
+    }
+    EXPECT_EQ(maxSize(&TopicLike_desc), sampleSize(&TopicLike_desc, &topic.value));
+    // Extended headers from 64 KiB on: the cached and the uncached answer agree.
+    EXPECT_GE(maxSize(&Big_desc), ZEL_CDR_EXTENDED_HEADER_THRESHOLD);
+    EXPECT_EQ(maxSize(&BigUncached_desc), maxSize(&Big_desc));
+    EXPECT_EQ(minSize(&BigUncached_desc), minSize(&Big_desc));
+}
+
+TEST_F(TypeSizeTest, ConcurrentFirstUseComputesOneAnswer) {
+    ZELCdrTypeCache cache{};
+    ZELCdrTypeDesc fresh = OuterMutable_desc;
+    fresh.cache = &cache;
+    uint32_t results[4] = {};
+    std::thread threads[4];
+    for (int i = 0; i < 4; ++i) {
+        threads[i] = std::thread([&, i] { results[i] = maxSize(&fresh); });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (const uint32_t result : results) {
+        EXPECT_EQ(result, 60u);
+    }
+    EXPECT_EQ(cache.maxSerializedSize, 56u);
+}
+
+std::string printed(const zeltest::LogCapture &capture) {
+    std::string text;
+    for (const zeltest::CapturedLine &line : capture.lines()) {
+        EXPECT_EQ(line.context, "");
+        text += line.text;
+    }
+    return text;
+}
+
+TEST_F(TypeSizeTest, PrintShowsEveryMemberByNameOneLevelDeeper) {
+    Sample<Appendable> appendable(&Appendable_desc);
+    setText(appendable.value.name, "abc");
+    const DDS_Long values[] = {1, -2};
+    ASSERT_TRUE(DDS_LongSeq_from_array(&appendable.value.values, values, 2));
+    Sample<OuterMutable> outer(&OuterMutable_desc);
+    outer.value.id = 12;
+    setText(outer.value.inner.label, "ok");
+    outer.value.flag = 0x5a;
+
+    zeltest::LogCapture capture;
+    ZELCdrType_printSample(&Appendable_desc, &appendable.value, "appendable", 0);
+    EXPECT_EQ(printed(capture),
+              "appendable:\n"
+              "   name: \"abc\"\n"
+              "   values:\n"
+              "      [0]: 1\n"
+              "      [1]: -2\n"
+              "   tags:\n"
+              "   points:\n"
+              "   tail: 0\n"
+              "   notes: \"\"\n");
+    capture.clear();
+    ZELCdrType_printSample(&OuterMutable_desc, &outer.value, "outer", 1);
+    ZELCdrType_printSample(&OuterMutable_desc, nullptr, "none", 1);
+    EXPECT_EQ(printed(capture),
+              "   outer:\n"
+              "      id: 12\n"
+              "      inner:\n"
+              "         a: 0\n"
+              "         label: \"ok\"\n"
+              "      flag: 0x5a\n"
+              "   none:\n"
+              "   NULL\n");
+}
+
+}  // namespace
+}  // namespace typetest
