@@ -172,7 +172,7 @@ TEST_F(TypeSerializeTest, ParameterListReadSkipsUnknownAndIgnoredIdsAndKeepsAbse
     sample.value.inner.a = 9;
     // An unknown id, `id` in the extended form, an ignored parameter, `flag`
     // with the must-understand bit; `inner` absent.
-    Buffer buffer(hex("00 02 00 00 | 00 09 00 04 | de ad be ef |"
+    Buffer buffer(hex("00 02 00 00 | 00 03 00 04 | de ad be ef |"
                       "7f 01 00 08 | 00 00 00 00 | 00 00 00 04 | 00 00 00 2a |"
                       "3f 03 00 04 | 01 02 03 04 | 40 02 00 04 | 07 00 00 00 | 7f 02 00 00"));
     ASSERT_TRUE(ZELCdrType_deserializeSample(&OuterMutable_desc, &sample.value, &buffer.stream, DDS_BOOLEAN_TRUE,
