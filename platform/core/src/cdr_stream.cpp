@@ -55,26 +55,41 @@ bool moveToAlignmentI(ZELCdrStream *self, uint32_t alignment, bool zero) {
     return true;
 }
 
-// Copies one value of `size` octets, reversing its octets when the stream's
-// order is not the host's.
-void copyValueI(char *to, const char *from, uint32_t size, bool sameOrder) {
-    if (sameOrder) {
-        std::memcpy(to, from, size);
-        return;
+template <class T>
+T byteSwapI(T value) {
+    T swapped = 0;
+    for (size_t i = 0; i < sizeof(T); ++i) {  // compilers turn this into one swap instruction
+        swapped = static_cast<T>((swapped << 8) | ((value >> (8 * i)) & 0xffu));
     }
-    for (uint32_t i = 0; i < size; ++i) {
-        to[i] = from[size - 1 - i];
+    return swapped;
+}
+
+template <class T>
+void copySwappedI(char *to, const char *from, uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) {
+        T value;
+        std::memcpy(&value, from + static_cast<size_t>(i) * sizeof(T), sizeof(T));
+        value = byteSwapI(value);
+        std::memcpy(to + static_cast<size_t>(i) * sizeof(T), &value, sizeof(T));
     }
 }
 
+// Copies `count` values of `size` octets (1, 2, 4 or 8), reversing the
+// octets of each when the stream's order is not the host's.
 void copyValuesI(char *to, const char *from, uint32_t count, uint32_t size, bool sameOrder) {
-    if (sameOrder) {
+    if (sameOrder || size == 1) {
         std::memcpy(to, from, static_cast<size_t>(count) * size);
-        return;
+    } else if (size == 2) {
+        copySwappedI<uint16_t>(to, from, count);
+    } else if (size == 4) {
+        copySwappedI<uint32_t>(to, from, count);
+    } else {
+        copySwappedI<uint64_t>(to, from, count);
     }
-    for (uint32_t i = 0; i < count; ++i) {
-        copyValueI(to + static_cast<size_t>(i) * size, from + static_cast<size_t>(i) * size, size, false);
-    }
+}
+
+void copyValueI(char *to, const char *from, uint32_t size, bool sameOrder) {
+    copyValuesI(to, from, 1, size, sameOrder);
 }
 
 // Writes or reads a value at the position without alignment (the caller
