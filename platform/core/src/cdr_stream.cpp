@@ -57,11 +57,12 @@ bool moveToAlignmentI(ZELCdrStream *self, uint32_t alignment, bool zero) {
 
 template <class T>
 T byteSwapI(T value) {
-    T swapped = 0;
+    const uint64_t wide = value;
+    uint64_t swapped = 0;
     for (size_t i = 0; i < sizeof(T); ++i) {  // compilers turn this into one swap instruction
-        swapped = static_cast<T>((swapped << 8) | ((value >> (8 * i)) & 0xffu));
+        swapped = (swapped << 8) | ((wide >> (8 * i)) & 0xffu);
     }
-    return swapped;
+    return static_cast<T>(swapped);
 }
 
 template <class T>
