@@ -93,7 +93,8 @@ VURNCORE_API ZELBoolean ZELCdrStream_deserializeEncapsulation(struct ZELCdrStrea
 VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitive(struct ZELCdrStream *self, const void *value, uint32_t size);
 VURNCORE_API ZELBoolean ZELCdrStream_deserializePrimitive(struct ZELCdrStream *self, void *value, uint32_t size);
 VURNCORE_API ZELBoolean ZELCdrStream_skipPrimitive(struct ZELCdrStream *self, uint32_t size);
-/* `count` elements of `elementSize` octets each (1, 2, 4 or 8), aligned once. */
+/* `count` elements of `elementSize` octets each (1, 2, 4 or 8), aligned once
+ * before the first element: an empty array moves nothing, pads nothing. */
 VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitiveArray(struct ZELCdrStream *self, const void *array,
                                                              uint32_t count, uint32_t elementSize);
 VURNCORE_API ZELBoolean ZELCdrStream_deserializePrimitiveArray(struct ZELCdrStream *self, void *array,
@@ -135,8 +136,9 @@ typedef ZELBoolean (*ZELCdrStreamDeserializeFunction)(struct ZELCdrStream *strea
 typedef ZELBoolean (*ZELCdrStreamSkipFunction)(struct ZELCdrStream *stream, void *param);
 
 /* Elements of `elementSize` octets (1, 2, 4 or 8) in the stream's byte order,
- * aligned once after the count. A reader checks that the announced elements
- * fit in the remainder before it asks for storage. */
+ * aligned once after the count (not at all when the count is 0). A reader
+ * checks that the announced elements fit in the remainder before it asks for
+ * storage. */
 VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitiveSequence(struct ZELCdrStream *self, const void *elements,
                                                                 uint32_t length, uint32_t maximumLength,
                                                                 uint32_t elementSize);
