@@ -51,28 +51,12 @@ inline bool ZELCdrType_isPrimitiveKindI(ZELCdrTypeKind kind) {
 }
 
 /* Octets of a primitive kind on the wire (also its alignment and the size
- * of its C representation). */
+ * of its C representation); 0 for the other kinds. */
 inline uint32_t ZELCdrType_primitiveSizeI(ZELCdrTypeKind kind) {
-    switch (kind) {
-    case ZEL_CDR_TK_BOOLEAN:
-    case ZEL_CDR_TK_OCTET:
-    case ZEL_CDR_TK_CHAR:
-        return 1;
-    case ZEL_CDR_TK_SHORT:
-    case ZEL_CDR_TK_USHORT:
-        return 2;
-    case ZEL_CDR_TK_LONG:
-    case ZEL_CDR_TK_ULONG:
-    case ZEL_CDR_TK_FLOAT:
-    case ZEL_CDR_TK_ENUM:
-        return 4;
-    case ZEL_CDR_TK_LONGLONG:
-    case ZEL_CDR_TK_ULONGLONG:
-    case ZEL_CDR_TK_DOUBLE:
-        return 8;
-    default:
-        return 0;
-    }
+    constexpr uint8_t kSizes[] = {0, 1, 1, 1, 2, 2, 4, 4, 8, 8, 4, 8, 4, 0, 0, 0, 0, 0};
+    static_assert(sizeof kSizes == ZEL_CDR_TK_ALIAS + 1 && ZEL_CDR_TK_ENUM == 12 && ZEL_CDR_TK_DOUBLE == 11);
+    const auto index = static_cast<uint32_t>(kind);
+    return index < sizeof kSizes ? kSizes[index] : 0;
 }
 
 /* The `maximumLength` the stream takes for strings and sequences. */

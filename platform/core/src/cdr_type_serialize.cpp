@@ -29,6 +29,24 @@ bool ZELCdrType_isPrimitiveTypeI(const ZELCdrTypeDesc *type) {
     return ZELCdrType_isPrimitiveKindI(ZELCdrType_resolveI(type)->kind);
 }
 
+// A struct member: primitives straight to the stream (the hot path), the
+// rest through the walk.
+inline bool ZELCdrType_serializeMemberI(const ZELCdrTypeDesc *type, const char *value, ZELCdrStream *stream,
+                                        HeaderChoice &headers, KeyMode mode) {
+    if (ZELCdrType_isPrimitiveKindI(type->kind)) {
+        return ZELCdrStream_serializePrimitive(stream, value, ZELCdrType_primitiveSizeI(type->kind));
+    }
+    return ZELCdrType_serializeValueI(type, value, stream, headers, mode);
+}
+
+inline bool ZELCdrType_deserializeMemberI(const ZELCdrTypeDesc *type, char *value, ZELCdrStream *stream,
+                                          KeyMode mode) {
+    if (ZELCdrType_isPrimitiveKindI(type->kind)) {
+        return ZELCdrStream_deserializePrimitive(stream, value, ZELCdrType_primitiveSizeI(type->kind));
+    }
+    return ZELCdrType_deserializeValueI(type, value, stream, mode);
+}
+
 ZELBoolean ZELCdrType_serializeElementI(ZELCdrStream *stream, const void *element, void *param) {
     const auto *walk = static_cast<const ElementWalk *>(param);
     return ZELCdrType_serializeValueI(walk->element, element, stream, *walk->headers, walk->mode) ? ZEL_TRUE
@@ -112,7 +130,7 @@ bool ZELCdrType_serializeStructI(const ZELCdrTypeDesc *type, const char *base, Z
         for (uint32_t i = 0; i < type->memberCount; ++i) {
             const ZELCdrMember &member = type->members[i];
             if ((!keysOnly || member.isKey) &&
-                !ZELCdrType_serializeValueI(member.type, base + member.offset, stream, headers, memberMode)) {
+                !ZELCdrType_serializeMemberI(member.type, base + member.offset, stream, headers, memberMode)) {
                 return false;
             }
         }
@@ -135,7 +153,7 @@ bool ZELCdrType_serializeStructI(const ZELCdrTypeDesc *type, const char *base, Z
         const bool extended = headers.extended && !ZELCdrType_isPrimitiveTypeI(member.type);
         ZELCdrParameterHeader header;
         ok = ZELCdrStream_serializeParameterHeader(stream, &header, i, ZEL_FALSE, extended ? ZEL_TRUE : ZEL_FALSE) &&
-             ZELCdrType_serializeValueI(member.type, base + member.offset, stream, headers, memberMode) &&
+             ZELCdrType_serializeMemberI(member.type, base + member.offset, stream, headers, memberMode) &&
              ZELCdrStream_serializeParameterLength(stream, &header);
     }
     stream->skipSentinel = skipSentinel;
@@ -289,7 +307,7 @@ bool ZELCdrType_deserializeParameterListI(const ZELCdrTypeDesc *type, char *base
         if (header.id < type->memberCount) {
             const ZELCdrMember &member = type->members[header.id];
             if ((!keysOnly || member.isKey) &&
-                !ZELCdrType_deserializeValueI(member.type, base + member.offset, stream, memberMode)) {
+                !ZELCdrType_deserializeMemberI(member.type, base + member.offset, stream, memberMode)) {
                 return false;
             }
         }
@@ -310,7 +328,7 @@ bool ZELCdrType_deserializeStructI(const ZELCdrTypeDesc *type, char *base, ZELCd
         const ZELCdrMember &member = type->members[i];
         bool ok = true;
         if (!keysOnly || member.isKey) {
-            ok = ZELCdrType_deserializeValueI(member.type, base + member.offset, stream, memberMode);
+            ok = ZELCdrType_deserializeMemberI(member.type, base + member.offset, stream, memberMode);
         } else if (mode == KeyMode::sampleKeys) {
             ok = ZELCdrType_skipValueI(member.type, stream);
         }  // a key stream holds key members only
