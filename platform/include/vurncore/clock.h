@@ -20,7 +20,9 @@ VURNCORE_API void ZELHighResolutionClock_delete(struct ZELHighResolutionClock *c
 /* <0, 0, >0 as `left` is before, equal to or after `right`. */
 VURNCORE_API int ZELNtpTime_compare(const struct ZELNtpTime *left, const struct ZELNtpTime *right);
 VURNCORE_API ZELBoolean ZELNtpTime_isInfinite(const struct ZELNtpTime *time);
-/* Nanoseconds to time and back (saturating at infinite). */
+/* Nanoseconds to time and back, saturating at infinite (UINT64_MAX). The
+ * fraction is rounded down and nanoseconds up, so nanoseconds come back
+ * unchanged from a round trip; a negative time gives 0 nanoseconds. */
 VURNCORE_API void ZELNtpTime_fromNanoseconds(struct ZELNtpTime *time, uint64_t nanoseconds);
 VURNCORE_API uint64_t ZELNtpTime_toNanoseconds(const struct ZELNtpTime *time);
 

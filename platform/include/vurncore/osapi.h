@@ -10,8 +10,9 @@ ZEL_EXTERN_C_BEGIN
 
 /* ---- identities ---- */
 
-/* An id of this host, stable for its lifetime (derived from its network
- * identity), and the id of this process. */
+/* An id of this host, stable for the process's lifetime and never 0: its
+ * first IPv4 address that is up and not a loopback, else a hash of its
+ * name. And the id of this process. */
 VURNCORE_API uint32_t ZELOsapiHost_getId(void);
 VURNCORE_API uint32_t ZELOsapiProcess_getId(void);
 
@@ -42,9 +43,12 @@ struct ZELOsapiSemaphore;
 VURNCORE_API struct ZELOsapiSemaphore *ZELOsapiSemaphore_new(enum ZELOsapiSemaphoreKind kind,
                                                              const struct ZELOsapiSemaphoreProperty *property);
 VURNCORE_API void ZELOsapiSemaphore_delete(struct ZELOsapiSemaphore *semaphore);
-/* Waits at most `timeout` (relative; NULL waits for ever). */
+/* Waits at most `timeout` (relative; NULL or infinite waits for ever, a
+ * negative one is an error). A mutex may be taken again by its owner. */
 VURNCORE_API enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_take(struct ZELOsapiSemaphore *semaphore,
                                                                  const struct ZELNtpTime *timeout);
+/* A binary semaphore keeps one give until taken; a mutex is given back once
+ * per take and only by its owner (ERROR otherwise). */
 VURNCORE_API enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_give(struct ZELOsapiSemaphore *semaphore);
 
 /* ---- threads ---- */
@@ -58,8 +62,13 @@ VURNCORE_API enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_give(struct ZELOsapi
     (ZEL_OSAPI_THREAD_OPTION_FLOATING_POINT | ZEL_OSAPI_THREAD_OPTION_STDIO)
 
 /* Priority and stack size of a new thread; stackSize 0 takes the system's
- * default. The priority is applied only with REALTIME_PRIORITY or
- * PRIORITY_ENFORCE; otherwise the thread runs at the normal priority. */
+ * default, a smaller non-zero one is raised to the system's minimum, a
+ * negative one is refused. The priority is applied only with
+ * REALTIME_PRIORITY or PRIORITY_ENFORCE, as a fixed (first-in first-out)
+ * priority clamped into the system's range; where the process may not use
+ * fixed priorities the thread runs at the normal priority, except with
+ * PRIORITY_ENFORCE, which then makes creation fail. FLOATING_POINT and STDIO
+ * change nothing on this system. */
 struct ZELOsapiThreadSettings {
     int32_t priority;
     int32_t stackSize;
@@ -75,9 +84,12 @@ typedef void *(*ZELOsapiThreadFunction)(void *param);
 VURNCORE_API struct ZELOsapiThread *ZELOsapiThread_new(const char *name,
                                                        const struct ZELOsapiThreadSettings *settings,
                                                        ZELOsapiThreadFunction function, void *param);
-/* Waits for the thread to end and frees it. */
+/* Waits for the thread to end and frees it. Fails, freeing nothing, for
+ * the calling thread itself. */
 VURNCORE_API ZELBoolean ZELOsapiThread_join(struct ZELOsapiThread *thread);
+/* The calling thread's system id, unique among the process's live threads. */
 VURNCORE_API uint64_t ZELOsapiThread_getCurrentId(void);
+/* Sleeps for `duration` (relative; NULL or negative returns at once). */
 VURNCORE_API void ZELOsapiThread_sleep(const struct ZELNtpTime *duration);
 
 /* ---- thread-local storage ---- */
@@ -86,6 +98,7 @@ struct ZELOsapiThreadLocal;
 /* `destructor` (may be NULL) runs with the thread's non-NULL value when a
  * thread that set one ends. */
 VURNCORE_API struct ZELOsapiThreadLocal *ZELOsapiThreadLocal_new(void (*destructor)(void *value));
+/* Values still set are left to their owners: no destructor runs for them. */
 VURNCORE_API void ZELOsapiThreadLocal_delete(struct ZELOsapiThreadLocal *local);
 VURNCORE_API void *ZELOsapiThreadLocal_get(const struct ZELOsapiThreadLocal *local);
 VURNCORE_API ZELBoolean ZELOsapiThreadLocal_set(struct ZELOsapiThreadLocal *local, void *value);
@@ -95,8 +108,10 @@ VURNCORE_API ZELBoolean ZELOsapiThreadLocal_set(struct ZELOsapiThreadLocal *loca
 struct ZELOsapiLibrary;
 /* Opens a shared library by path (any name containing a directory separator
  * or a suffix) or by plain name without prefix and suffix ("zelmonitoring"
- * is libzelmonitoring.so here, zelmonitoring.dll on Windows). On failure
- * returns NULL and, when `error` is not NULL, the system's reason. */
+ * is libzelmonitoring.so here, zelmonitoring.dll on Windows). A plain name
+ * is looked for along the system's search path, then beside the running
+ * program. On failure returns NULL and, when `error` is not NULL, the
+ * system's reason (of the search path, for a plain name). */
 VURNCORE_API struct ZELOsapiLibrary *ZELOsapiLibrary_open(const char *name, char *error, size_t errorSize);
 VURNCORE_API void *ZELOsapiLibrary_getSymbol(struct ZELOsapiLibrary *library, const char *symbol);
 VURNCORE_API void ZELOsapiLibrary_close(struct ZELOsapiLibrary *library);

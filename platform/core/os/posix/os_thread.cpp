@@ -135,7 +135,14 @@ ZELBoolean ZELOsapiThread_join(struct ZELOsapiThread *thread) {
     return ZEL_TRUE;
 }
 
-uint64_t ZELOsapiThread_getCurrentId(void) { return static_cast<uint64_t>(gettid()); }
+uint64_t ZELOsapiThread_getCurrentId(void) {
+    // Asked on every lock and unlock: the system call is made once a thread.
+    static thread_local uint64_t id = 0;
+    if (id == 0) {
+        id = static_cast<uint64_t>(gettid());
+    }
+    return id;
+}
 
 void ZELOsapiThread_sleep(const struct ZELNtpTime *duration) {
     if (duration == nullptr || duration->sec < 0) {
