@@ -34,6 +34,7 @@ struct ZELEventActiveGenerator {
     bool startedOk;
     std::mutex mutex;
     struct ZELEventNode *pendingHead;  // sorted by due time, ties in posting order; guarded by mutex
+    struct ZELEventNode *pendingTail;  // last of pendingHead's list; guarded by mutex
     int pendingCount;                  // guarded by mutex
     bool shutdownRequested;            // guarded by mutex
 };
@@ -45,23 +46,39 @@ const char *const kRunContext = "ZELEventActiveGenerator_runI";
 // Caller holds generator->mutex. After every event due at the same time or
 // earlier, so that ties run in the order posted.
 void ZELEventActiveGenerator_insertI(struct ZELEventActiveGenerator *generator, struct ZELEventNode *node) {
+    // Events mostly come in time order (periodic ones are re-posted later
+    // each time): those are appended without a walk.
     struct ZELEventNode **link = &generator->pendingHead;
+    if (generator->pendingTail != nullptr && ZELNtpTime_compare(&generator->pendingTail->due, &node->due) <= 0) {
+        link = &generator->pendingTail->next;
+    }
     while (*link != nullptr && ZELNtpTime_compare(&(*link)->due, &node->due) <= 0) {
         link = &(*link)->next;
     }
     node->next = *link;
     *link = node;
+    if (node->next == nullptr) {
+        generator->pendingTail = node;
+    }
     generator->pendingCount += 1;
+}
+
+// Caller holds generator->mutex; the list is not empty.
+struct ZELEventNode *ZELEventActiveGenerator_popI(struct ZELEventActiveGenerator *generator) {
+    struct ZELEventNode *node = generator->pendingHead;
+    generator->pendingHead = node->next;
+    if (generator->pendingHead == nullptr) {
+        generator->pendingTail = nullptr;
+    }
+    generator->pendingCount -= 1;
+    return node;
 }
 
 // Caller holds generator->mutex.
 void ZELEventActiveGenerator_dropPendingI(struct ZELEventActiveGenerator *generator) {
     while (generator->pendingHead != nullptr) {
-        struct ZELEventNode *node = generator->pendingHead;
-        generator->pendingHead = node->next;
-        ZELOsapiHeap_freeStructure(node);
+        ZELOsapiHeap_freeStructure(ZELEventActiveGenerator_popI(generator));
     }
-    generator->pendingCount = 0;
 }
 
 // Runs `node`, then queues it again at the time its callback asks for, or
@@ -103,9 +120,7 @@ void *ZELEventActiveGenerator_runI(void *param) {
             }
             struct ZELEventNode *head = generator->pendingHead;
             if (head != nullptr && haveNow && ZELNtpTime_compare(&head->due, &now) <= 0) {
-                generator->pendingHead = head->next;
-                generator->pendingCount -= 1;
-                due = head;
+                due = ZELEventActiveGenerator_popI(generator);
             } else if (head != nullptr) {
                 wake = head->due;
             }
