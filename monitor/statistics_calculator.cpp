@@ -60,10 +60,14 @@ int64_t ZELDefaultMonitorStatisticsCalculator_ringIndexI(const ZELDefaultMonitor
 double ZELDefaultMonitorStatisticsCalculator_rescanI(const ZELDefaultMonitorStatisticsCalculator *self,
                                                      int64_t leaving, int64_t entries, bool minimum) {
     double extreme = minimum ? ZEL_DEFAULT_MONITOR_STATISTICS_MIN_START : 0.0;
+    int64_t index = ZELDefaultMonitorStatisticsCalculator_ringIndexI(self, leaving + 1);
     for (int64_t i = 1; i <= entries - 2; ++i) {
-        const double rate = self->history[ZELDefaultMonitorStatisticsCalculator_ringIndexI(self, leaving + i)].rate;
+        const double rate = self->history[index].rate;
         if (minimum ? rate < extreme : rate > extreme) {
             extreme = rate;
+        }
+        if (++index == self->historyLength) {
+            index = 0;
         }
     }
     return extreme;
