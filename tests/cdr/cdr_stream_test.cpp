@@ -70,6 +70,9 @@ ZELBoolean skipPair(ZELCdrStream *stream, void *) {
     return ZELCdrStream_skipPrimitive(stream, 4) && ZELCdrStream_skipPrimitive(stream, 1);
 }
 
+// Heap-checked: string sequence readers allocate.
+class CdrStreamTest : public zeltest::HeapCheckedTest {};
+
 // Writes an octet, moves the origin after it, then values of every width.
 bool writeMixed(ZELCdrStream *stream) {
     const uint8_t first = 0x11;
@@ -87,7 +90,7 @@ bool writeMixed(ZELCdrStream *stream) {
            ZELCdrStream_serializePrimitive(stream, &one, 8);
 }
 
-TEST(CdrStreamTest, PrimitivesInBothByteOrdersAlignFromTheMovedOriginAndReadBack) {
+TEST_F(CdrStreamTest, PrimitivesInBothByteOrdersAlignFromTheMovedOriginAndReadBack) {
     // The first octet, the 16-bit value, padding, 32, 64 bits, an octet, padding, a double.
     const Octets big = join({{0x11},
                              {0x22, 0x33},
@@ -144,7 +147,7 @@ TEST(CdrStreamTest, PrimitivesInBothByteOrdersAlignFromTheMovedOriginAndReadBack
     }
 }
 
-TEST(CdrStreamTest, ArraysSwapEachElementAndAlignOnlyWhenTheyHaveElements) {
+TEST_F(CdrStreamTest, ArraysSwapEachElementAndAlignOnlyWhenTheyHaveElements) {
     std::vector<char> buffer(16, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 16, ZEL_CDR_LITTLE_ENDIAN);
@@ -164,7 +167,7 @@ TEST(CdrStreamTest, ArraysSwapEachElementAndAlignOnlyWhenTheyHaveElements) {
     EXPECT_THAT(read, testing::ElementsAre(0x0201, 0x0403, 0x0605));
 }
 
-TEST(CdrStreamTest, StringsCarryTheirNulAndRespectTheirBound) {
+TEST_F(CdrStreamTest, StringsCarryTheirNulAndRespectTheirBound) {
     std::vector<char> buffer(32, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 32, ZEL_CDR_BIG_ENDIAN);
@@ -195,7 +198,7 @@ TEST(CdrStreamTest, StringsCarryTheirNulAndRespectTheirBound) {
     EXPECT_FALSE(ZELCdrStream_deserializeString(&stream, text, 4));
 }
 
-TEST(CdrStreamTest, EncapsulationHeaderIsBigEndianAndSetsTheByteOrder) {
+TEST_F(CdrStreamTest, EncapsulationHeaderIsBigEndianAndSetsTheByteOrder) {
     std::vector<char> buffer(8, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 8, ZEL_CDR_BIG_ENDIAN);
@@ -222,7 +225,7 @@ TEST(CdrStreamTest, EncapsulationHeaderIsBigEndianAndSetsTheByteOrder) {
     EXPECT_EQ(ZELCdrStream_getCurrentPositionOffset(&reader), 0u);
 }
 
-TEST(CdrStreamTest, ParameterHeadersLengthsAndSentinelHaveTheirExactForm) {
+TEST_F(CdrStreamTest, ParameterHeadersLengthsAndSentinelHaveTheirExactForm) {
     std::vector<char> buffer(64, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 64, ZEL_CDR_BIG_ENDIAN);
@@ -253,7 +256,7 @@ TEST(CdrStreamTest, ParameterHeadersLengthsAndSentinelHaveTheirExactForm) {
     EXPECT_FALSE(ZELCdrStream_serializeParameterHeader(&stream, &header, 0x10000000, ZEL_FALSE, ZEL_TRUE));
 }
 
-TEST(CdrStreamTest, AValueOf64KiBNeedsTheExtendedHeader) {
+TEST_F(CdrStreamTest, AValueOf64KiBNeedsTheExtendedHeader) {
     std::vector<char> buffer(0x10000 + 16);
     for (const ZELBoolean extended : {ZEL_FALSE, ZEL_TRUE}) {
         ZELCdrStream stream;
@@ -268,7 +271,7 @@ TEST(CdrStreamTest, AValueOf64KiBNeedsTheExtendedHeader) {
 }
 
 // Raw header octets in both orders, with flag bits set.
-TEST(CdrStreamTest, HeaderReadingMasksFlagBitsAndRefusesLengthsPastTheEnd) {
+TEST_F(CdrStreamTest, HeaderReadingMasksFlagBitsAndRefusesLengthsPastTheEnd) {
     struct Case {
         ZELCdrByteOrder order;
         Octets octets;
@@ -317,7 +320,7 @@ TEST(CdrStreamTest, HeaderReadingMasksFlagBitsAndRefusesLengthsPastTheEnd) {
 
 // The reading loop a mutable type runs, over a list with an unknown member,
 // an ignored parameter and data after the sentinel.
-TEST(CdrStreamTest, AParameterListLoopSkipsWhatItDoesNotKnowAndStopsAtTheSentinel) {
+TEST_F(CdrStreamTest, AParameterListLoopSkipsWhatItDoesNotKnowAndStopsAtTheSentinel) {
     std::vector<char> buffer(128, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 128, ZEL_CDR_LITTLE_ENDIAN);
@@ -371,7 +374,7 @@ TEST(CdrStreamTest, AParameterListLoopSkipsWhatItDoesNotKnowAndStopsAtTheSentine
     EXPECT_EQ(ZELCdrStream_getCurrentPositionOffset(&reader), end);
 }
 
-TEST(CdrStreamTest, SequencesWriteTheirCountAndRefuseCountsAboveTheBound) {
+TEST_F(CdrStreamTest, SequencesWriteTheirCountAndRefuseCountsAboveTheBound) {
     std::vector<char> buffer(128, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 128, ZEL_CDR_BIG_ENDIAN);
@@ -420,7 +423,7 @@ TEST(CdrStreamTest, SequencesWriteTheirCountAndRefuseCountsAboveTheBound) {
     }
 }
 
-TEST(CdrStreamTest, NonPrimitiveSequencesGoThroughTheCallbackWithItsParameter) {
+TEST_F(CdrStreamTest, NonPrimitiveSequencesGoThroughTheCallbackWithItsParameter) {
     std::vector<char> buffer(64, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 64, ZEL_CDR_LITTLE_ENDIAN);
@@ -449,11 +452,9 @@ TEST(CdrStreamTest, NonPrimitiveSequencesGoThroughTheCallbackWithItsParameter) {
     EXPECT_EQ(ZELCdrStream_getRemainder(&reader), 0u);
 }
 
-class CdrStringSequenceTest : public zeltest::HeapCheckedTest {};
-
 // Elements keep their string when the incoming one fits and get a new heap
 // string otherwise; out of heap fails without losing an element.
-TEST_F(CdrStringSequenceTest, ElementsAreReusedOrReplacedOnTheHeap) {
+TEST_F(CdrStreamTest, StringSequenceElementsAreReusedOrReplacedOnTheHeap) {
     std::vector<char> buffer(64, static_cast<char>(kStale));
     ZELCdrStream stream;
     ZELCdrStream_init(&stream, buffer.data(), 64, ZEL_CDR_BIG_ENDIAN);
@@ -500,7 +501,7 @@ TEST_F(CdrStringSequenceTest, ElementsAreReusedOrReplacedOnTheHeap) {
 
 // Every operation, given one octet less than it needs, fails without writing
 // past the end; reading (or skipping) any truncated encoding fails.
-TEST(CdrStreamTest, EveryOperationRefusesToRunPastTheBuffer) {
+TEST_F(CdrStreamTest, EveryOperationRefusesToRunPastTheBuffer) {
     using Op = std::function<ZELBoolean(ZELCdrStream *)>;
     struct Operation {
         const char *name;

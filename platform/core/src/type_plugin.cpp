@@ -213,7 +213,7 @@ struct EndpointData {
     SamplePool keys;
     BufferPool buffers;
     char *md5Buffer = nullptr;  // NULL until _createMD5Stream; set before the endpoint is shared
-    ZELCdrStream md5Stream{};
+    ZELCdrStream md5Stream{};   // used by one thread at a time, under the endpoint's own lock
 
     const PRESTypePlugin &plugin() const { return participant->plugin; }
 };
