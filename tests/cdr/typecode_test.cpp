@@ -54,7 +54,7 @@ DDS_TypeCode *Shape_get_typecode() {
     return &g_shapeTc;
 }
 
-// Counted by hand from the documented form: kind, name, extensibility, count,
+// Counted by hand from the form typecode.h gives: kind, name, extensibility, count,
 // then per member name, id, key flag, visibility and type, with alignment.
 constexpr DDS_UnsignedLong kShapeSize = 248;
 

@@ -1,4 +1,4 @@
-// MD5 message digest (RFC 1321), used for instance key hashes: the digest of
+// The MD5 message digest, used for instance key hashes: the digest of
 // a key serialized into a stream.
 #include <algorithm>
 #include <array>

@@ -208,7 +208,7 @@ VURNCORE_API ZELBoolean ZELCdrStream_moveToNextParameterHeader(struct ZELCdrStre
 
 /* ---- MD5 ---- */
 
-/* MD5 digest (RFC 1321) of `length` octets. */
+/* MD5 digest of `length` octets. */
 VURNCORE_API void ZELCdrStream_computeMD5OfBuffer(const void *data, uint32_t length, unsigned char digest[16]);
 /* MD5 digest of the stream's octets from its buffer start to the current position. */
 VURNCORE_API void ZELCdrStream_computeMD5(const struct ZELCdrStream *self, unsigned char digest[16]);
