@@ -2,6 +2,7 @@
 // over owned buffers and samples that finalize themselves.
 #pragma once
 
+#include <cctype>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -16,12 +17,12 @@ namespace typetest {
 
 using Octets = std::vector<unsigned char>;
 
-// "00 01 ab" (spaces and '|' ignored) as octets.
+// "00 01 ab" as octets; anything but hex digits separates.
 inline Octets hex(const std::string &text) {
     Octets octets;
     std::string digits;
     for (char c : text) {
-        if (c != ' ' && c != '|' && c != '\n') {
+        if (std::isxdigit(static_cast<unsigned char>(c))) {
             digits += c;
         }
     }
@@ -31,62 +32,61 @@ inline Octets hex(const std::string &text) {
     return octets;
 }
 
-// A stream over a buffer of its own.
-class Buffer {
-public:
-    explicit Buffer(uint32_t size = 4096, ZELCdrByteOrder order = ZEL_CDR_BIG_ENDIAN) : storage_(size) {
-        ZELCdrStream_init(&stream, storage_.data(), size, order);
+// A stream over a buffer of its own: empty to write, or holding `octets`.
+struct Buffer {
+    explicit Buffer(uint32_t size = 4096, ZELCdrByteOrder order = ZEL_CDR_BIG_ENDIAN) : storage(size) {
+        ZELCdrStream_init(&stream, storage.data(), size, order);
     }
-    // A stream to read `octets` from.
-    explicit Buffer(const Octets &octets) : storage_(octets.begin(), octets.end()) {
-        ZELCdrStream_init(&stream, storage_.data(), static_cast<uint32_t>(storage_.size()), ZEL_CDR_BIG_ENDIAN);
+    explicit Buffer(const Octets &octets) : storage(octets.begin(), octets.end()) {
+        ZELCdrStream_init(&stream, storage.data(), static_cast<uint32_t>(storage.size()), ZEL_CDR_BIG_ENDIAN);
     }
-    Buffer(const Buffer &) = delete;
-    Buffer &operator=(const Buffer &) = delete;
-
     Octets written() const {
-        return Octets(storage_.begin(), storage_.begin() + ZELCdrStream_getCurrentPositionOffset(&stream));
+        return Octets(storage.begin(), storage.begin() + ZELCdrStream_getCurrentPositionOffset(&stream));
     }
 
+    std::vector<char> storage;
     ZELCdrStream stream{};
-
-private:
-    std::vector<char> storage_;
 };
 
-// A sample of a described type, initialized with the default parameters
-// and finalized at the end of its scope.
+// A sample initialized with the default parameters, finalized at the end
+// of its scope.
 template <typename T>
-class Sample {
-public:
-    explicit Sample(const ZELCdrTypeDesc *type) : type_(type) {
-        EXPECT_TRUE(ZELCdrType_initializeSample(type_, &value, nullptr));
+struct Sample {
+    explicit Sample(const ZELCdrTypeDesc *descriptor) : type(descriptor) {
+        EXPECT_TRUE(ZELCdrType_initializeSample(type, &value, nullptr));
     }
-    ~Sample() { ZELCdrType_finalizeSample(type_, &value, nullptr); }
+    ~Sample() { ZELCdrType_finalizeSample(type, &value, nullptr); }
     Sample(const Sample &) = delete;
     Sample &operator=(const Sample &) = delete;
 
+    const ZELCdrTypeDesc *type;
     T value;
-
-private:
-    const ZELCdrTypeDesc *type_;
 };
 
-// Replaces a string member's text, keeping the bound's allocation.
+// A bounded string member holds its bound: text is copied in place.
 inline void setText(char *member, const char *text) { std::strcpy(member, text); }
 
-// Replaces an unbounded string member.
 inline void replaceText(char **member, const char *text) {
     DDS_String_free(*member);
     *member = DDS_String_dup(text);
 }
 
-// The octets of a sample serialized with an encapsulation header.
-inline Octets serialized(const ZELCdrTypeDesc *type, const void *sample, uint16_t encapsulationId) {
+// Whether a sample serializes with an encapsulation header, and its octets.
+inline bool serializes(const ZELCdrTypeDesc *type, const void *sample, uint16_t encapsulationId,
+                       Octets *octets = nullptr) {
     Buffer buffer(1 << 18);
-    EXPECT_TRUE(ZELCdrType_serializeSample(type, sample, &buffer.stream, DDS_BOOLEAN_TRUE, encapsulationId,
-                                           DDS_BOOLEAN_TRUE));
-    return buffer.written();
+    const bool ok = ZELCdrType_serializeSample(type, sample, &buffer.stream, DDS_BOOLEAN_TRUE, encapsulationId,
+                                               DDS_BOOLEAN_TRUE);
+    if (octets != nullptr) {
+        *octets = buffer.written();
+    }
+    return ok;
+}
+
+inline Octets serialized(const ZELCdrTypeDesc *type, const void *sample, uint16_t encapsulationId) {
+    Octets octets;
+    EXPECT_TRUE(serializes(type, sample, encapsulationId, &octets));
+    return octets;
 }
 
 }  // namespace typetest

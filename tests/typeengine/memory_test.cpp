@@ -23,19 +23,9 @@ void fill(Appendable &s) {
     replaceText(&s.notes, "longer than the empty string it replaces");
 }
 
-TEST_F(TypeMemoryTest, InitializeFollowsTheAllocationParameters) {
-    Appendable sample;
-    std::memset(&sample, 0x5a, sizeof sample);  // garbage is overwritten, not freed
-    ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &sample, nullptr));
-    EXPECT_STREQ(sample.name, "");
-    EXPECT_STREQ(sample.notes, "");
-    EXPECT_EQ(sample.tail, 0);
-    EXPECT_EQ(sample.values._length, 0u);
-    EXPECT_EQ(sample.values._sequence_init, ZEL_SEQUENCE_MAGIC_NUMBER);
-    ZELCdrType_finalizeSample(&Appendable_desc, &sample, nullptr);
-    EXPECT_EQ(sample.name, nullptr);
-
+TEST_F(TypeMemoryTest, InitializeHandsTheAllocationParametersToSequences) {
     // Without memory: no strings, and the sequences make their elements so.
+    Appendable sample;
     const DDS_TypeAllocationParams_t noMemory = {DDS_BOOLEAN_TRUE, DDS_BOOLEAN_FALSE, DDS_BOOLEAN_FALSE};
     ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &sample, &noMemory));
     EXPECT_EQ(sample.name, nullptr);
@@ -52,19 +42,11 @@ TEST_F(TypeMemoryTest, CopyIsDeepAndKeepsTheBoundsAllocation) {
     char *boundedBuffer = copy.value.name;
     ASSERT_TRUE(ZELCdrType_copySample(&Appendable_desc, &copy.value, &source.value));
     EXPECT_EQ(copy.value.name, boundedBuffer);
-    EXPECT_STREQ(copy.value.name, "name");
     EXPECT_NE(copy.value.notes, source.value.notes);
-    EXPECT_STREQ(copy.value.notes, source.value.notes);
-    EXPECT_STREQ(copy.value.tags._contiguous_buffer[1], "tag");
-    EXPECT_EQ(copy.value.points._contiguous_buffer[1].y, 4);
     EXPECT_EQ(serialized(&Appendable_desc, &copy.value, 0), serialized(&Appendable_desc, &source.value, 0));
-
     // A source string above the bound is refused.
-    char *tooLong = DDS_String_dup("123456789");
-    std::swap(source.value.name, tooLong);
+    replaceText(&source.value.name, "123456789");
     EXPECT_FALSE(ZELCdrType_copySample(&Appendable_desc, &copy.value, &source.value));
-    std::swap(source.value.name, tooLong);
-    DDS_String_free(tooLong);
 }
 
 TEST_F(TypeMemoryTest, EveryAllocationFailureOfInitializeAndCopyIsUndone) {

@@ -8,58 +8,41 @@
 namespace typetest {
 namespace {
 
-constexpr ZELCdrTypeDesc structDesc(const char *name, uint32_t size, uint32_t alignment,
-                                    ZELCdrExtensibility extensibility, uint32_t memberCount,
-                                    const ZELCdrMember *members, const ZELSequenceElementType *elementType,
-                                    ZELCdrTypeCache *cache) {
-    return ZELCdrTypeDesc{ZEL_CDR_TK_STRUCT, name,    size,    alignment, extensibility, memberCount, members,
-                          0,                 nullptr, 0,       nullptr,   elementType,   nullptr,     cache};
+constexpr ZELCdrTypeDesc structDesc(const char *name, uint32_t size, ZELCdrExtensibility extensibility,
+                                    uint32_t count, const ZELCdrMember *members, ZELCdrTypeCache *cache,
+                                    const ZELSequenceElementType *elementType = nullptr) {
+    return {ZEL_CDR_TK_STRUCT, name, size, 8, extensibility, count, members, 0, nullptr, 0, nullptr,
+            elementType, nullptr, cache};
 }
-
+// Strings, sequences and arrays: `bound` is the length of an array.
+constexpr ZELCdrTypeDesc anonymousDesc(ZELCdrTypeKind kind, uint32_t size, uint32_t bound,
+                                       const ZELCdrTypeDesc *element) {
+    return {kind, nullptr, size, 8, ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, bound, element, 0, nullptr,
+            kind == ZEL_CDR_TK_STRING ? &zel::stringSequenceElementType : nullptr, nullptr, nullptr};
+}
 constexpr ZELCdrTypeDesc stringDesc(uint32_t bound) {
-    return ZELCdrTypeDesc{ZEL_CDR_TK_STRING, nullptr, sizeof(char *), alignof(char *),
-                          ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, bound, nullptr, 0, nullptr,
-                          &zel::stringSequenceElementType, nullptr, nullptr};
+    return anonymousDesc(ZEL_CDR_TK_STRING, sizeof(char *), bound, nullptr);
 }
-
 constexpr ZELCdrTypeDesc sequenceDesc(uint32_t bound, const ZELCdrTypeDesc *element) {
-    return ZELCdrTypeDesc{ZEL_CDR_TK_SEQUENCE, nullptr, sizeof(ZELSequence), alignof(ZELSequence),
-                          ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, bound, element, 0, nullptr, nullptr, nullptr,
-                          nullptr};
-}
-
-constexpr ZELCdrTypeDesc arrayDesc(uint32_t length, const ZELCdrTypeDesc *element, uint32_t size) {
-    return ZELCdrTypeDesc{ZEL_CDR_TK_ARRAY, nullptr, size, element->alignment, ZEL_CDR_EXTENSIBILITY_FINAL, 0,
-                          nullptr, length, element, 0, nullptr, nullptr, nullptr, nullptr};
+    return anonymousDesc(ZEL_CDR_TK_SEQUENCE, sizeof(ZELSequence), bound, element);
 }
 
 #define MEMBER(S, field, type) {#field, offsetof(S, field), type, DDS_BOOLEAN_FALSE}
-#define KEY_MEMBER(S, field, type) {#field, offsetof(S, field), type, DDS_BOOLEAN_TRUE}
+#define KEY(S, field, type) {#field, offsetof(S, field), type, DDS_BOOLEAN_TRUE}
 
-const ZELCdrEnumerator kColorEnumerators[] = {{"RED", 0}, {"GREEN", 1}, {"BLUE", 2}};
-const ZELCdrTypeDesc Color_desc = {ZEL_CDR_TK_ENUM, "typetest::Color", sizeof(Color), alignof(Color),
-                                   ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, 0, nullptr, 3, kColorEnumerators,
-                                   &zel::plainSequenceElementType<Color>, nullptr, nullptr};
-
+const ZELCdrEnumerator kColors[] = {{"RED", 0}, {"GREEN", 1}, {"BLUE", 2}};
+const ZELCdrTypeDesc kColor = {ZEL_CDR_TK_ENUM, "typetest::Color", sizeof(Color), alignof(Color),
+                               ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, 0, nullptr, 3, kColors,
+                               &zel::plainSequenceElementType<Color>, nullptr, nullptr};
 const ZELCdrTypeDesc kString4 = stringDesc(4);
 const ZELCdrTypeDesc kString8 = stringDesc(8);
 const ZELCdrTypeDesc kString256 = stringDesc(256);
-const ZELCdrTypeDesc kLongArray3 = arrayDesc(3, &ZELCdrType_g_long, sizeof(DDS_Long[3]));
-const ZELCdrTypeDesc kLongArray4 = arrayDesc(4, &ZELCdrType_g_long, sizeof(DDS_Long[4]));
+const ZELCdrTypeDesc kLong3 = anonymousDesc(ZEL_CDR_TK_ARRAY, sizeof(DDS_Long[3]), 3, &ZELCdrType_g_long);
+const ZELCdrTypeDesc kLong4 = anonymousDesc(ZEL_CDR_TK_ARRAY, sizeof(DDS_Long[4]), 4, &ZELCdrType_g_long);
 const ZELCdrTypeDesc kLongSeq3 = sequenceDesc(3, &ZELCdrType_g_long);
 const ZELCdrTypeDesc kString4Seq2 = sequenceDesc(2, &kString4);
 const ZELCdrTypeDesc kPointSeq2 = sequenceDesc(2, &Point_desc);
 const ZELCdrTypeDesc kOctetSeq70000 = sequenceDesc(70000, &ZELCdrType_g_octet);
-
-const ZELCdrMember kFinalAllMembers[] = {
-        MEMBER(FinalAll, b, &ZELCdrType_g_boolean), MEMBER(FinalAll, o, &ZELCdrType_g_octet),
-        MEMBER(FinalAll, c, &ZELCdrType_g_char),    MEMBER(FinalAll, s, &ZELCdrType_g_short),
-        MEMBER(FinalAll, us, &ZELCdrType_g_ushort), MEMBER(FinalAll, l, &ZELCdrType_g_long),
-        MEMBER(FinalAll, ul, &ZELCdrType_g_ulong),  MEMBER(FinalAll, ll, &ZELCdrType_g_longlong),
-        MEMBER(FinalAll, ull, &ZELCdrType_g_ulonglong), MEMBER(FinalAll, f, &ZELCdrType_g_float),
-        MEMBER(FinalAll, d, &ZELCdrType_g_double),  MEMBER(FinalAll, e, &Color_desc),
-        MEMBER(FinalAll, arr, &kLongArray3)};
-ZELCdrTypeCache g_finalAllCache;
 
 DDS_Boolean Point_initialize_w_params(Point *sample, const DDS_TypeAllocationParams_t *params) {
     return ZELCdrType_initializeSample(&Point_desc, sample, params);
@@ -69,80 +52,55 @@ void Point_finalize_w_params(Point *sample, const DDS_TypeDeallocationParams_t *
 }
 DDS_Boolean Point_copy(Point *dst, const Point *src) { return ZELCdrType_copySample(&Point_desc, dst, src); }
 
-const ZELCdrMember kPointMembers[] = {MEMBER(Point, x, &ZELCdrType_g_short), MEMBER(Point, y, &ZELCdrType_g_long)};
-ZELCdrTypeCache g_pointCache;
-constexpr const ZELSequenceElementType *kPointElementType =
-        &zel::structSequenceElementType<Point, Point_initialize_w_params, Point_finalize_w_params, Point_copy>;
-
-const ZELCdrMember kAppendableMembers[] = {
+const ZELCdrMember kFinalAll[] = {
+        MEMBER(FinalAll, b, &ZELCdrType_g_boolean),    MEMBER(FinalAll, o, &ZELCdrType_g_octet),
+        MEMBER(FinalAll, c, &ZELCdrType_g_char),       MEMBER(FinalAll, s, &ZELCdrType_g_short),
+        MEMBER(FinalAll, us, &ZELCdrType_g_ushort),    MEMBER(FinalAll, l, &ZELCdrType_g_long),
+        MEMBER(FinalAll, ul, &ZELCdrType_g_ulong),     MEMBER(FinalAll, ll, &ZELCdrType_g_longlong),
+        MEMBER(FinalAll, ull, &ZELCdrType_g_ulonglong), MEMBER(FinalAll, f, &ZELCdrType_g_float),
+        MEMBER(FinalAll, d, &ZELCdrType_g_double),     MEMBER(FinalAll, e, &kColor),
+        MEMBER(FinalAll, arr, &kLong3)};
+const ZELCdrMember kPoint[] = {MEMBER(Point, x, &ZELCdrType_g_short), MEMBER(Point, y, &ZELCdrType_g_long)};
+const ZELCdrMember kAppendable[] = {
         MEMBER(Appendable, name, &kString8),     MEMBER(Appendable, values, &kLongSeq3),
         MEMBER(Appendable, tags, &kString4Seq2), MEMBER(Appendable, points, &kPointSeq2),
         MEMBER(Appendable, tail, &ZELCdrType_g_short), MEMBER(Appendable, notes, &ZELCdrType_g_string)};
-ZELCdrTypeCache g_appendableCache;
-
-const ZELCdrMember kInnerMembers[] = {MEMBER(InnerMutable, a, &ZELCdrType_g_short),
-                                      MEMBER(InnerMutable, label, &kString8)};
-ZELCdrTypeCache g_innerCache;
-
-const ZELCdrMember kOuterMembers[] = {MEMBER(OuterMutable, id, &ZELCdrType_g_long),
-                                      MEMBER(OuterMutable, inner, &InnerMutable_desc),
-                                      MEMBER(OuterMutable, flag, &ZELCdrType_g_octet)};
-ZELCdrTypeCache g_outerCache;
-
-const ZELCdrMember kKey16Members[] = {MEMBER(Key16, value, &kLongArray4)};
-ZELCdrTypeCache g_key16Cache;
-const ZELCdrTypeDesc Key16_desc = structDesc("typetest::Key16", sizeof(Key16), alignof(Key16),
-                                             ZEL_CDR_EXTENSIBILITY_FINAL, 1, kKey16Members, nullptr, &g_key16Cache);
-
-const ZELCdrMember kDurationMembers[] = {MEMBER(DurationLike, sec, &ZELCdrType_g_long),
-                                         MEMBER(DurationLike, nanosec, &ZELCdrType_g_ulong)};
-ZELCdrTypeCache g_durationCache;
-const ZELCdrTypeDesc DurationLike_desc =
-        structDesc("typetest::DurationLike", sizeof(DurationLike), alignof(DurationLike),
-                   ZEL_CDR_EXTENSIBILITY_FINAL, 2, kDurationMembers, nullptr, &g_durationCache);
-
-const ZELCdrMember kTopicMembers[] = {KEY_MEMBER(TopicLike, key, &Key16_desc),
-                                      KEY_MEMBER(TopicLike, period, &DurationLike_desc),
-                                      MEMBER(TopicLike, count, &ZELCdrType_g_long),
-                                      MEMBER(TopicLike, name, &kString256)};
-ZELCdrTypeCache g_topicCache;
-
-const ZELCdrMember kFinalKeyedMembers[] = {
-        MEMBER(FinalKeyed, before, &ZELCdrType_g_long), KEY_MEMBER(FinalKeyed, id, &ZELCdrType_g_long),
-        MEMBER(FinalKeyed, note, &kString8), MEMBER(FinalKeyed, values, &kLongSeq3),
-        KEY_MEMBER(FinalKeyed, sub, &ZELCdrType_g_short)};
-ZELCdrTypeCache g_finalKeyedCache;
-
-const ZELCdrMember kBigMembers[] = {MEMBER(Big, small, &ZELCdrType_g_long), MEMBER(Big, blob, &kOctetSeq70000),
-                                    MEMBER(Big, inner, &InnerMutable_desc)};
-ZELCdrTypeCache g_bigCache;
+const ZELCdrMember kInner[] = {MEMBER(InnerMutable, a, &ZELCdrType_g_short), MEMBER(InnerMutable, label, &kString8)};
+const ZELCdrMember kOuter[] = {MEMBER(OuterMutable, id, &ZELCdrType_g_long),
+                               MEMBER(OuterMutable, inner, &InnerMutable_desc),
+                               MEMBER(OuterMutable, flag, &ZELCdrType_g_octet)};
+const ZELCdrMember kKey16[] = {MEMBER(Key16, value, &kLong4)};
+const ZELCdrMember kDuration[] = {MEMBER(DurationLike, sec, &ZELCdrType_g_long),
+                                  MEMBER(DurationLike, nanosec, &ZELCdrType_g_ulong)};
+ZELCdrTypeCache g_caches[10];
+const ZELCdrTypeDesc kKey16Desc = structDesc("Key16", sizeof(Key16), ZEL_CDR_EXTENSIBILITY_FINAL, 1, kKey16, &g_caches[0]);
+const ZELCdrTypeDesc kDurationDesc =
+        structDesc("DurationLike", sizeof(DurationLike), ZEL_CDR_EXTENSIBILITY_FINAL, 2, kDuration, &g_caches[1]);
+const ZELCdrMember kTopic[] = {KEY(TopicLike, key, &kKey16Desc), KEY(TopicLike, period, &kDurationDesc),
+                               MEMBER(TopicLike, count, &ZELCdrType_g_long), MEMBER(TopicLike, name, &kString256)};
+const ZELCdrMember kFinalKeyed[] = {MEMBER(FinalKeyed, before, &ZELCdrType_g_long),
+                                    KEY(FinalKeyed, id, &ZELCdrType_g_long), MEMBER(FinalKeyed, note, &kString8),
+                                    MEMBER(FinalKeyed, values, &kLongSeq3), KEY(FinalKeyed, sub, &ZELCdrType_g_short)};
+const ZELCdrMember kBig[] = {MEMBER(Big, small, &ZELCdrType_g_long), MEMBER(Big, blob, &kOctetSeq70000),
+                             MEMBER(Big, inner, &InnerMutable_desc)};
 
 }  // namespace
 
-const ZELCdrTypeDesc FinalAll_desc = structDesc("typetest::FinalAll", sizeof(FinalAll), alignof(FinalAll),
-                                                ZEL_CDR_EXTENSIBILITY_FINAL, 13, kFinalAllMembers, nullptr,
-                                                &g_finalAllCache);
-const ZELCdrTypeDesc Point_desc = structDesc("typetest::Point", sizeof(Point), alignof(Point),
-                                             ZEL_CDR_EXTENSIBILITY_FINAL, 2, kPointMembers, kPointElementType,
-                                             &g_pointCache);
+const ZELCdrTypeDesc FinalAll_desc =
+        structDesc("FinalAll", sizeof(FinalAll), ZEL_CDR_EXTENSIBILITY_FINAL, 13, kFinalAll, &g_caches[2]);
+const ZELCdrTypeDesc Point_desc =
+        structDesc("Point", sizeof(Point), ZEL_CDR_EXTENSIBILITY_FINAL, 2, kPoint, &g_caches[3],
+                   &zel::structSequenceElementType<Point, Point_initialize_w_params, Point_finalize_w_params, Point_copy>);
 const ZELCdrTypeDesc Appendable_desc =
-        structDesc("typetest::Appendable", sizeof(Appendable), alignof(Appendable),
-                   ZEL_CDR_EXTENSIBILITY_APPENDABLE, 6, kAppendableMembers, nullptr, &g_appendableCache);
+        structDesc("Appendable", sizeof(Appendable), ZEL_CDR_EXTENSIBILITY_APPENDABLE, 6, kAppendable, &g_caches[4]);
 const ZELCdrTypeDesc InnerMutable_desc =
-        structDesc("typetest::InnerMutable", sizeof(InnerMutable), alignof(InnerMutable),
-                   ZEL_CDR_EXTENSIBILITY_MUTABLE, 2, kInnerMembers, nullptr, &g_innerCache);
+        structDesc("InnerMutable", sizeof(InnerMutable), ZEL_CDR_EXTENSIBILITY_MUTABLE, 2, kInner, &g_caches[5]);
 const ZELCdrTypeDesc OuterMutable_desc =
-        structDesc("typetest::OuterMutable", sizeof(OuterMutable), alignof(OuterMutable),
-                   ZEL_CDR_EXTENSIBILITY_MUTABLE, 3, kOuterMembers, nullptr, &g_outerCache);
-const ZELCdrTypeDesc TopicLike_desc = structDesc("typetest::TopicLike", sizeof(TopicLike), alignof(TopicLike),
-                                                 ZEL_CDR_EXTENSIBILITY_MUTABLE, 4, kTopicMembers, nullptr,
-                                                 &g_topicCache);
-const ZELCdrTypeDesc FinalKeyed_desc = structDesc("typetest::FinalKeyed", sizeof(FinalKeyed), alignof(FinalKeyed),
-                                                  ZEL_CDR_EXTENSIBILITY_FINAL, 5, kFinalKeyedMembers, nullptr,
-                                                  &g_finalKeyedCache);
-const ZELCdrTypeDesc Big_desc = structDesc("typetest::Big", sizeof(Big), alignof(Big), ZEL_CDR_EXTENSIBILITY_MUTABLE,
-                                           3, kBigMembers, nullptr, &g_bigCache);
-const ZELCdrTypeDesc BigUncached_desc = structDesc("typetest::Big", sizeof(Big), alignof(Big),
-                                                   ZEL_CDR_EXTENSIBILITY_MUTABLE, 3, kBigMembers, nullptr, nullptr);
+        structDesc("OuterMutable", sizeof(OuterMutable), ZEL_CDR_EXTENSIBILITY_MUTABLE, 3, kOuter, &g_caches[6]);
+const ZELCdrTypeDesc TopicLike_desc =
+        structDesc("TopicLike", sizeof(TopicLike), ZEL_CDR_EXTENSIBILITY_MUTABLE, 4, kTopic, &g_caches[7]);
+const ZELCdrTypeDesc FinalKeyed_desc =
+        structDesc("FinalKeyed", sizeof(FinalKeyed), ZEL_CDR_EXTENSIBILITY_FINAL, 5, kFinalKeyed, &g_caches[8]);
+const ZELCdrTypeDesc Big_desc = structDesc("Big", sizeof(Big), ZEL_CDR_EXTENSIBILITY_MUTABLE, 3, kBig, &g_caches[9]);
 
 }  // namespace typetest

@@ -1,4 +1,4 @@
-// Small described types for the type engine's tests, written the way the
+// Small described types for the type engine's tests, laid out the way the
 // IDL compiler lays them out.
 #pragma once
 
@@ -7,9 +7,9 @@
 
 namespace typetest {
 
-enum Color { Color_RED = 0, Color_GREEN = 1, Color_BLUE = 2 };
+enum Color { Color_RED, Color_GREEN, Color_BLUE };
 
-// @final: every primitive kind and an array.
+// @final: every primitive kind, an enumeration and long[3].
 struct FinalAll {
     DDS_Boolean b;
     DDS_Octet o;
@@ -26,8 +26,7 @@ struct FinalAll {
     DDS_Long arr[3];
 };
 
-// @final
-struct Point {
+struct Point {  // @final
     DDS_Short x;
     DDS_Long y;
 };
@@ -35,8 +34,8 @@ struct PointSeq {
     ZEL_SEQUENCE_FIELDS(Point);
 };
 
-// @appendable: strings<8>, sequence<long,3>, sequence<string<4>,2>,
-// sequence<Point,2>, and an unbounded string.
+// @appendable: string<8>, sequence<long,3>, sequence<string<4>,2>,
+// sequence<Point,2>, short, unbounded string.
 struct Appendable {
     char *name;
     DDS_LongSeq values;
@@ -46,48 +45,46 @@ struct Appendable {
     char *notes;
 };
 
-// @mutable
-struct InnerMutable {
+struct InnerMutable {  // @mutable: short, string<8>
     DDS_Short a;
-    char *label;  // string<8>
+    char *label;
 };
 
-// @mutable, with a nested mutable member.
-struct OuterMutable {
+struct OuterMutable {  // @mutable: long, InnerMutable, octet
     DDS_Long id;
     InnerMutable inner;
     DDS_Octet flag;
 };
 
-// @final
-struct Key16 {
+struct Key16 {  // @final
     DDS_Long value[4];
 };
 
-// @final
-struct DurationLike {
+struct DurationLike {  // @final
     DDS_Long sec;
     DDS_UnsignedLong nanosec;
 };
 
-// @mutable, keyed like a statistics topic: @key key, @key period.
+// @mutable, keyed like a statistics topic: @key key, @key period, long,
+// string<256>.
 struct TopicLike {
     Key16 key;
     DurationLike period;
     DDS_Long count;
-    char *name;  // string<256>
+    char *name;
 };
 
-// @final, keys among other members: @key id, @key sub.
+// @final: long, @key long, string<8>, sequence<long,3>, @key short.
 struct FinalKeyed {
     DDS_Long before;
     DDS_Long id;
-    char *note;  // string<8>
+    char *note;
     DDS_LongSeq values;
     DDS_Short sub;
 };
 
-// @mutable, maximum size above 64 KiB: sequence<octet,70000> blob.
+// @mutable, maximum size above 64 KiB: long, sequence<octet,70000>,
+// InnerMutable.
 struct Big {
     DDS_Long small;
     DDS_OctetSeq blob;
@@ -102,7 +99,5 @@ extern const ZELCdrTypeDesc OuterMutable_desc;
 extern const ZELCdrTypeDesc TopicLike_desc;
 extern const ZELCdrTypeDesc FinalKeyed_desc;
 extern const ZELCdrTypeDesc Big_desc;
-// Big without a cache: every size computed afresh.
-extern const ZELCdrTypeDesc BigUncached_desc;
 
 }  // namespace typetest

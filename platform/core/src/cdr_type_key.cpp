@@ -87,6 +87,9 @@ DDS_Boolean ZELCdrType_copyKey(const ZELCdrTypeDesc *type, void *dst, const void
     if (type == nullptr || dst == nullptr || src == nullptr) {
         return DDS_BOOLEAN_FALSE;
     }
+    if (dst == src) {
+        return DDS_BOOLEAN_TRUE;
+    }
     return ZELCdrType_copyValueI(type, dst, src, KeyMode::keys) ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 

@@ -221,6 +221,9 @@ DDS_Boolean ZELCdrType_copySample(const ZELCdrTypeDesc *type, void *dst, const v
     if (type == nullptr || dst == nullptr || src == nullptr) {
         return DDS_BOOLEAN_FALSE;
     }
+    if (dst == src) {
+        return DDS_BOOLEAN_TRUE;
+    }
     return ZELCdrType_copyValueI(type, dst, src, KeyMode::all) ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 

@@ -139,6 +139,9 @@ VURNCORE_API void ZELCdrType_printSample(const struct ZELCdrTypeDesc *type, cons
 VURNCORE_API DDS_Boolean ZELCdrType_serializeSample(const struct ZELCdrTypeDesc *type, const void *sample,
                                                     struct ZELCdrStream *stream, DDS_Boolean serializeEncapsulation,
                                                     uint16_t encapsulationId, DDS_Boolean serializeSample);
+/* Reads what ZELCdrType_serializeSample writes into an initialized sample.
+ * A mutable type's members absent from the parameter list keep the values
+ * they had; unknown and ignored parameters are skipped. */
 VURNCORE_API DDS_Boolean ZELCdrType_deserializeSample(const struct ZELCdrTypeDesc *type, void *sample,
                                                       struct ZELCdrStream *stream,
                                                       DDS_Boolean deserializeEncapsulation,
