@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -95,14 +94,8 @@ bool parseCommandLineI(int argc, char **argv, CommandLine &line)
     return true;
 }
 
-// Rewrites a file only when its contents change, so that an unchanged
-// output does not make its users rebuild.
 bool writeFileI(const std::filesystem::path &path, const std::string &contents)
 {
-    std::optional<std::string> old = zelidl::readFileFromDisk(path.string());
-    if (old && *old == contents) {
-        return true;
-    }
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << contents;
     out.close();

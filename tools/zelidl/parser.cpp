@@ -45,8 +45,6 @@ std::string describeTokenI(const Token &token)
         return "end of file";
     case TokenKind::Include:
         return "#include";
-    case TokenKind::Integer:
-        return "'" + token.text + "'";
     default:
         return "'" + token.text + "'";
     }
@@ -536,30 +534,21 @@ Frontend::Frontend(std::vector<std::string> includeDirs, FileReader reader)
 
 const SourceFile &Frontend::load(const std::string &path)
 {
-    return loadResolved(path, nullptr);
-}
-
-const SourceFile &Frontend::loadResolved(const std::string &path, const SourceLocation *includedFrom)
-{
-    std::string key = normalizedI(path);
-    if (auto it = loaded_.find(key); it != loaded_.end()) {
-        return *it->second;
-    }
-    if (std::find(inProgress_.begin(), inProgress_.end(), key) != inProgress_.end()) {
-        throw CompileError(*includedFrom, "'" + path + "' includes itself through this #include");
-    }
     std::optional<std::string> source = reader_(path);
     if (!source) {
-        if (includedFrom != nullptr) {
-            throw CompileError(*includedFrom, "cannot read '" + path + "'");
-        }
         throw CompileError(SourceLocation{path, 1, 1}, "cannot read '" + path + "'");
     }
+    return parse(path, *source);
+}
+
+const SourceFile &Frontend::parse(const std::string &path, const std::string &source)
+{
+    std::string key = normalizedI(path);
     loadedPaths_.push_back(path);
     std::filesystem::path fsPath(path);
     SourceFile &file = model_.addFile(path, fsPath.stem().string());
     inProgress_.push_back(key);
-    Parser parser(tokenize(*source, path), model_, file,
+    Parser parser(tokenize(source, path), model_, file,
                   [this, path](const std::string &name, const SourceLocation &location) -> const SourceFile & {
                       return include(name, path, location);
                   });
@@ -580,9 +569,14 @@ const SourceFile &Frontend::include(const std::string &name, const std::string &
     }
     for (const std::string &candidate : candidates) {
         std::string key = normalizedI(candidate);
-        if (loaded_.count(key) != 0 ||
-            std::find(inProgress_.begin(), inProgress_.end(), key) != inProgress_.end() || reader_(candidate)) {
-            return loadResolved(candidate, &location);
+        if (auto it = loaded_.find(key); it != loaded_.end()) {
+            return *it->second;
+        }
+        if (std::find(inProgress_.begin(), inProgress_.end(), key) != inProgress_.end()) {
+            throw CompileError(location, "'" + candidate + "' includes itself through this #include");
+        }
+        if (std::optional<std::string> source = reader_(candidate)) {
+            return parse(candidate, *source);
         }
     }
     throw CompileError(location, "cannot find '" + name + "' beside the including file or in the include directories");

@@ -31,7 +31,7 @@ public:
     const std::vector<std::string> &loadedPaths() const { return loadedPaths_; }
 
 private:
-    const SourceFile &loadResolved(const std::string &path, const SourceLocation *includedFrom);
+    const SourceFile &parse(const std::string &path, const std::string &source);
     const SourceFile &include(const std::string &name, const std::string &includingPath,
                               const SourceLocation &location);
 
