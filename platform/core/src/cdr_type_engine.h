@@ -118,6 +118,15 @@ inline void ZELCdrType_endEncapsulationI(ZELCdrStream *stream, char *savedBase) 
     }
 }
 
+/* A whole sample or key: arguments checked, encapsulation header written
+ * or read when asked, the members (all or keys) walked, the origin restored. */
+DDS_Boolean ZELCdrType_serializeTopI(const ZELCdrTypeDesc *type, const void *sample, ZELCdrStream *stream,
+                                     DDS_Boolean serializeEncapsulation, uint16_t encapsulationId,
+                                     DDS_Boolean serializeValue, HeaderChoice headers, KeyMode mode);
+DDS_Boolean ZELCdrType_deserializeTopI(const ZELCdrTypeDesc *type, void *sample, ZELCdrStream *stream,
+                                       DDS_Boolean deserializeEncapsulation, DDS_Boolean deserializeValue,
+                                       KeyMode mode);
+
 /* ---- printing (print files) ---- */
 
 /* One line "description: text" (or "text" alone for a NULL description). */

@@ -56,31 +56,14 @@ extern "C" {
 DDS_Boolean ZELCdrType_serializeKey(const ZELCdrTypeDesc *type, const void *sample, ZELCdrStream *stream,
                                     DDS_Boolean serializeEncapsulation, uint16_t encapsulationId,
                                     DDS_Boolean serializeKey) {
-    if (type == nullptr || stream == nullptr || (serializeKey && sample == nullptr)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    char *savedBase = nullptr;
-    if (!ZELCdrType_beginEncapsulationI(type, stream, serializeEncapsulation, encapsulationId, &savedBase)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    HeaderChoice headers = shortHeaders();
-    const bool ok = !serializeKey || ZELCdrType_serializeValueI(type, sample, stream, headers, KeyMode::keys);
-    ZELCdrType_endEncapsulationI(stream, savedBase);
-    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+    return ZELCdrType_serializeTopI(type, sample, stream, serializeEncapsulation, encapsulationId, serializeKey,
+                                    shortHeaders(), KeyMode::keys);
 }
 
 DDS_Boolean ZELCdrType_deserializeKey(const ZELCdrTypeDesc *type, void *sample, ZELCdrStream *stream,
                                       DDS_Boolean deserializeEncapsulation, DDS_Boolean deserializeKey) {
-    if (type == nullptr || stream == nullptr || (deserializeKey && sample == nullptr)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    char *savedBase = nullptr;
-    if (!ZELCdrType_beginDecapsulationI(stream, deserializeEncapsulation, &savedBase)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    const bool ok = !deserializeKey || ZELCdrType_deserializeValueI(type, sample, stream, KeyMode::keys);
-    ZELCdrType_endEncapsulationI(stream, savedBase);
-    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+    return ZELCdrType_deserializeTopI(type, sample, stream, deserializeEncapsulation, deserializeKey,
+                                      KeyMode::keys);
 }
 
 DDS_Boolean ZELCdrType_copyKey(const ZELCdrTypeDesc *type, void *dst, const void *src) {

@@ -421,6 +421,36 @@ bool ZELCdrType_deserializeValueI(const ZELCdrTypeDesc *type, void *value, ZELCd
     }
 }
 
+DDS_Boolean ZELCdrType_serializeTopI(const ZELCdrTypeDesc *type, const void *sample, ZELCdrStream *stream,
+                                     DDS_Boolean serializeEncapsulation, uint16_t encapsulationId,
+                                     DDS_Boolean serializeValue, HeaderChoice headers, KeyMode mode) {
+    if (type == nullptr || stream == nullptr || (serializeValue && sample == nullptr)) {
+        return DDS_BOOLEAN_FALSE;
+    }
+    char *savedBase = nullptr;
+    if (!ZELCdrType_beginEncapsulationI(type, stream, serializeEncapsulation, encapsulationId, &savedBase)) {
+        return DDS_BOOLEAN_FALSE;
+    }
+    const bool ok = !serializeValue || ZELCdrType_serializeValueI(type, sample, stream, headers, mode);
+    ZELCdrType_endEncapsulationI(stream, savedBase);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+DDS_Boolean ZELCdrType_deserializeTopI(const ZELCdrTypeDesc *type, void *sample, ZELCdrStream *stream,
+                                       DDS_Boolean deserializeEncapsulation, DDS_Boolean deserializeValue,
+                                       KeyMode mode) {
+    if (type == nullptr || stream == nullptr || (deserializeValue && sample == nullptr)) {
+        return DDS_BOOLEAN_FALSE;
+    }
+    char *savedBase = nullptr;
+    if (!ZELCdrType_beginDecapsulationI(stream, deserializeEncapsulation, &savedBase)) {
+        return DDS_BOOLEAN_FALSE;
+    }
+    const bool ok = !deserializeValue || ZELCdrType_deserializeValueI(type, sample, stream, mode);
+    ZELCdrType_endEncapsulationI(stream, savedBase);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
 }  // namespace zel::cdr
 
 using namespace zel::cdr;
@@ -430,31 +460,14 @@ extern "C" {
 DDS_Boolean ZELCdrType_serializeSample(const ZELCdrTypeDesc *type, const void *sample, ZELCdrStream *stream,
                                        DDS_Boolean serializeEncapsulation, uint16_t encapsulationId,
                                        DDS_Boolean serializeSample) {
-    if (type == nullptr || stream == nullptr || (serializeSample && sample == nullptr)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    char *savedBase = nullptr;
-    if (!ZELCdrType_beginEncapsulationI(type, stream, serializeEncapsulation, encapsulationId, &savedBase)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    HeaderChoice headers = undecidedHeaders();
-    const bool ok = !serializeSample || ZELCdrType_serializeValueI(type, sample, stream, headers, KeyMode::all);
-    ZELCdrType_endEncapsulationI(stream, savedBase);
-    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+    return ZELCdrType_serializeTopI(type, sample, stream, serializeEncapsulation, encapsulationId, serializeSample,
+                                    undecidedHeaders(), KeyMode::all);
 }
 
 DDS_Boolean ZELCdrType_deserializeSample(const ZELCdrTypeDesc *type, void *sample, ZELCdrStream *stream,
                                          DDS_Boolean deserializeEncapsulation, DDS_Boolean deserializeSample) {
-    if (type == nullptr || stream == nullptr || (deserializeSample && sample == nullptr)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    char *savedBase = nullptr;
-    if (!ZELCdrType_beginDecapsulationI(stream, deserializeEncapsulation, &savedBase)) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    const bool ok = !deserializeSample || ZELCdrType_deserializeValueI(type, sample, stream, KeyMode::all);
-    ZELCdrType_endEncapsulationI(stream, savedBase);
-    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+    return ZELCdrType_deserializeTopI(type, sample, stream, deserializeEncapsulation, deserializeSample,
+                                      KeyMode::all);
 }
 
 }  // extern "C"
