@@ -1,0 +1,290 @@
+// The entity records behind the DDS API's opaque handles, and what the
+// entity sources share: locking, logging, monitor notification and QoS
+// helpers. C++ only (private to vurnc).
+//
+// Locking. Every entity has a recursive exclusive area of the factory's
+// worker factory. Levels make the order participant > topic, publisher,
+// subscriber > writer, reader checked; the factory's area is the lowest and
+// is never held while another area is entered. A participant's lock guards
+// its whole tree's structure (every child list below it); a publisher's or
+// subscriber's lock also guards its endpoint list, so a walker that holds
+// only that lock sees a stable list. Each entity's lock guards its QoS.
+// The monitor is notified with no lock of this call held.
+#ifndef VURNC_ENTITY_PRIVATE_H
+#define VURNC_ENTITY_PRIVATE_H
+
+#include <atomic>
+
+#include "vurnc/dds_c.h"
+#include "vurncore/log.h"
+#include "vurncore/worker.h"
+
+#define DDS_ENTITY_LOCK_LEVEL_FACTORY 10
+#define DDS_ENTITY_LOCK_LEVEL_ENDPOINT 20
+#define DDS_ENTITY_LOCK_LEVEL_GROUP 30 /* topics, publishers, subscribers */
+#define DDS_ENTITY_LOCK_LEVEL_PARTICIPANT 40
+
+// An intrusive list of children: adding and removing never allocates.
+struct DDS_EntityListNodeI {
+    DDS_EntityListNodeI *prev = nullptr;
+    DDS_EntityListNodeI *next = nullptr;
+};
+struct DDS_EntityListI {
+    DDS_EntityListNodeI *head = nullptr;
+    DDS_EntityListNodeI *tail = nullptr;
+    DDS_Long count = 0;
+};
+void DDS_EntityList_addI(DDS_EntityListI *list, DDS_EntityListNodeI *node);
+void DDS_EntityList_removeI(DDS_EntityListI *list, DDS_EntityListNodeI *node);
+
+// The part every entity record starts with.
+struct DDS_EntityImpl {
+    DDS_EntityKind_t kind;
+    std::atomic<bool> enabled;
+    bool vendorSpecific;                /* fixed at creation */
+    struct REDAExclusiveArea *lock;     /* the entity's own recursive lock */
+    DDS_BuiltinTopicKey_t key;          /* fixed at creation */
+    DDS_Entity *parent;                 /* NULL for a participant */
+    DDS_DomainParticipant *participant; /* the participant itself for one */
+    DDS_EntityListNodeI node;           /* in the parent's list [participant lock] */
+    DDS_Listener listener;              /* [entity lock] */
+    DDS_StatusMask mask;                /* [entity lock] */
+};
+
+// The monitor attached to a participant. The monitoring hook fills it
+// when it attaches the participant and clears it at detach; no event is
+// reported without it.
+typedef DDS_UnsignedLong (*DDS_MonitorEventNotifyFunctionI)(void *participantObject, DDS_Long eventKind,
+                                                             DDS_Entity *entity, const void *eventData);
+struct DDS_MonitorAttachmentI {
+    DDS_MonitorEventNotifyFunctionI onEventNotify = nullptr;
+    void *participantObject = nullptr;
+};
+
+// What the monitoring hook does at participant creation and deletion and at
+// factory finalization; installed in the factory by the hook, none by
+// default. `onParticipantCreated` runs once the participant is in the
+// factory's list and before it is enabled; `onParticipantDeleting` runs
+// before a participant with no children left is removed.
+struct DDS_MonitorHooksI {
+    void (*onParticipantCreated)(DDS_DomainParticipantFactory *factory, DDS_DomainParticipant *participant) = nullptr;
+    void (*onParticipantDeleting)(DDS_DomainParticipantFactory *factory, DDS_DomainParticipant *participant) = nullptr;
+    void (*onFactoryFinalizing)(DDS_DomainParticipantFactory *factory) = nullptr;
+    void *hookData = nullptr; /* owned by the monitoring hook */
+};
+
+struct DDS_QosProfileI;
+
+struct DDS_DomainParticipantFactoryImpl {
+    struct REDAWorkerFactory *workerFactory;
+    struct REDAExclusiveArea *lock;
+    DDS_DomainParticipantFactoryQos qos;           /* [lock] */
+    DDS_DomainParticipantQos defaultParticipantQos; /* [lock] */
+    DDS_TopicQos defaultTopicQos;                   /* read only after creation */
+    DDS_PublisherQos defaultPublisherQos;           /* read only after creation */
+    DDS_SubscriberQos defaultSubscriberQos;         /* read only after creation */
+    DDS_DataWriterQos defaultWriterQos;             /* read only after creation */
+    DDS_DataReaderQos defaultReaderQos;             /* read only after creation */
+    DDS_EntityListI participants;                   /* [lock] */
+    DDS_QosProfileI *profiles;                      /* [lock] */
+    DDS_MonitorHooksI monitorHooks;                 /* set by the monitoring hook */
+};
+
+// A registered type: the participant's copy of the plug-in record.
+struct DDS_RegisteredTypeI {
+    DDS_RegisteredTypeI *next;
+    char *name;
+    struct PRESTypePlugin plugin;
+    DDS_Long registrations;
+    DDS_Long topicCount; /* topics of this type */
+};
+
+struct DDS_DomainParticipantImpl {
+    DDS_EntityImpl entity;
+    DDS_DomainParticipantFactory *factory;
+    DDS_DomainId_t domainId;
+    DDS_DomainParticipantQos qos;            /* [lock] */
+    DDS_TopicQos defaultTopicQos;            /* [lock] */
+    DDS_PublisherQos defaultPublisherQos;    /* [lock] */
+    DDS_SubscriberQos defaultSubscriberQos;  /* [lock] */
+    DDS_EntityListI topics;                  /* [lock] */
+    DDS_EntityListI contentFilteredTopics;   /* [lock]; nodes of DDS_ContentFilteredTopicImpl */
+    DDS_EntityListI publishers;              /* [lock] */
+    DDS_EntityListI subscribers;             /* [lock] */
+    DDS_RegisteredTypeI *types;              /* [lock] */
+    std::atomic<DDS_UnsignedLong> entityCounter; /* numbers the children's keys */
+    DDS_MonitorAttachmentI monitor;          /* set by the monitoring hook */
+    void *wireParticipant;                   /* owned by the data path */
+};
+
+enum DDS_TopicDescriptionKindI { DDS_TOPIC_DESCRIPTION_TOPIC_I, DDS_TOPIC_DESCRIPTION_CONTENT_FILTERED_I };
+
+struct DDS_TopicDescriptionImpl {
+    DDS_TopicDescriptionKindI kind;
+    char *name;     /* fixed at creation */
+    char *typeName; /* fixed at creation */
+    DDS_DomainParticipant *participant;
+};
+
+struct DDS_TopicImpl {
+    DDS_EntityImpl entity;
+    DDS_TopicDescriptionImpl description;
+    DDS_RegisteredTypeI *type;
+    DDS_TopicQos qos;      /* [lock] */
+    DDS_Long useCount;     /* writers, readers and content-filtered topics [participant lock] */
+    DDS_Long findCount;    /* references handed out by find_topic [participant lock] */
+};
+
+struct DDS_ContentFilteredTopicImpl {
+    DDS_TopicDescriptionImpl description;
+    DDS_EntityListNodeI node;       /* in the participant's list [participant lock] */
+    DDS_Topic *relatedTopic;
+    char *filterExpression;         /* fixed at creation */
+    DDS_StringSeq parameters;       /* [participant lock] */
+    DDS_Long readerCount;           /* [participant lock] */
+    void *filter;                   /* the compiled filter, owned by the data path */
+};
+
+struct DDS_PublisherImpl {
+    DDS_EntityImpl entity;
+    DDS_PublisherQos qos;                 /* [lock] */
+    DDS_DataWriterQos defaultWriterQos;   /* [lock] */
+    DDS_EntityListI writers;              /* [participant lock and lock] */
+};
+
+struct DDS_SubscriberImpl {
+    DDS_EntityImpl entity;
+    DDS_SubscriberQos qos;                /* [lock] */
+    DDS_DataReaderQos defaultReaderQos;   /* [lock] */
+    DDS_EntityListI readers;              /* [participant lock and lock] */
+};
+
+struct DDS_DataWriterImpl {
+    DDS_EntityImpl entity;
+    DDS_Topic *topic;
+    DDS_DataWriterQos qos;  /* [lock] */
+    void *endpointData;     /* type plug-in endpoint data, owned by the data path */
+    void *wireWriter;       /* owned by the data path */
+};
+
+struct DDS_DataReaderImpl {
+    DDS_EntityImpl entity;
+    DDS_TopicDescription *topicDescription; /* a topic or a content-filtered topic */
+    DDS_DataReaderQos qos;  /* [lock] */
+    void *endpointData;     /* type plug-in endpoint data, owned by the data path */
+    void *wireReader;       /* owned by the data path */
+};
+
+// ---- factory services ----
+struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(DDS_DomainParticipantFactory *self,
+                                                                           int reserved);
+struct REDAWorker *DDS_DomainParticipantFactory_get_workerI(DDS_DomainParticipantFactory *self);
+
+// ---- the common entity part ----
+// Fills the common part: makes the lock (false when out of heap) and the
+// key from the participant's numbering and the kind octet.
+bool DDS_Entity_initializeI(DDS_EntityImpl *self, DDS_EntityKind_t kind, DDS_DomainParticipant *participant,
+                            DDS_Entity *parent, DDS_Octet kindOctet, bool vendorSpecific,
+                            const DDS_Listener *listener, DDS_StatusMask mask);
+void DDS_Entity_finalizeI(DDS_EntityImpl *self);
+DDS_DomainParticipantFactory *DDS_Entity_get_factoryI(const DDS_EntityImpl *self);
+
+// A held entity lock (or the factory's), left when the guard ends.
+class DDS_EntityLockGuardI {
+public:
+    DDS_EntityLockGuardI(DDS_DomainParticipantFactory *factory, struct REDAExclusiveArea *area);
+    explicit DDS_EntityLockGuardI(DDS_EntityImpl *entity);
+    ~DDS_EntityLockGuardI();
+    DDS_EntityLockGuardI(const DDS_EntityLockGuardI &) = delete;
+    DDS_EntityLockGuardI &operator=(const DDS_EntityLockGuardI &) = delete;
+    // OK, or why the lock could not be taken.
+    DDS_ReturnCode_t result() const { return result_; }
+    bool held() const { return result_ == DDS_RETCODE_OK; }
+
+private:
+    struct REDAWorker *worker_ = nullptr;
+    struct REDAExclusiveArea *area_ = nullptr;
+    DDS_ReturnCode_t result_ = DDS_RETCODE_ERROR;
+};
+
+// Reports an event to the participant's monitor, if one is attached.
+void DDS_DomainParticipant_notifyMonitorI(DDS_DomainParticipant *participant, DDS_Long eventKind,
+                                          DDS_Entity *entity, const void *eventData);
+
+// Enables `entity` (parent checks, flag, events), then, if its QoS
+// autoenables, its disabled children.
+DDS_ReturnCode_t DDS_Entity_enableI(DDS_EntityImpl *entity);
+// Whether the entity's own entity_factory policy autoenables its children.
+bool DDS_Entity_autoenablesI(DDS_EntityImpl *entity);
+
+// ---- deletion shared by delete and delete_contained_entities ----
+// Each takes the participant lock itself; the precondition is checked.
+DDS_ReturnCode_t DDS_Topic_deleteI(DDS_Topic *topic, bool ignoreFinds);
+DDS_ReturnCode_t DDS_ContentFilteredTopic_deleteI(DDS_ContentFilteredTopic *topic);
+DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer);
+DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader);
+
+// ---- registered types ----
+DDS_RegisteredTypeI *DDS_DomainParticipant_findTypeI(DDS_DomainParticipant *self, const char *typeName);
+
+// ---- QoS checks (qos_check.cpp) ----
+// INCONSISTENT_POLICY with a logged reason, or OK.
+DDS_ReturnCode_t DDS_DomainParticipantQos_checkI(const DDS_DomainParticipantQos *qos, const char *context);
+DDS_ReturnCode_t DDS_TopicQos_checkI(const DDS_TopicQos *qos, const char *context);
+DDS_ReturnCode_t DDS_PublisherQos_checkI(const DDS_PublisherQos *qos, const char *context);
+DDS_ReturnCode_t DDS_SubscriberQos_checkI(const DDS_SubscriberQos *qos, const char *context);
+DDS_ReturnCode_t DDS_DataWriterQos_checkI(const DDS_DataWriterQos *qos, const char *context);
+DDS_ReturnCode_t DDS_DataReaderQos_checkI(const DDS_DataReaderQos *qos, const char *context);
+// True when `next` changes a policy that is fixed once the entity is
+// enabled (the changed policy is logged).
+bool DDS_DomainParticipantQos_changesImmutableI(const DDS_DomainParticipantQos *old,
+                                                const DDS_DomainParticipantQos *next, const char *context);
+bool DDS_TopicQos_changesImmutableI(const DDS_TopicQos *old, const DDS_TopicQos *next, const char *context);
+bool DDS_PublisherQos_changesImmutableI(const DDS_PublisherQos *old, const DDS_PublisherQos *next,
+                                        const char *context);
+bool DDS_SubscriberQos_changesImmutableI(const DDS_SubscriberQos *old, const DDS_SubscriberQos *next,
+                                         const char *context);
+bool DDS_DataWriterQos_changesImmutableI(const DDS_DataWriterQos *old, const DDS_DataWriterQos *next,
+                                         const char *context);
+bool DDS_DataReaderQos_changesImmutableI(const DDS_DataReaderQos *old, const DDS_DataReaderQos *next,
+                                         const char *context);
+
+// ---- QoS copies ----
+// The generated operations of each QoS type, for the templates below.
+template <typename Q> struct DDS_QosOpsI;
+#define DDS_QOS_OPS_I(Q)                                                              \
+    template <> struct DDS_QosOpsI<Q> {                                              \
+        static DDS_Boolean initialize(Q *qos) { return Q##_initialize(qos); }        \
+        static void finalize(Q *qos) { Q##_finalize(qos); }                          \
+        static DDS_Boolean copy(Q *dst, const Q *src) { return Q##_copy(dst, src); } \
+    }
+DDS_QOS_OPS_I(DDS_DomainParticipantFactoryQos);
+DDS_QOS_OPS_I(DDS_DomainParticipantQos);
+DDS_QOS_OPS_I(DDS_TopicQos);
+DDS_QOS_OPS_I(DDS_PublisherQos);
+DDS_QOS_OPS_I(DDS_SubscriberQos);
+DDS_QOS_OPS_I(DDS_DataWriterQos);
+DDS_QOS_OPS_I(DDS_DataReaderQos);
+#undef DDS_QOS_OPS_I
+
+// Replaces `*dst` by a copy of `src` all at once: on failure (out of heap)
+// `*dst` is unchanged.
+template <typename Q> bool DDS_Qos_replaceI(Q *dst, const Q *src) {
+    Q copy;
+    if (!DDS_QosOpsI<Q>::initialize(&copy)) {
+        return false;
+    }
+    if (!DDS_QosOpsI<Q>::copy(&copy, src)) {
+        DDS_QosOpsI<Q>::finalize(&copy);
+        return false;
+    }
+    Q old = *dst;
+    *dst = copy;
+    DDS_QosOpsI<Q>::finalize(&old);
+    return true;
+}
+
+// Out-of-heap logging of a structure allocation under `context`.
+void DDS_Entity_logOutOfHeapI(const char *context, size_t size);
+
+#endif
