@@ -1,14 +1,13 @@
-// The PropertyQosPolicy: an ordered list of name/value pairs and the helpers
-// that look up, add, replace and remove them. Every helper prepares what can
-// fail (string copies, a larger buffer) before it changes the policy, so a
-// failure leaves the policy as it was.
+// The PropertyQosPolicy helpers: look up, add, replace and remove name/value
+// pairs of an ordered list. Every helper prepares what can fail (string
+// buffers, a larger list) before it changes the policy, so a failure leaves
+// the policy as it was.
 #include "vurnc/dds_property.h"
 
 #include <cstring>
 
 #include "vurncore/dds_string.h"
 #include "vurncore/log.h"
-#include "vurncore/sequence_define.hpp"
 
 namespace {
 
@@ -16,77 +15,21 @@ void logBadParameterI(const char *context, const char *parameter) {
     ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, parameter);
 }
 
-void logStringOutOfHeapI(const char *context, const char *text) {
-    ZELLog_printContextAndMsg(context, &ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd,
-                              static_cast<int>(std::strlen(text) + 1), 1);
-}
-
-// Copies `text` (NULL stays NULL) into *copy; false when out of heap.
-bool dupI(const char *text, char **copy, const char *context) {
-    *copy = nullptr;
-    if (text == nullptr) {
-        return true;
+// A string member of a property owns a buffer of its maximum + 1 octets.
+// Fills *buffer with `text`, allocating that buffer when there is none yet;
+// false (logged) when out of heap, *buffer then unchanged.
+bool fillBoundedI(char **buffer, const char *text, size_t maximum, const char *context) {
+    if (*buffer == nullptr) {
+        *buffer = DDS_String_alloc(maximum);
+        if (*buffer == nullptr) {
+            ZELLog_printContextAndMsg(context, &ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd,
+                                      static_cast<int>(maximum + 1), 1);
+            return false;
+        }
     }
-    *copy = DDS_String_dup(text);
-    if (*copy == nullptr) {
-        logStringOutOfHeapI(context, text);
-        return false;
-    }
+    std::memmove(*buffer, text, std::strlen(text) + 1);  // text may be the buffer itself
     return true;
 }
-
-DDS_Boolean initializePropertyI(DDS_Property_t *self, const DDS_TypeAllocationParams_t *params) {
-    self->name = nullptr;
-    self->value = nullptr;
-    self->propagate = DDS_BOOLEAN_FALSE;
-    if (!params->allocate_memory) {
-        return DDS_BOOLEAN_TRUE;
-    }
-    self->name = DDS_String_dup("");
-    if (self->name == nullptr) {
-        return DDS_BOOLEAN_FALSE;
-    }
-    self->value = DDS_String_dup("");
-    if (self->value == nullptr) {
-        DDS_String_free(self->name);
-        self->name = nullptr;
-        return DDS_BOOLEAN_FALSE;
-    }
-    return DDS_BOOLEAN_TRUE;
-}
-
-void finalizePropertyI(DDS_Property_t *self, const DDS_TypeDeallocationParams_t *) {
-    DDS_String_free(self->name);
-    DDS_String_free(self->value);
-    self->name = nullptr;
-    self->value = nullptr;
-}
-
-// Both texts are copied before the destination changes, so on failure it
-// keeps its old contents.
-DDS_Boolean copyPropertyI(DDS_Property_t *dst, const DDS_Property_t *src) {
-    char *name = nullptr;
-    char *value = nullptr;
-    if (!dupI(src->name, &name, "DDS_Property_t_copy") || !dupI(src->value, &value, "DDS_Property_t_copy")) {
-        DDS_String_free(name);
-        return DDS_BOOLEAN_FALSE;
-    }
-    DDS_String_free(dst->name);
-    DDS_String_free(dst->value);
-    dst->name = name;
-    dst->value = value;
-    dst->propagate = src->propagate;
-    return DDS_BOOLEAN_TRUE;
-}
-
-constexpr ZELSequenceElementType kPropertyElementType =
-        zel::structSequenceElementType<DDS_Property_t, &initializePropertyI, &finalizePropertyI, &copyPropertyI>;
-
-}  // namespace
-
-ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_PropertySeq, struct DDS_Property_t, &kPropertyElementType);
-
-namespace {
 
 // The i-th element of a sequence whose length or maximum covers i.
 DDS_Property_t *propertyAtI(const DDS_PropertySeq *properties, DDS_Long i) {
@@ -116,40 +59,36 @@ DDS_ReturnCode_t checkPropertyArgumentsI(const DDS_PropertyQosPolicy *policy, co
         logBadParameterI(context, "policy");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    if (name == nullptr) {
+    if (name == nullptr || std::strlen(name) > DDS_PROPERTY_NAME_MAX) {
         logBadParameterI(context, "name");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    if (value == nullptr) {
+    if (value == nullptr || std::strlen(value) > DDS_PROPERTY_VALUE_MAX) {
         logBadParameterI(context, "value");
         return DDS_RETCODE_BAD_PARAMETER;
     }
     return DDS_RETCODE_OK;
 }
 
-// Appends a property known to be absent.
+// Appends a property known to be absent. The slot past the length may hold
+// buffers of a removed property or of the sequence's own initialization:
+// they are reused, and buffers made here stay with the slot on failure (it
+// is an initialized element either way).
 DDS_ReturnCode_t appendPropertyI(DDS_PropertyQosPolicy *policy, const char *name, const char *value,
                                  DDS_Boolean propagate, const char *context) {
-    char *nameCopy = nullptr;
-    char *valueCopy = nullptr;
-    if (!dupI(name, &nameCopy, context) || !dupI(value, &valueCopy, context)) {
-        DDS_String_free(nameCopy);
-        return DDS_RETCODE_OUT_OF_RESOURCES;
-    }
     // Capacity doubles, so adding n properties moves the list O(log n) times.
     const DDS_Long length = DDS_PropertySeq_get_length(&policy->value);
     const DDS_Long maximum = DDS_PropertySeq_get_maximum(&policy->value);
     const DDS_Long grown = maximum > length ? maximum : (maximum > 0 ? maximum * 2 : 1);
     if (!DDS_PropertySeq_ensure_length(&policy->value, length + 1, grown)) {
-        DDS_String_free(nameCopy);
-        DDS_String_free(valueCopy);
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
     DDS_Property_t *slot = propertyAtI(&policy->value, length);
-    DDS_String_free(slot->name);
-    DDS_String_free(slot->value);
-    slot->name = nameCopy;
-    slot->value = valueCopy;
+    if (!fillBoundedI(&slot->name, name, DDS_PROPERTY_NAME_MAX, context) ||
+        !fillBoundedI(&slot->value, value, DDS_PROPERTY_VALUE_MAX, context)) {
+        DDS_PropertySeq_set_length(&policy->value, length);
+        return DDS_RETCODE_OUT_OF_RESOURCES;
+    }
     slot->propagate = propagate;
     return DDS_RETCODE_OK;
 }
@@ -157,59 +96,6 @@ DDS_ReturnCode_t appendPropertyI(DDS_PropertyQosPolicy *policy, const char *name
 }  // namespace
 
 extern "C" {
-
-DDS_Boolean DDS_Property_t_initialize(DDS_Property_t *self) {
-    if (self == nullptr) {
-        logBadParameterI("DDS_Property_t_initialize", "self");
-        return DDS_BOOLEAN_FALSE;
-    }
-    const DDS_TypeAllocationParams_t params = DDS_TYPE_ALLOCATION_PARAMS_DEFAULT;
-    if (!initializePropertyI(self, &params)) {
-        logStringOutOfHeapI("DDS_Property_t_initialize", "");
-        return DDS_BOOLEAN_FALSE;
-    }
-    return DDS_BOOLEAN_TRUE;
-}
-
-void DDS_Property_t_finalize(DDS_Property_t *self) {
-    if (self == nullptr) {
-        logBadParameterI("DDS_Property_t_finalize", "self");
-        return;
-    }
-    finalizePropertyI(self, nullptr);
-}
-
-DDS_Boolean DDS_Property_t_copy(DDS_Property_t *dst, const DDS_Property_t *src) {
-    if (dst == nullptr || src == nullptr) {
-        logBadParameterI("DDS_Property_t_copy", dst == nullptr ? "dst" : "src");
-        return DDS_BOOLEAN_FALSE;
-    }
-    return copyPropertyI(dst, src);
-}
-
-DDS_Boolean DDS_PropertyQosPolicy_initialize(DDS_PropertyQosPolicy *self) {
-    if (self == nullptr) {
-        logBadParameterI("DDS_PropertyQosPolicy_initialize", "self");
-        return DDS_BOOLEAN_FALSE;
-    }
-    return DDS_PropertySeq_initialize(&self->value);
-}
-
-DDS_Boolean DDS_PropertyQosPolicy_finalize(DDS_PropertyQosPolicy *self) {
-    if (self == nullptr) {
-        logBadParameterI("DDS_PropertyQosPolicy_finalize", "self");
-        return DDS_BOOLEAN_FALSE;
-    }
-    return DDS_PropertySeq_finalize(&self->value);
-}
-
-DDS_Boolean DDS_PropertyQosPolicy_copy(DDS_PropertyQosPolicy *dst, const DDS_PropertyQosPolicy *src) {
-    if (dst == nullptr || src == nullptr) {
-        logBadParameterI("DDS_PropertyQosPolicy_copy", dst == nullptr ? "dst" : "src");
-        return DDS_BOOLEAN_FALSE;
-    }
-    return DDS_PropertySeq_copy(&dst->value, &src->value) != nullptr ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
-}
 
 DDS_Long DDS_PropertyQosPolicyHelper_get_number_of_properties(const DDS_PropertyQosPolicy *policy) {
     return policy == nullptr ? 0 : DDS_PropertySeq_get_length(&policy->value);
@@ -249,13 +135,10 @@ DDS_ReturnCode_t DDS_PropertyQosPolicyHelper_assert_property(DDS_PropertyQosPoli
     if (index < 0) {
         return appendPropertyI(policy, name, value, propagate, context);
     }
-    char *valueCopy = nullptr;
-    if (!dupI(value, &valueCopy, context)) {
+    DDS_Property_t *property = propertyAtI(&policy->value, index);
+    if (!fillBoundedI(&property->value, value, DDS_PROPERTY_VALUE_MAX, context)) {
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
-    DDS_Property_t *property = propertyAtI(&policy->value, index);
-    DDS_String_free(property->value);
-    property->value = valueCopy;
     property->propagate = propagate;
     return DDS_RETCODE_OK;
 }
@@ -271,7 +154,7 @@ DDS_ReturnCode_t DDS_PropertyQosPolicyHelper_remove_property(DDS_PropertyQosPoli
     }
     // The removed element moves behind the last one, out of the length: the
     // others keep their order and it stays an initialized element whose
-    // storage the next add reuses.
+    // buffers the next add reuses.
     const DDS_Long length = DDS_PropertySeq_get_length(&policy->value);
     const DDS_Property_t removed = *propertyAtI(&policy->value, index);
     for (DDS_Long i = index; i + 1 < length; ++i) {

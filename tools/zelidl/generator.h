@@ -13,6 +13,7 @@ struct GeneratorOptions {
     std::string exportMacro;                 // marks every exported declaration
     std::string exportHeader;                // defines exportMacro; empty: none included
     std::set<std::string> pluginTypes;       // scoped names of keyless types that also get a type plug-in
+    std::string outputBaseName;              // base name of the outputs; empty: the IDL file's
 };
 
 struct GeneratedFiles {
@@ -20,6 +21,7 @@ struct GeneratedFiles {
     std::string source;                      // <base>.cpp: descriptors, type codes, sequences, samples
     std::string pluginSource;                // <base>Plugin.cpp: serialization, keys, plug-in records
     std::string typeTable;                   // <base>_types.inc
+    std::string layoutTable;                 // <base>_layout.inc
 };
 
 // Throws CompileError when a plug-in type is not declared in `model` or is
@@ -31,5 +33,9 @@ std::string generateHeader(const SourceFile &file, const GeneratorOptions &optio
 std::string generateSource(const SourceFile &file, const GeneratorOptions &options);
 std::string generatePluginSource(const SourceFile &file, const GeneratorOptions &options);
 std::string generateTypeTable(const SourceFile &file, const GeneratorOptions &options);
+// Pairs every type of a renamed module with the type of the same name as
+// declared, member by member and enumerator by enumerator, so that a test
+// can check the two agree in layout and values.
+std::string generateLayoutTable(const SourceFile &file, const GeneratorOptions &options);
 
 }  // namespace zelidl

@@ -33,6 +33,9 @@ bool hasPlugin(const Declaration &declaration, const GeneratorOptions &options);
 // The banner at the top of each generated file.
 std::string banner(const SourceFile &file, const std::string &what);
 
+// The base name of the generated files: the option, or the IDL file's.
+std::string outputBaseName(const SourceFile &file, const GeneratorOptions &options);
+
 // "API " or "" when no export macro was given.
 std::string exportPrefix(const GeneratorOptions &options);
 

@@ -9,10 +9,10 @@ namespace zelidl {
 
 namespace {
 
-std::string guardI(const SourceFile &file)
+std::string guardI(const std::string &baseName)
 {
     std::string guard = "ZELIDL_";
-    for (char c : file.baseName) {
+    for (char c : baseName) {
         guard += std::isalnum(static_cast<unsigned char>(c)) ? static_cast<char>(std::toupper(static_cast<unsigned char>(c)))
                                                              : '_';
     }
@@ -42,6 +42,7 @@ void writeCTypeI(std::ostream &out, const Declaration &d)
             out << "    " << gen::cDeclaration(member.type, member.name) << ";\n";
         }
         out << "} " << flat << ";\n";
+        out << "#define " << flat << "_INITIALIZER ZELIDL_ZERO_INITIALIZER\n";
         break;
     }
 }
@@ -50,7 +51,7 @@ void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOption
 {
     const std::string api = gen::exportPrefix(options);
     const std::string f = d.flatName();
-    out << "ZEL_SEQUENCE_DECLARE(" << options.exportMacro << ", " << f << "Seq, " << f << ");\n";
+    out << "ZEL_SEQUENCE_DECLARE(" << options.exportMacro << ", " << d.sequenceName() << ", " << f << ");\n";
     out << api << "extern const struct ZELCdrTypeDesc " << f << "_g_desc;\n";
     out << api << "struct DDS_TypeCode *" << f << "_get_typecode(void);\n";
     out << api << "DDS_Boolean " << f << "_initialize(" << f << " *sample);\n";
@@ -117,8 +118,9 @@ void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOption
 std::string generateHeader(const SourceFile &file, const GeneratorOptions &options)
 {
     std::ostringstream out;
-    const std::string guard = guardI(file);
-    out << gen::banner(file, file.baseName + ".h: the C types of " + file.baseName +
+    const std::string base = gen::outputBaseName(file, options);
+    const std::string guard = guardI(base);
+    out << gen::banner(file, base + ".h: the C types of " + file.baseName +
                                      ".idl and their type support.");
     out << "#ifndef " << guard << "\n#define " << guard << "\n\n";
     out << "#include \"vurncore/types.h\"\n"
@@ -133,6 +135,11 @@ std::string generateHeader(const SourceFile &file, const GeneratorOptions &optio
     for (const SourceFile *included : file.includes) {
         out << "#include \"" << included->baseName << ".h\"\n";
     }
+    // A zero-filled struct is an initialized one (its sequences are empty
+    // and its strings NULL); C and C++ spell the zero initializer apart.
+    out << "\n#ifndef ZELIDL_ZERO_INITIALIZER\n"
+           "#ifdef __cplusplus\n#define ZELIDL_ZERO_INITIALIZER {}\n"
+           "#else\n#define ZELIDL_ZERO_INITIALIZER {0}\n#endif\n#endif\n";
     out << "\nZEL_EXTERN_C_BEGIN\n";
     for (const Declaration *d : file.declarations) {
         out << "\n/* ---- " << d->scopedName() << " ---- */\n\n";

@@ -365,9 +365,9 @@ void writePluginRecordI(std::ostream &out, const Declaration &d)
 std::string generatePluginSource(const SourceFile &file, const GeneratorOptions &options)
 {
     std::ostringstream out;
-    out << gen::banner(file, file.baseName + "Plugin.cpp: serialization, keys and type plug-ins of " +
+    out << gen::banner(file, gen::outputBaseName(file, options) + "Plugin.cpp: serialization, keys and type plug-ins of " +
                                      file.baseName + ".idl.");
-    out << "#include \"" << file.baseName << ".h\"\n\n"
+    out << "#include \"" << gen::outputBaseName(file, options) << ".h\"\n\n"
         << "#include \"vurncore/cdr_stream.h\"\n#include \"vurncore/heap.h\"\n#include \"vurncore/log.h\"\n\n";
     out << kPluginPrelude;
     for (const Declaration *d : file.declarations) {

@@ -298,7 +298,7 @@ void writeDescriptorAndTypeCodeI(std::ostream &out, const Declaration &d, const 
 
     out << "namespace {\n\n" << anonymous.str() << typeCodeRecord << "\n}  // namespace\n\n";
     out << "const struct ZELCdrTypeDesc " << f << "_g_desc = " << descriptor << ";\n\n";
-    out << "ZEL_SEQUENCE_DEFINE(" << options.exportMacro << ", " << f << "Seq, " << f << ", " << f
+    out << "ZEL_SEQUENCE_DEFINE(" << options.exportMacro << ", " << d.sequenceName() << ", " << f << ", " << f
         << "_g_desc.sequenceElementType);\n\n";
     out << "struct DDS_TypeCode *" << f << "_get_typecode(void)\n{\n";
     const std::string filled = fill.str();
@@ -355,9 +355,9 @@ void writeSampleOperationsI(std::ostream &out, const Declaration &d)
 std::string generateSource(const SourceFile &file, const GeneratorOptions &options)
 {
     std::ostringstream out;
-    out << gen::banner(file, file.baseName + ".cpp: descriptors, type codes, sequences and sample operations of " +
+    out << gen::banner(file, gen::outputBaseName(file, options) + ".cpp: descriptors, type codes, sequences and sample operations of " +
                                      file.baseName + ".idl.");
-    out << "#include \"" << file.baseName << ".h\"\n\n"
+    out << "#include \"" << gen::outputBaseName(file, options) << ".h\"\n\n"
         << "#include <cstddef>\n#include <cstdint>\n\n"
         << "#include \"vurncore/heap.h\"\n#include \"vurncore/log.h\"\n#include \"vurncore/sequence_define.hpp\"\n\n";
     out << kSourcePrelude;

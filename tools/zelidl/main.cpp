@@ -1,16 +1,20 @@
 // zelidl: compiles one IDL file into its C header and C++ type support.
 //
 //   zelidl [-I dir]... [-o outdir] [--export-macro M] [--export-header H]
-//          [--plugin-type A::B]... [--type-table] [--depfile F] file.idl
+//          [--plugin-type A::B]... [--type-table] [--depfile F]
+//          [--rename-module A=B]... [--output-basename N] [--layout-table] file.idl
 //
 // Writes <outdir>/<base>.h, <base>.cpp and <base>Plugin.cpp (and
-// <base>_types.inc with --type-table). Exits 1 with a message on standard
+// <base>_types.inc with --type-table, <base>_layout.inc with
+// --layout-table), <base> being the IDL file's name or --output-basename.
+// --rename-module names the types of module A as if declared in module B. Exits 1 with a message on standard
 // error at the first fault, 2 on a bad command line.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "generator.h"
@@ -23,6 +27,8 @@ struct CommandLine {
     std::string outputDir = ".";
     std::string depfile;
     bool typeTable = false;
+    bool layoutTable = false;
+    std::vector<std::pair<std::string, std::string>> renames;   // from, to
     zelidl::GeneratorOptions options;
     std::string input;
 };
@@ -30,7 +36,8 @@ struct CommandLine {
 void usageI()
 {
     std::cerr << "usage: zelidl [-I dir]... [-o outdir] [--export-macro M] [--export-header H]\n"
-                 "              [--plugin-type A::B]... [--type-table] [--depfile F] file.idl\n";
+                 "              [--plugin-type A::B]... [--type-table] [--depfile F]\n"
+                 "              [--rename-module A=B]... [--output-basename N] [--layout-table] file.idl\n";
 }
 
 bool parseCommandLineI(int argc, char **argv, CommandLine &line)
@@ -73,6 +80,22 @@ bool parseCommandLineI(int argc, char **argv, CommandLine &line)
             line.options.pluginTypes.insert(text);
         } else if (arg == "--type-table") {
             line.typeTable = true;
+        } else if (arg == "--layout-table") {
+            line.layoutTable = true;
+        } else if (arg == "--output-basename") {
+            if (!value(line.options.outputBaseName)) {
+                return false;
+            }
+        } else if (arg == "--rename-module") {
+            if (!value(text)) {
+                return false;
+            }
+            const size_t equals = text.find('=');
+            if (equals == std::string::npos) {
+                std::cerr << "zelidl: --rename-module needs FROM=TO\n";
+                return false;
+            }
+            line.renames.emplace_back(text.substr(0, equals), text.substr(equals + 1));
         } else if (arg == "--depfile") {
             if (!value(line.depfile)) {
                 return false;
@@ -131,17 +154,24 @@ int main(int argc, char **argv)
     }
     try {
         zelidl::Frontend frontend(line.includeDirs);
+        for (const auto &[from, to] : line.renames) {
+            frontend.renameModule(from, to);
+        }
         const zelidl::SourceFile &file = frontend.load(line.input);
         zelidl::GeneratedFiles files = zelidl::generate(frontend.model(), file, line.options);
 
         std::filesystem::path dir(line.outputDir);
         std::error_code error;
         std::filesystem::create_directories(dir, error);
-        const std::filesystem::path header = dir / (file.baseName + ".h");
-        bool ok = writeFileI(header, files.header) && writeFileI(dir / (file.baseName + ".cpp"), files.source) &&
-                  writeFileI(dir / (file.baseName + "Plugin.cpp"), files.pluginSource);
+        const std::string base = line.options.outputBaseName.empty() ? file.baseName : line.options.outputBaseName;
+        const std::filesystem::path header = dir / (base + ".h");
+        bool ok = writeFileI(header, files.header) && writeFileI(dir / (base + ".cpp"), files.source) &&
+                  writeFileI(dir / (base + "Plugin.cpp"), files.pluginSource);
         if (ok && line.typeTable) {
-            ok = writeFileI(dir / (file.baseName + "_types.inc"), files.typeTable);
+            ok = writeFileI(dir / (base + "_types.inc"), files.typeTable);
+        }
+        if (ok && line.layoutTable) {
+            ok = writeFileI(dir / (base + "_layout.inc"), files.layoutTable);
         }
         if (ok && !line.depfile.empty()) {
             // The outputs depend on every IDL file read.

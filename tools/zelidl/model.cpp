@@ -1,5 +1,7 @@
 #include "model.h"
 
+#include <algorithm>
+#include <cctype>
 #include <set>
 
 namespace zelidl {
@@ -44,6 +46,22 @@ std::string Declaration::moduleFlatName() const
     return joinI(scope, "_");
 }
 
+std::string Declaration::declaredFlatName() const
+{
+    std::vector<std::string> parts = declaredScope;
+    parts.push_back(name);
+    return joinI(parts, "_");
+}
+
+std::string Declaration::sequenceName() const
+{
+    std::string flat = flatName();
+    if (scope != declaredScope && flat.size() > 2 && flat.compare(flat.size() - 2, 2, "_t") == 0) {
+        flat.resize(flat.size() - 2);
+    }
+    return flat + "Seq";
+}
+
 bool Declaration::isKeyed() const
 {
     for (const Member &member : members) {
@@ -73,6 +91,68 @@ SourceFile &Model::addFile(const std::string &path, const std::string &baseName)
     return *files_.back();
 }
 
+namespace {
+
+// "A::B" -> {"A", "B"}; empty when a component is not an identifier.
+std::vector<std::string> splitScopedNameI(const std::string &scoped)
+{
+    std::vector<std::string> parts;
+    size_t start = 0;
+    for (;;) {
+        size_t end = scoped.find("::", start);
+        std::string part = scoped.substr(start, end == std::string::npos ? std::string::npos : end - start);
+        bool identifier = !part.empty() && (std::isalpha(static_cast<unsigned char>(part[0])) || part[0] == '_');
+        for (char c : part) {
+            identifier = identifier && (std::isalnum(static_cast<unsigned char>(c)) || c == '_');
+        }
+        if (!identifier) {
+            return {};
+        }
+        parts.push_back(part);
+        if (end == std::string::npos) {
+            return parts;
+        }
+        start = end + 2;
+    }
+}
+
+}  // namespace
+
+void Model::renameModule(const std::string &from, const std::string &to)
+{
+    const SourceLocation nowhere{"<command line>", 1, 1};
+    std::vector<std::string> fromParts = splitScopedNameI(from);
+    std::vector<std::string> toParts = splitScopedNameI(to);
+    if (fromParts.empty() || toParts.empty()) {
+        throw CompileError(nowhere, "cannot rename module '" + from + "' to '" + to + "': not a module name");
+    }
+    for (const auto &rename : renames_) {
+        if (rename.first == fromParts) {
+            throw CompileError(nowhere, "module '" + from + "' is renamed twice");
+        }
+    }
+    renames_.emplace_back(std::move(fromParts), std::move(toParts));
+}
+
+std::vector<std::string> Model::renamedI(const std::vector<std::string> &path) const
+{
+    // The longest renamed module that encloses the path wins.
+    const std::pair<std::vector<std::string>, std::vector<std::string>> *best = nullptr;
+    for (const auto &rename : renames_) {
+        const std::vector<std::string> &from = rename.first;
+        if (from.size() <= path.size() && std::equal(from.begin(), from.end(), path.begin()) &&
+            (best == nullptr || from.size() > best->first.size())) {
+            best = &rename;
+        }
+    }
+    if (best == nullptr) {
+        return path;
+    }
+    std::vector<std::string> renamed = best->second;
+    renamed.insert(renamed.end(), path.begin() + static_cast<std::ptrdiff_t>(best->first.size()), path.end());
+    return renamed;
+}
+
 void Model::claimCName(const std::string &cName, const SourceLocation &location)
 {
     auto [it, inserted] = cNames_.emplace(cName, location);
@@ -91,7 +171,8 @@ Declaration &Model::declare(Module &scope, Declaration::Kind kind, const std::st
     auto declaration = std::make_unique<Declaration>();
     declaration->kind = kind;
     declaration->name = name;
-    declaration->scope = scope.path();
+    declaration->declaredScope = scope.path();
+    declaration->scope = renamedI(declaration->declaredScope);
     declaration->location = location;
     declaration->file = &file;
     std::string flat = declaration->flatName();
@@ -100,7 +181,7 @@ Declaration &Model::declare(Module &scope, Declaration::Kind kind, const std::st
     }
     // The type's own name and its sequence's name are C names.
     claimCName(flat, location);
-    claimCName(flat + "Seq", location);
+    claimCName(declaration->sequenceName(), location);
     Declaration &result = *declaration;
     scope.types.emplace(name, declaration.get());
     file.declarations.push_back(declaration.get());

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "diagnostic.h"
@@ -63,7 +64,8 @@ struct Declaration {
 
     Kind kind = Kind::Struct;
     std::string name;
-    std::vector<std::string> scope;          // enclosing modules, outermost first
+    std::vector<std::string> scope;          // enclosing modules, outermost first, as renamed
+    std::vector<std::string> declaredScope;  // enclosing modules as written in the IDL
     SourceLocation location;
     const SourceFile *file = nullptr;
     bool complete = false;                   // a struct is usable once its closing brace is read
@@ -76,6 +78,11 @@ struct Declaration {
     std::string scopedName() const;          // "A::B::Name"
     std::string flatName() const;            // "A_B_Name"
     std::string moduleFlatName() const;      // "A_B" ("" at global scope)
+    std::string declaredFlatName() const;    // flatName() before any module rename
+    // The C name of a sequence of this type: "<flat>Seq", except that a type
+    // of a renamed module whose flat name ends in "_t" drops it ("A_Foo_t"
+    // -> "A_FooSeq"), as hand-written APIs name such sequences.
+    std::string sequenceName() const;
     bool isKeyed() const;                    // a struct with @key members
 };
 
@@ -108,6 +115,11 @@ public:
     const Module &root() const { return root_; }
 
     SourceFile &addFile(const std::string &path, const std::string &baseName);
+    // Declarations made afterwards inside module `from` ("A" or "A::B") are
+    // named as if declared in module `to`: scoped names, flat C names and
+    // enumerator names change; lookups in the IDL still use `from`. Throws
+    // CompileError on a malformed name or a module renamed twice.
+    void renameModule(const std::string &from, const std::string &to);
     // Adds a declaration to `scope`; throws CompileError when the name is
     // taken in that scope or its flat C name is taken anywhere.
     Declaration &declare(Module &scope, Declaration::Kind kind, const std::string &name,
@@ -130,11 +142,13 @@ public:
 
 private:
     void claimCName(const std::string &cName, const SourceLocation &location);
+    std::vector<std::string> renamedI(const std::vector<std::string> &path) const;
 
     Module root_;
     std::vector<std::unique_ptr<SourceFile>> files_;
     std::vector<std::unique_ptr<Declaration>> declarations_;
     std::map<std::string, SourceLocation> cNames_;   // every generated C name, to catch collisions
+    std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> renames_;   // from, to
 };
 
 // True for words that C or C++ reserve, which cannot name a generated member

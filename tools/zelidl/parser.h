@@ -26,6 +26,9 @@ public:
     // fault found.
     const SourceFile &load(const std::string &path);
 
+    // See Model::renameModule; call before load().
+    void renameModule(const std::string &from, const std::string &to) { model_.renameModule(from, to); }
+
     const Model &model() const { return model_; }
     // Every file read, in the order they were opened (for dependency lists).
     const std::vector<std::string> &loadedPaths() const { return loadedPaths_; }

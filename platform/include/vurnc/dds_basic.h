@@ -1,13 +1,17 @@
-/* Return codes, durations and times of the DDS API. */
+/* Return codes of the DDS API; durations, times and the other data types
+ * come with vurnc/dds_types.h. */
 #ifndef VURNC_DDS_BASIC_H
 #define VURNC_DDS_BASIC_H
 
 #include "vurnc/dll.h"
+#include "vurnc/dds_types.h"
 #include "vurncore/types.h"
 
 ZEL_EXTERN_C_BEGIN
 
-typedef enum {
+/* The values of DDS_ReturnCode_t (a 32-bit integer, so that it matches the
+ * return code carried in monitoring samples). */
+enum {
     DDS_RETCODE_OK = 0,
     DDS_RETCODE_ERROR = 1,
     DDS_RETCODE_UNSUPPORTED = 2,
@@ -21,23 +25,7 @@ typedef enum {
     DDS_RETCODE_TIMEOUT = 10,
     DDS_RETCODE_NO_DATA = 11,
     DDS_RETCODE_ILLEGAL_OPERATION = 12
-} DDS_ReturnCode_t;
-
-struct DDS_Duration_t {
-    DDS_Long sec;
-    DDS_UnsignedLong nanosec;
 };
-typedef struct DDS_Duration_t DDS_Duration_t;
-#define DDS_DURATION_INFINITE_SEC 0x7fffffff
-#define DDS_DURATION_INFINITE_NSEC 0x7fffffffu
-#define DDS_DURATION_INFINITE {DDS_DURATION_INFINITE_SEC, DDS_DURATION_INFINITE_NSEC}
-#define DDS_DURATION_ZERO {0, 0u}
-
-struct DDS_Time_t {
-    DDS_Long sec;
-    DDS_UnsignedLong nanosec;
-};
-typedef struct DDS_Time_t DDS_Time_t;
 
 ZEL_EXTERN_C_END
 

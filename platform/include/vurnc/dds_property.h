@@ -5,36 +5,19 @@
 
 #include "vurnc/dll.h"
 #include "vurnc/dds_basic.h"
+#include "vurnc/dds_types.h"
 #include "vurncore/sequence.h"
 
 ZEL_EXTERN_C_BEGIN
 
-struct DDS_Property_t {
-    char *name;
-    char *value;
-    DDS_Boolean propagate;
-};
-typedef struct DDS_Property_t DDS_Property_t;
-
-/* initialize gives empty strings (false when out of heap); finalize frees
- * them; copy copies both texts (NULL stays NULL) before it changes `dst`, so
- * on failure `dst` is unchanged. */
-VURNC_API DDS_Boolean DDS_Property_t_initialize(struct DDS_Property_t *self);
-VURNC_API void DDS_Property_t_finalize(struct DDS_Property_t *self);
-VURNC_API DDS_Boolean DDS_Property_t_copy(struct DDS_Property_t *dst, const struct DDS_Property_t *src);
-
-ZEL_SEQUENCE_DECLARE(VURNC_API, DDS_PropertySeq, struct DDS_Property_t);
-
-struct DDS_PropertyQosPolicy {
-    struct DDS_PropertySeq value;
-};
-typedef struct DDS_PropertyQosPolicy DDS_PropertyQosPolicy;
+/* DDS_Property_t, DDS_PropertySeq and DDS_PropertyQosPolicy, with their
+ * initialize / finalize / copy families, come from vurnc/dds_types.h. A name
+ * holds at most DDS_PROPERTY_NAME_MAX characters and a value at most
+ * DDS_PROPERTY_VALUE_MAX; a non-NULL name or value always owns a buffer of
+ * its maximum + 1 octets. */
+#define DDS_PROPERTY_NAME_MAX 127
+#define DDS_PROPERTY_VALUE_MAX 511
 #define DDS_PROPERTY_QOS_POLICY_DEFAULT {ZEL_SEQUENCE_INITIALIZER}
-
-VURNC_API DDS_Boolean DDS_PropertyQosPolicy_initialize(struct DDS_PropertyQosPolicy *self);
-VURNC_API DDS_Boolean DDS_PropertyQosPolicy_finalize(struct DDS_PropertyQosPolicy *self);
-VURNC_API DDS_Boolean DDS_PropertyQosPolicy_copy(struct DDS_PropertyQosPolicy *dst,
-                                                 const struct DDS_PropertyQosPolicy *src);
 
 /* Number of properties in `policy` (0 for NULL). */
 VURNC_API DDS_Long DDS_PropertyQosPolicyHelper_get_number_of_properties(const struct DDS_PropertyQosPolicy *policy);
@@ -43,10 +26,11 @@ VURNC_API DDS_Long DDS_PropertyQosPolicyHelper_get_number_of_properties(const st
 VURNC_API struct DDS_Property_t *DDS_PropertyQosPolicyHelper_lookup_property(
         const struct DDS_PropertyQosPolicy *policy, const char *name);
 
-/* Appends a property, copying the texts. BAD_PARAMETER for NULL arguments
- * (logged), PRECONDITION_NOT_MET when a property of that name exists (not
- * logged), OUT_OF_RESOURCES when out of heap or when a loaned list is full
- * (the policy is then unchanged). Names compare case-sensitively. */
+/* Appends a property, copying the texts. BAD_PARAMETER for NULL arguments or
+ * a name or value longer than its maximum (logged), PRECONDITION_NOT_MET
+ * when a property of that name exists (not logged), OUT_OF_RESOURCES when
+ * out of heap or when a loaned list is full (the policy's properties are
+ * then unchanged). Names compare case-sensitively. */
 VURNC_API DDS_ReturnCode_t DDS_PropertyQosPolicyHelper_add_property(struct DDS_PropertyQosPolicy *policy,
                                                                     const char *name, const char *value,
                                                                     DDS_Boolean propagate);
