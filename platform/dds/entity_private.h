@@ -176,9 +176,13 @@ struct DDS_DataReaderImpl {
 };
 
 // ---- factory services ----
-struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(DDS_DomainParticipantFactory *self,
-                                                                           int reserved);
-struct REDAWorker *DDS_DomainParticipantFactory_get_workerI(DDS_DomainParticipantFactory *self);
+// Frees every QoS profile of the factory (at finalization).
+void DDS_QosProfile_deleteAllI(DDS_DomainParticipantFactory *factory);
+// Fills the factory's default QoS of every entity kind; false when out of
+// heap (what was filled is finalized with the factory).
+bool DDS_DomainParticipantFactory_initializeDefaultsI(DDS_DomainParticipantFactory *factory);
+// Frees a participant record whatever its state of construction.
+void DDS_DomainParticipant_freeI(DDS_DomainParticipant *participant);
 
 // ---- the common entity part ----
 // Fills the common part: makes the lock (false when out of heap) and the
@@ -224,8 +228,26 @@ DDS_ReturnCode_t DDS_ContentFilteredTopic_deleteI(DDS_ContentFilteredTopic *topi
 DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer);
 DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader);
 
+// ---- topic descriptions ----
+// The topic a description stands for: itself, or a content-filtered
+// topic's related topic.
+DDS_Topic *DDS_TopicDescription_get_topicI(DDS_TopicDescription *description);
+// Counts a reader more (`delta` 1) or less (-1) on the description
+// [participant lock].
+void DDS_TopicDescription_addReaderI(DDS_TopicDescription *description, DDS_Long delta);
+
 // ---- registered types ----
 DDS_RegisteredTypeI *DDS_DomainParticipant_findTypeI(DDS_DomainParticipant *self, const char *typeName);
+
+// ---- the platform's default QoS (default_qos.cpp) ----
+// Overwrite an initialized QoS with the defaults; false when out of heap.
+bool DDS_DomainParticipantFactoryQos_get_defaultI(DDS_DomainParticipantFactoryQos *qos);
+bool DDS_DomainParticipantQos_get_defaultI(DDS_DomainParticipantQos *qos);
+bool DDS_TopicQos_get_defaultI(DDS_TopicQos *qos);
+bool DDS_PublisherQos_get_defaultI(DDS_PublisherQos *qos);
+bool DDS_SubscriberQos_get_defaultI(DDS_SubscriberQos *qos);
+bool DDS_DataWriterQos_get_defaultI(DDS_DataWriterQos *qos);
+bool DDS_DataReaderQos_get_defaultI(DDS_DataReaderQos *qos);
 
 // ---- QoS checks (qos_check.cpp) ----
 // INCONSISTENT_POLICY with a logged reason, or OK.
@@ -286,5 +308,91 @@ template <typename Q> bool DDS_Qos_replaceI(Q *dst, const Q *src) {
 
 // Out-of-heap logging of a structure allocation under `context`.
 void DDS_Entity_logOutOfHeapI(const char *context, size_t size);
+
+// ---- QoS get and set shared by every entity ----
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DomainParticipantQos *q, const char *c) { return DDS_DomainParticipantQos_checkI(q, c); }
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_TopicQos *q, const char *c) { return DDS_TopicQos_checkI(q, c); }
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_PublisherQos *q, const char *c) { return DDS_PublisherQos_checkI(q, c); }
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_SubscriberQos *q, const char *c) { return DDS_SubscriberQos_checkI(q, c); }
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DataWriterQos *q, const char *c) { return DDS_DataWriterQos_checkI(q, c); }
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DataReaderQos *q, const char *c) { return DDS_DataReaderQos_checkI(q, c); }
+inline bool DDS_Qos_changesImmutableI(const DDS_DomainParticipantQos *o, const DDS_DomainParticipantQos *n, const char *c) { return DDS_DomainParticipantQos_changesImmutableI(o, n, c); }
+inline bool DDS_Qos_changesImmutableI(const DDS_TopicQos *o, const DDS_TopicQos *n, const char *c) { return DDS_TopicQos_changesImmutableI(o, n, c); }
+inline bool DDS_Qos_changesImmutableI(const DDS_PublisherQos *o, const DDS_PublisherQos *n, const char *c) { return DDS_PublisherQos_changesImmutableI(o, n, c); }
+inline bool DDS_Qos_changesImmutableI(const DDS_SubscriberQos *o, const DDS_SubscriberQos *n, const char *c) { return DDS_SubscriberQos_changesImmutableI(o, n, c); }
+inline bool DDS_Qos_changesImmutableI(const DDS_DataWriterQos *o, const DDS_DataWriterQos *n, const char *c) { return DDS_DataWriterQos_changesImmutableI(o, n, c); }
+inline bool DDS_Qos_changesImmutableI(const DDS_DataReaderQos *o, const DDS_DataReaderQos *n, const char *c) { return DDS_DataReaderQos_changesImmutableI(o, n, c); }
+
+// Copies `*field` (guarded by the entity's lock) into `qos`.
+template <typename Q>
+DDS_ReturnCode_t DDS_Entity_getQosI(DDS_EntityImpl *entity, const Q *field, Q *qos, const char *context) {
+    if (entity == nullptr || qos == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, entity == nullptr ? "self" : "qos");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_EntityLockGuardI guard(entity);
+    if (!guard.held()) {
+        return guard.result();
+    }
+    return DDS_QosOpsI<Q>::copy(qos, field) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+}
+
+// Replaces `*field` (guarded by the entity's lock) by `qos`, or by
+// `defaultValue` when `qos` is `defaultMarker`. With `entityQos` the field
+// is the entity's own QoS: immutable policies are refused once enabled and
+// `event` is reported afterwards, with no lock held.
+template <typename Q>
+DDS_ReturnCode_t DDS_Entity_setQosI(DDS_EntityImpl *entity, Q *field, const Q *qos, const Q *defaultMarker,
+                                    const Q *defaultValue, bool entityQos, DDS_Long event, const char *context) {
+    if (entity == nullptr || qos == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, entity == nullptr ? "self" : "qos");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    if (qos == defaultMarker) {
+        qos = defaultValue;
+    }
+    DDS_ReturnCode_t result = DDS_Qos_checkI(qos, context);
+    if (result != DDS_RETCODE_OK) {
+        return result;
+    }
+    {
+        DDS_EntityLockGuardI guard(entity);
+        if (!guard.held()) {
+            return guard.result();
+        }
+        if (entityQos && entity->enabled && DDS_Qos_changesImmutableI(field, qos, context)) {
+            return DDS_RETCODE_IMMUTABLE_POLICY;
+        }
+        if (!DDS_Qos_replaceI(field, qos)) {
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "copy qos");
+            return DDS_RETCODE_OUT_OF_RESOURCES;
+        }
+    }
+    if (entityQos) {
+        DDS_DomainParticipant_notifyMonitorI(entity->participant, event, entity, nullptr);
+    }
+    return DDS_RETCODE_OK;
+}
+
+// The entity record that holds list node `node`.
+template <typename T> T *DDS_EntityList_entryI(DDS_EntityListNodeI *node) {
+    return reinterpret_cast<T *>(reinterpret_cast<char *>(node) - offsetof(DDS_EntityImpl, node));
+}
+
+// Fills a sequence of handles from an entity list with the sequence's own
+// operations; false when out of heap.
+template <typename Seq, typename T>
+bool DDS_EntityList_toSequenceI(const DDS_EntityListI *list, Seq *seq,
+                                DDS_Boolean (*ensureLength)(Seq *, DDS_Long, DDS_Long),
+                                T **(*getReference)(Seq *, DDS_Long)) {
+    if (!ensureLength(seq, list->count, list->count)) {
+        return false;
+    }
+    DDS_Long i = 0;
+    for (DDS_EntityListNodeI *node = list->head; node != nullptr; node = node->next) {
+        *getReference(seq, i++) = DDS_EntityList_entryI<T>(node);
+    }
+    return true;
+}
 
 #endif

@@ -7,6 +7,7 @@
 #include "vurnc/dll.h"
 #include "vurnc/dds_entity.h"
 #include "vurncore/type_plugin.h"
+#include "vurncore/worker.h"
 
 ZEL_EXTERN_C_BEGIN
 
@@ -111,6 +112,13 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_datawriter_qos_from_
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_datareader_qos_from_profile_w_topic_name(
         DDS_DomainParticipantFactory *self, struct DDS_DataReaderQos *qos, const char *libraryName,
         const char *profileName, const char *topicName);
+
+/* The factory's worker factory (`reserved` must be 0), and the calling
+ * thread's worker of it (made on first use; NULL when out of heap). Entity
+ * locks are exclusive areas of this worker factory. */
+VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(
+        DDS_DomainParticipantFactory *self, int reserved);
+VURNC_API struct REDAWorker *DDS_DomainParticipantFactory_get_workerI(DDS_DomainParticipantFactory *self);
 
 /* ---- participants ---- */
 

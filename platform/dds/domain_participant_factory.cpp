@@ -1,0 +1,315 @@
+// The process's participant factory: its worker factory, QoS and default
+// participant QoS, and the creation and deletion of participants.
+#include <mutex>
+#include <new>
+
+#include "entity_private.h"
+#include "vurncore/heap.h"
+#include "vurncore/osapi.h"
+
+extern "C" {
+const DDS_DomainParticipantQos DDS_PARTICIPANT_QOS_DEFAULT{};
+const DDS_TopicQos DDS_TOPIC_QOS_DEFAULT{};
+const DDS_PublisherQos DDS_PUBLISHER_QOS_DEFAULT{};
+const DDS_SubscriberQos DDS_SUBSCRIBER_QOS_DEFAULT{};
+const DDS_DataWriterQos DDS_DATAWRITER_QOS_DEFAULT{};
+const DDS_DataReaderQos DDS_DATAREADER_QOS_DEFAULT{};
+}
+
+namespace {
+std::mutex g_instanceMutex;                               // guards g_instance
+DDS_DomainParticipantFactory *g_instance = nullptr;      // [g_instanceMutex]
+std::atomic<DDS_UnsignedLong> g_participantCounter{0};    // numbers participants in the process
+} // namespace
+
+static void DDS_DomainParticipantFactory_freeI(DDS_DomainParticipantFactory *factory) {
+    DDS_QosProfile_deleteAllI(factory);
+    DDS_DataReaderQos_finalize(&factory->defaultReaderQos);
+    DDS_DataWriterQos_finalize(&factory->defaultWriterQos);
+    DDS_SubscriberQos_finalize(&factory->defaultSubscriberQos);
+    DDS_PublisherQos_finalize(&factory->defaultPublisherQos);
+    DDS_TopicQos_finalize(&factory->defaultTopicQos);
+    DDS_DomainParticipantQos_finalize(&factory->defaultParticipantQos);
+    DDS_DomainParticipantFactoryQos_finalize(&factory->qos);
+    if (factory->lock != nullptr) {
+        REDAWorkerFactory_destroyExclusiveArea(factory->workerFactory, factory->lock);
+    }
+    if (factory->workerFactory != nullptr) {
+        REDAWorkerFactory_delete(factory->workerFactory);
+    }
+    factory->~DDS_DomainParticipantFactoryImpl();
+    ZELOsapiHeap_freeStructure(factory);
+}
+
+static DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_newI() {
+    const char *const context = "DDS_DomainParticipantFactory_get_instance";
+    void *memory = ZELOsapiHeap_allocateStructure(sizeof(DDS_DomainParticipantFactoryImpl), "DPFC");
+    if (memory == nullptr) {
+        DDS_Entity_logOutOfHeapI(context, sizeof(DDS_DomainParticipantFactoryImpl));
+        return nullptr;
+    }
+    auto *factory = new (memory) DDS_DomainParticipantFactoryImpl{};
+    factory->workerFactory = REDAWorkerFactory_new("DDS_DomainParticipantFactory");
+    if (factory->workerFactory == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "worker factory");
+        DDS_DomainParticipantFactory_freeI(factory);
+        return nullptr;
+    }
+    factory->lock = REDAWorkerFactory_createExclusiveArea(factory->workerFactory, DDS_ENTITY_LOCK_LEVEL_FACTORY);
+    if (factory->lock == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "ea");
+        DDS_DomainParticipantFactory_freeI(factory);
+        return nullptr;
+    }
+    if (!DDS_DomainParticipantFactory_initializeDefaultsI(factory)) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "default qos");
+        DDS_DomainParticipantFactory_freeI(factory);
+        return nullptr;
+    }
+    return factory;
+}
+
+// Checks a factory argument and logs a NULL one under `context`.
+static bool DDS_DomainParticipantFactory_checkI(const DDS_DomainParticipantFactory *self, const void *arg,
+                                                const char *context) {
+    if (self == nullptr || arg == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "qos");
+        return false;
+    }
+    return true;
+}
+
+extern "C" {
+
+VURNC_API DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_get_instance(void) {
+    std::lock_guard<std::mutex> guard(g_instanceMutex);
+    if (g_instance == nullptr) {
+        g_instance = DDS_DomainParticipantFactory_newI();
+    }
+    return g_instance;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_finalize_instance(void) {
+    std::lock_guard<std::mutex> guard(g_instanceMutex);
+    DDS_DomainParticipantFactory *factory = g_instance;
+    if (factory == nullptr) {
+        return DDS_RETCODE_OK;
+    }
+    {
+        DDS_EntityLockGuardI lock(factory, factory->lock);
+        if (!lock.held()) {
+            return lock.result();
+        }
+        if (factory->participants.count != 0) {
+            ZELLog_printContextAndMsg("DDS_DomainParticipantFactory_finalize_instance",
+                                      &ZEL_LOG_PRECONDITION_NOT_MET_s, "participants exist");
+            return DDS_RETCODE_PRECONDITION_NOT_MET;
+        }
+    }
+    if (factory->monitorHooks.onFactoryFinalizing != nullptr) {
+        factory->monitorHooks.onFactoryFinalizing(factory);
+    }
+    g_instance = nullptr;
+    DDS_DomainParticipantFactory_freeI(factory);
+    return DDS_RETCODE_OK;
+}
+
+VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(
+        DDS_DomainParticipantFactory *self, int reserved) {
+    if (self == nullptr || reserved != 0) {
+        return nullptr;
+    }
+    return self->workerFactory;
+}
+
+VURNC_API struct REDAWorker *DDS_DomainParticipantFactory_get_workerI(DDS_DomainParticipantFactory *self) {
+    if (self == nullptr) {
+        return nullptr;
+    }
+    return REDAWorkerFactory_getWorker(self->workerFactory);
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_qos(DDS_DomainParticipantFactory *self,
+                                                                struct DDS_DomainParticipantFactoryQos *qos) {
+    if (!DDS_DomainParticipantFactory_checkI(self, qos, "DDS_DomainParticipantFactory_get_qos")) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_EntityLockGuardI lock(self, self->lock);
+    if (!lock.held()) {
+        return lock.result();
+    }
+    return DDS_DomainParticipantFactoryQos_copy(qos, &self->qos) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_qos(DDS_DomainParticipantFactory *self,
+                                                                const struct DDS_DomainParticipantFactoryQos *qos) {
+    if (!DDS_DomainParticipantFactory_checkI(self, qos, "DDS_DomainParticipantFactory_set_qos")) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_EntityLockGuardI lock(self, self->lock);
+    if (!lock.held()) {
+        return lock.result();
+    }
+    return DDS_Qos_replaceI(&self->qos, qos) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_default_participant_qos(
+        DDS_DomainParticipantFactory *self, struct DDS_DomainParticipantQos *qos) {
+    if (!DDS_DomainParticipantFactory_checkI(self, qos, "DDS_DomainParticipantFactory_get_default_participant_qos")) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_EntityLockGuardI lock(self, self->lock);
+    if (!lock.held()) {
+        return lock.result();
+    }
+    return DDS_DomainParticipantQos_copy(qos, &self->defaultParticipantQos) ? DDS_RETCODE_OK
+                                                                           : DDS_RETCODE_OUT_OF_RESOURCES;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_default_participant_qos(
+        DDS_DomainParticipantFactory *self, const struct DDS_DomainParticipantQos *qos) {
+    const char *const context = "DDS_DomainParticipantFactory_set_default_participant_qos";
+    if (!DDS_DomainParticipantFactory_checkI(self, qos, context)) {
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    DDS_DomainParticipantQos initial = DDS_DomainParticipantQos_INITIALIZER;
+    if (qos == &DDS_PARTICIPANT_QOS_DEFAULT) {
+        // Back to the platform's defaults.
+        if (!DDS_DomainParticipantQos_initialize(&initial) || !DDS_DomainParticipantQos_get_defaultI(&initial)) {
+            DDS_DomainParticipantQos_finalize(&initial);
+            return DDS_RETCODE_OUT_OF_RESOURCES;
+        }
+        qos = &initial;
+    } else if ((result = DDS_DomainParticipantQos_checkI(qos, context)) != DDS_RETCODE_OK) {
+        return result;
+    }
+    {
+        DDS_EntityLockGuardI lock(self, self->lock);
+        if (!lock.held()) {
+            result = lock.result();
+        } else if (!DDS_Qos_replaceI(&self->defaultParticipantQos, qos)) {
+            result = DDS_RETCODE_OUT_OF_RESOURCES;
+        }
+    }
+    DDS_DomainParticipantQos_finalize(&initial);
+    return result;
+}
+
+VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant(
+        DDS_DomainParticipantFactory *self, DDS_DomainId_t domainId, const struct DDS_DomainParticipantQos *qos,
+        const struct DDS_DomainParticipantListener *listener, DDS_StatusMask mask) {
+    const char *const context = "DDS_DomainParticipantFactory_create_participant";
+    if (!DDS_DomainParticipantFactory_checkI(self, qos, context)) {
+        return nullptr;
+    }
+    if (qos != &DDS_PARTICIPANT_QOS_DEFAULT && DDS_DomainParticipantQos_checkI(qos, context) != DDS_RETCODE_OK) {
+        return nullptr;
+    }
+    void *memory = ZELOsapiHeap_allocateStructure(sizeof(DDS_DomainParticipantImpl), "DPAR");
+    if (memory == nullptr) {
+        DDS_Entity_logOutOfHeapI(context, sizeof(DDS_DomainParticipantImpl));
+        return nullptr;
+    }
+    auto *participant = new (memory) DDS_DomainParticipantImpl{};
+    participant->factory = self;
+    participant->domainId = domainId;
+    bool autoenable = false;
+    bool filled = false;
+    {
+        DDS_EntityLockGuardI lock(self, self->lock);
+        filled = lock.held() &&
+                 DDS_Qos_replaceI(&participant->qos, qos == &DDS_PARTICIPANT_QOS_DEFAULT
+                                                             ? &self->defaultParticipantQos
+                                                             : qos) &&
+                 DDS_Qos_replaceI(&participant->defaultTopicQos, &self->defaultTopicQos) &&
+                 DDS_Qos_replaceI(&participant->defaultPublisherQos, &self->defaultPublisherQos) &&
+                 DDS_Qos_replaceI(&participant->defaultSubscriberQos, &self->defaultSubscriberQos);
+        autoenable = self->qos.entity_factory.autoenable_created_entities;
+    }
+    if (!filled ||
+        !DDS_Entity_initializeI(&participant->entity, DDS_DOMAINPARTICIPANT_ENTITY_KIND, participant, nullptr,
+                                DDS_ENTITY_KIND_OCTET_PARTICIPANT, participant->qos.protocol.vendor_specific_entity,
+                                listener != nullptr ? &listener->as_listener : nullptr, mask)) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "participant");
+        DDS_DomainParticipant_freeI(participant);
+        return nullptr;
+    }
+    participant->entity.key.value[0] = static_cast<DDS_Long>(ZELOsapiHost_getId());
+    participant->entity.key.value[1] = static_cast<DDS_Long>(ZELOsapiProcess_getId());
+    participant->entity.key.value[2] = static_cast<DDS_Long>(g_participantCounter.fetch_add(1) + 1);
+    participant->entity.key.value[3] = static_cast<DDS_Long>((1u << 8) | DDS_ENTITY_KIND_OCTET_PARTICIPANT);
+    {
+        DDS_EntityLockGuardI lock(self, self->lock);
+        if (!lock.held()) {
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "ea");
+            DDS_DomainParticipant_freeI(participant);
+            return nullptr;
+        }
+        DDS_EntityList_addI(&self->participants, &participant->entity.node);
+    }
+    if (self->monitorHooks.onParticipantCreated != nullptr) {
+        self->monitorHooks.onParticipantCreated(self, participant);
+    }
+    if (autoenable && DDS_Entity_enableI(&participant->entity) != DDS_RETCODE_OK) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "enable");
+    }
+    return participant;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_delete_participant(DDS_DomainParticipantFactory *self,
+                                                                           DDS_DomainParticipant *participant) {
+    const char *const context = "DDS_DomainParticipantFactory_delete_participant";
+    if (self == nullptr || participant == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "participant");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    if (participant->factory != self) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "participant of another factory");
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    {
+        DDS_EntityLockGuardI lock(&participant->entity);
+        if (!lock.held()) {
+            return lock.result();
+        }
+        if (participant->topics.count != 0 || participant->contentFilteredTopics.count != 0 ||
+            participant->publishers.count != 0 || participant->subscribers.count != 0) {
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "participant has entities");
+            return DDS_RETCODE_PRECONDITION_NOT_MET;
+        }
+    }
+    if (self->monitorHooks.onParticipantDeleting != nullptr) {
+        self->monitorHooks.onParticipantDeleting(self, participant);
+    }
+    {
+        DDS_EntityLockGuardI lock(self, self->lock);
+        if (!lock.held()) {
+            return lock.result();
+        }
+        DDS_EntityList_removeI(&self->participants, &participant->entity.node);
+    }
+    DDS_DomainParticipant_freeI(participant);
+    return DDS_RETCODE_OK;
+}
+
+VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_lookup_participant(DDS_DomainParticipantFactory *self,
+                                                                                 DDS_DomainId_t domainId) {
+    if (self == nullptr) {
+        return nullptr;
+    }
+    DDS_EntityLockGuardI lock(self, self->lock);
+    if (!lock.held()) {
+        return nullptr;
+    }
+    for (DDS_EntityListNodeI *node = self->participants.head; node != nullptr; node = node->next) {
+        auto *participant = reinterpret_cast<DDS_DomainParticipant *>(reinterpret_cast<char *>(node) -
+                                                                     offsetof(DDS_DomainParticipantImpl, entity.node));
+        if (participant->domainId == domainId) {
+            return participant;
+        }
+    }
+    return nullptr;
+}
+
+} // extern "C"
