@@ -5,6 +5,7 @@
 #include "vurnc/dds_basic.h"
 #include "vurnc/dds_types.h"
 #include "vurnc/dds_property.h"
+#include "vurnc/dds_qos_defaults.h"
 #include "vurnc/dds_entity.h"
 #include "vurnc/dds_domain.h"
 #include "vurnc/dds_topic.h"
