@@ -111,6 +111,45 @@ TEST_F(PropertyTest, MissingArgumentsAreBadParameters) {
     EXPECT_EQ(DDS_PropertyQosPolicyHelper_get_number_of_properties(&policy), 0);
 }
 
+TEST_F(PropertyTest, NamesAndValuesStayWithinTheirBoundsAndFillBuffersOfThatSize) {
+    zeltest::LogCapture log;
+    DDS_PropertyQosPolicy policy = DDS_PROPERTY_QOS_POLICY_DEFAULT;
+    const std::string longestName(DDS_PROPERTY_NAME_MAX, 'n');
+    const std::string longestValue(DDS_PROPERTY_VALUE_MAX, 'v');
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, longestName.c_str(), "", DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, (longestName + "n").c_str(), "", DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_assert_property(&policy, "a", (longestValue + "v").c_str(),
+                                                          DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(DDS_PropertyQosPolicyHelper_assert_property(&policy, longestName.c_str(), (longestValue + "v").c_str(),
+                                                          DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(pairsOf(policy), (Pairs{{longestName, ""}}));
+    EXPECT_EQ(log.lines().size(), 3u);
+
+    // The value's buffer holds the longest value already: replacing needs no heap.
+    ZELOsapiHeap_failAllocation(1, ZEL_TRUE);
+    const DDS_ReturnCode_t replaced = DDS_PropertyQosPolicyHelper_assert_property(
+            &policy, longestName.c_str(), longestValue.c_str(), DDS_BOOLEAN_TRUE);
+    ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+    EXPECT_EQ(replaced, DDS_RETCODE_OK);
+    EXPECT_EQ(pairsOf(policy), (Pairs{{longestName, longestValue}}));
+
+    // A copy keeps bounded buffers too: the value may then grow in place.
+    DDS_PropertyQosPolicy copy = DDS_PROPERTY_QOS_POLICY_DEFAULT;
+    ASSERT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, "short", "1", DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    ASSERT_TRUE(DDS_PropertyQosPolicy_copy(&copy, &policy));
+    ZELOsapiHeap_failAllocation(1, ZEL_TRUE);
+    const DDS_ReturnCode_t grown =
+            DDS_PropertyQosPolicyHelper_assert_property(&copy, "short", longestValue.c_str(), DDS_BOOLEAN_FALSE);
+    ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+    EXPECT_EQ(grown, DDS_RETCODE_OK);
+    DDS_PropertyQosPolicy_finalize(&copy);
+    DDS_PropertyQosPolicy_finalize(&policy);
+}
+
 TEST_F(PropertyTest, PropertyInitializesToEmptyStringsAndCopiesByContent) {
     DDS_Property_t property;
     ASSERT_TRUE(DDS_Property_t_initialize(&property));

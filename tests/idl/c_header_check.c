@@ -45,3 +45,8 @@ const struct CLayoutEntry idlTest_cLayout[] = {
     MEMBER(geometry_Point, x),
     MEMBER(geometry_Point, y),
     {NULL, NULL, 0}};
+
+/* The zero initializers are valid C, whatever the first member's type (a
+ * string here, a struct in a frame). */
+const demo_ShapeUpdate idlTest_zeroUpdate = demo_ShapeUpdate_INITIALIZER;
+const demo_view_Frame idlTest_zeroFrame = demo_view_Frame_INITIALIZER;
