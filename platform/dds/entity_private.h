@@ -9,7 +9,10 @@
 // its whole tree's structure (every child list below it); a publisher's or
 // subscriber's lock also guards its endpoint list, so a walker that holds
 // only that lock sees a stable list. Each entity's lock guards its QoS.
-// The monitor is notified with no lock of this call held.
+// The monitor is notified with no lock of this call held. All levels stay
+// below those of the monitoring plug-in's own areas (its participant list is
+// level 5), which it holds while it locks a monitored participant or creates
+// its own participant; the data path's locks go below the endpoints'.
 #ifndef VURNC_ENTITY_PRIVATE_H
 #define VURNC_ENTITY_PRIVATE_H
 
@@ -19,10 +22,10 @@
 #include "vurncore/log.h"
 #include "vurncore/worker.h"
 
-#define DDS_ENTITY_LOCK_LEVEL_FACTORY 10
-#define DDS_ENTITY_LOCK_LEVEL_ENDPOINT 20
-#define DDS_ENTITY_LOCK_LEVEL_GROUP 30 /* topics, publishers, subscribers */
-#define DDS_ENTITY_LOCK_LEVEL_PARTICIPANT 40
+#define DDS_ENTITY_LOCK_LEVEL_FACTORY 1
+#define DDS_ENTITY_LOCK_LEVEL_ENDPOINT 2
+#define DDS_ENTITY_LOCK_LEVEL_GROUP 3 /* topics, publishers, subscribers */
+#define DDS_ENTITY_LOCK_LEVEL_PARTICIPANT 4
 
 // An intrusive list of children: adding and removing never allocates.
 struct DDS_EntityListNodeI {
