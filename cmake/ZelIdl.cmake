@@ -11,6 +11,8 @@
 # <base>_types.inc with TYPE_TABLE, <base>_layout.inc with LAYOUT_TABLE);
 # <base> is the IDL file's name, or OUTPUT_BASENAME (one IDL file only).
 # RENAME_MODULES names the types of module `from` as if declared in `to`.
+# Files with keyed structs or PLUGIN_TYPES register their plug-ins through
+# the DDS API: their code must link vurnc.
 # An output is rebuilt when its IDL file or any file it includes changes.
 function(zel_generate_type_support out_var)
   cmake_parse_arguments(ARG "TYPE_TABLE;LAYOUT_TABLE" "EXPORT_MACRO;EXPORT_HEADER;OUTPUT_DIR;OUTPUT_BASENAME"

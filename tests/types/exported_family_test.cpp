@@ -48,6 +48,7 @@ const char *const kTopicTypeOnly[] = {
     "Plugin_serialize_key", "Plugin_deserialize_key", "Plugin_get_serialized_key_max_size",
     "Plugin_instance_to_key", "Plugin_key_to_instance", "Plugin_instance_to_keyhash",
     "Plugin_serialized_sample_to_keyhash", "Plugin_new", "Plugin_delete", "TypeSupport_get_type_name",
+    "TypeSupport_register_type", "TypeSupport_unregister_type",
 };
 
 class ExportedFamilyTest : public ::testing::Test {
@@ -100,7 +101,9 @@ TEST_F(ExportedFamilyTest, EveryTypeExportsItsFamilyAndTopicTypesTheirKeysAndPlu
         scoped.replace(0, std::string("zel_dds_monitoring_").size(), "zel::dds::monitoring::");
         EXPECT_EQ(typeName(), scoped);
     }
-    EXPECT_NE(symbol("DDSMonitoring_DomainParticipantFactoryQosPlugin_delete"), nullptr);
+    for (const char *operation : {"Plugin_delete", "TypeSupport_register_type", "TypeSupport_unregister_type"}) {
+        EXPECT_NE(symbol(std::string("DDSMonitoring_DomainParticipantFactoryQos") + operation), nullptr) << operation;
+    }
 }
 
 }  // namespace

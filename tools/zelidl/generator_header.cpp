@@ -1,5 +1,6 @@
 // The C header of an IDL file: the C types and every exported declaration
 // of their type support. It must compile as C and as C++.
+#include <algorithm>
 #include <cctype>
 #include <sstream>
 
@@ -110,6 +111,10 @@ void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOption
     if (gen::hasPlugin(d, options)) {
         out << api << "struct PRESTypePlugin *" << f << "Plugin_new(void);\n";
         out << api << "void " << f << "Plugin_delete(struct PRESTypePlugin *plugin);\n";
+        out << api << "DDS_ReturnCode_t " << f
+            << "TypeSupport_register_type(DDS_DomainParticipant *participant, const char *type_name);\n";
+        out << api << "DDS_ReturnCode_t " << f
+            << "TypeSupport_unregister_type(DDS_DomainParticipant *participant, const char *type_name);\n";
     }
 }
 
@@ -129,6 +134,12 @@ std::string generateHeader(const SourceFile &file, const GeneratorOptions &optio
            "#include \"vurncore/cdr_type.h\"\n"
            "#include \"vurncore/typecode.h\"\n"
            "#include \"vurncore/type_plugin.h\"\n";
+    // Registration of a plug-in goes through the participant, so only the
+    // files that have plug-ins depend on the DDS API.
+    if (std::any_of(file.declarations.begin(), file.declarations.end(),
+                    [&options](const Declaration *d) { return gen::hasPlugin(*d, options); })) {
+        out << "#include \"vurnc/dds_domain.h\"\n";
+    }
     if (!options.exportHeader.empty()) {
         out << "#include \"" << options.exportHeader << "\"\n";
     }

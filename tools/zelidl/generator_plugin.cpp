@@ -1,5 +1,6 @@
 // The plug-in source of an IDL file: serialization and sizes for every
-// type, key operations for keyed structs, and type plug-in records.
+// type, key operations for keyed structs, type plug-in records and their
+// registration with a participant.
 #include <sstream>
 
 #include "generator_common.h"
@@ -360,6 +361,39 @@ void writePluginRecordI(std::ostream &out, const Declaration &d)
         << "    if (plugin != nullptr) {\n        ZELOsapiHeap_freeStructure(plugin);\n    }\n}\n";
 }
 
+// Registration hands the participant a plug-in of its own, which keeps a copy
+// of the record, so the one made here is deleted whatever the outcome. A
+// NULL type name stands for the type's scoped name.
+void writeRegistrationI(std::ostream &out, const Declaration &d)
+{
+    const std::string f = d.flatName();
+    const std::string defaultName = gen::hasKeyOperations(d) ? f + "TypeSupport_get_type_name()"
+                                                             : "\"" + d.scopedName() + "\"";
+    const std::string registerContext = f + "TypeSupport_register_type";
+    out << "\nDDS_ReturnCode_t " << registerContext
+        << "(DDS_DomainParticipant *participant, const char *type_name)\n{\n"
+        << "    if (participant == nullptr) {\n"
+        << "        zelidlLogI(\"" << registerContext << "\", ZEL_LOG_BAD_PARAMETER_s, \"participant\");\n"
+        << "        return DDS_RETCODE_ERROR;\n    }\n"
+        << "    PRESTypePlugin *plugin = " << f << "Plugin_new();\n"
+        << "    if (plugin == nullptr) {\n"
+        << "        zelidlLogI(\"" << registerContext << "\", ZEL_LOG_CREATION_FAILURE_s, \"plugin\");\n"
+        << "        return DDS_RETCODE_ERROR;\n    }\n"
+        << "    const DDS_ReturnCode_t result = DDS_DomainParticipant_register_type(participant, type_name != nullptr "
+           "? type_name : "
+        << defaultName << ", plugin, nullptr);\n"
+        << "    " << f << "Plugin_delete(plugin);\n"
+        << "    return result;\n}\n";
+    const std::string unregisterContext = f + "TypeSupport_unregister_type";
+    out << "\nDDS_ReturnCode_t " << unregisterContext
+        << "(DDS_DomainParticipant *participant, const char *type_name)\n{\n"
+        << "    if (participant == nullptr) {\n"
+        << "        zelidlLogI(\"" << unregisterContext << "\", ZEL_LOG_BAD_PARAMETER_s, \"participant\");\n"
+        << "        return DDS_RETCODE_ERROR;\n    }\n"
+        << "    return DDS_DomainParticipant_unregister_type(participant, type_name != nullptr ? type_name : "
+        << defaultName << ");\n}\n";
+}
+
 }  // namespace
 
 std::string generatePluginSource(const SourceFile &file, const GeneratorOptions &options)
@@ -378,6 +412,7 @@ std::string generatePluginSource(const SourceFile &file, const GeneratorOptions 
         }
         if (gen::hasPlugin(*d, options)) {
             writePluginRecordI(out, *d);
+            writeRegistrationI(out, *d);
         }
     }
     return out.str();
