@@ -248,4 +248,29 @@ TEST(IdlGenerator, RejectsAPluginTypeThatIsNotAStruct)
     EXPECT_NE(zelidl::generate(frontend.model(), file, options).pluginSource.find("SPlugin_new"), std::string::npos);
 }
 
+// The DDS API's own types come from this generator, so a header that has no
+// plug-in to register must not include the API it would register with.
+TEST(IdlGenerator, OnlyFilesWithPlugInsRegisterThemThroughTheDdsApi)
+{
+    Frontend frontend = Files()
+                                .add("t.idl", "struct Plain { long a; };\nstruct Extra { long b; };")
+                                .add("k.idl", "struct Keyed { @key long id; };")
+                                .frontend();
+    const std::string api = "#include \"vurnc/dds_domain.h\"";
+    zelidl::GeneratorOptions options;
+    const SourceFile &plain = frontend.load("t.idl");
+    zelidl::GeneratedFiles files = zelidl::generate(frontend.model(), plain, options);
+    EXPECT_EQ(files.header.find(api), std::string::npos);
+    EXPECT_EQ(files.pluginSource.find("DDS_DomainParticipant_"), std::string::npos);
+
+    options.pluginTypes = {"Extra"};
+    files = zelidl::generate(frontend.model(), plain, options);
+    EXPECT_NE(files.header.find(api), std::string::npos);
+    EXPECT_NE(files.header.find("DDS_ReturnCode_t ExtraTypeSupport_register_type("), std::string::npos);
+    EXPECT_EQ(files.header.find("PlainTypeSupport_"), std::string::npos);
+
+    files = zelidl::generate(frontend.model(), frontend.load("k.idl"), zelidl::GeneratorOptions{});
+    EXPECT_NE(files.header.find(api), std::string::npos);
+}
+
 }  // namespace

@@ -11,6 +11,7 @@
 #include "idl_test_support.h"
 #include "log_capture.h"
 #include "shapes.h"
+#include "vurnc/dds_topic.h"
 #include "vurncore/dds_string.h"
 
 namespace {
@@ -385,6 +386,47 @@ TEST_F(GeneratedTypesTest, FailuresAreResultsLoggedUnderTheOperationsName)
     EXPECT_TRUE(log.contains("demo_ShapeTypePlugin_new", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
                              "out of heap: structure of " + std::to_string(sizeof(PRESTypePlugin)) + " octets\n"));
     demo_ShapeUpdate_finalize(&filled);
+}
+
+// An application's types, keyed or given a plug-in, register under their
+// scoped names on one participant and serve its topics.
+TEST_F(GeneratedTypesTest, ApplicationTypesRegisterOnAParticipantAndServeItsTopics)
+{
+    DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
+    ASSERT_NE(factory, nullptr);
+    DDS_DomainParticipant *participant =
+            DDS_DomainParticipantFactory_create_participant(factory, 0, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+    DDS_DomainParticipant *other =
+            DDS_DomainParticipantFactory_create_participant(factory, 0, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(participant, nullptr);
+    ASSERT_NE(other, nullptr);
+
+    ASSERT_EQ(demo_ShapeTypeTypeSupport_register_type(participant, nullptr), DDS_RETCODE_OK);
+    ASSERT_EQ(demo_ExtentTypeSupport_register_type(participant, nullptr), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_get_type_pluginI(other, "demo::ShapeType"), nullptr);
+    const PRESTypePlugin *extent = DDS_DomainParticipant_get_type_pluginI(participant, "demo::Extent");
+    ASSERT_NE(extent, nullptr);
+    EXPECT_EQ(extent->typeCode, demo_Extent_get_typecode());
+    EXPECT_EQ(extent->getKeyKindFnc(), PRES_TYPEPLUGIN_NO_KEY);
+
+    DDS_Topic *squares = DDS_DomainParticipant_create_topic(participant, "Square", "demo::ShapeType",
+                                                            &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
+    DDS_Topic *extents = DDS_DomainParticipant_create_topic(participant, "Extents", "demo::Extent",
+                                                            &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(squares, nullptr);
+    ASSERT_NE(extents, nullptr);
+    EXPECT_STREQ(DDS_TopicDescription_get_type_name(DDS_Topic_as_topicdescription(squares)), "demo::ShapeType");
+    EXPECT_EQ(DDS_DomainParticipant_create_topic(other, "Square", "demo::ShapeType", &DDS_TOPIC_QOS_DEFAULT,
+                                                 nullptr, 0),
+              nullptr);
+
+    EXPECT_EQ(DDS_DomainParticipant_delete_topic(participant, squares), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_topic(participant, extents), DDS_RETCODE_OK);
+    EXPECT_EQ(demo_ShapeTypeTypeSupport_unregister_type(participant, nullptr), DDS_RETCODE_OK);
+    EXPECT_EQ(demo_ExtentTypeSupport_unregister_type(participant, nullptr), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, other), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, participant), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
 }
 
 }  // namespace

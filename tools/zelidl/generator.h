@@ -19,7 +19,7 @@ struct GeneratorOptions {
 struct GeneratedFiles {
     std::string header;                      // <base>.h
     std::string source;                      // <base>.cpp: descriptors, type codes, sequences, samples
-    std::string pluginSource;                // <base>Plugin.cpp: serialization, keys, plug-in records
+    std::string pluginSource;                // <base>Plugin.cpp: serialization, keys, plug-ins, registration
     std::string typeTable;                   // <base>_types.inc
     std::string layoutTable;                 // <base>_layout.inc
 };
