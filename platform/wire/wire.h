@@ -1,0 +1,208 @@
+// The wire: how the DDS layer moves serialized samples between its writers
+// and readers. The DDS layer keeps entities, QoS, histories and statuses; a
+// wire only matches endpoints, carries samples and instance-state changes
+// and counts what it carried. Implementations plug in through a table of
+// operations and are chosen per factory by name. Private to vurnc.
+//
+// Threads and locks. A wire's own locks are the innermost of the process:
+// the DDS layer may hold any of its locks when it calls a wire operation,
+// and a wire never holds one of its locks while it calls a listener. So a
+// listener may take the DDS layer's locks and call wire operations again
+// (a reader that writes from its data callback, a writer that replays).
+// Callbacks into an endpoint may start, from other threads, before its
+// create operation returns: the DDS layer sets up the listener's context
+// first. None starts after its delete operation returned. Operations on
+// one endpoint (write, replay, delete) are never concurrent with that
+// endpoint's deletion, and an endpoint is never deleted from inside a
+// callback that concerns it (its delete waits for those callbacks to end).
+#ifndef VURNC_WIRE_H
+#define VURNC_WIRE_H
+
+#include "vurncore/dll.h"
+#include "vurncore/netio_locator.h"
+#include "vurncore/types.h"
+
+ZEL_EXTERN_C_BEGIN
+
+// Policy ids that an incompatibility names (the DDS numbering).
+#define ZEL_WIRE_POLICY_ID_DURABILITY 2u
+#define ZEL_WIRE_POLICY_ID_DEADLINE 4u
+#define ZEL_WIRE_POLICY_ID_OWNERSHIP 6u
+#define ZEL_WIRE_POLICY_ID_LIVELINESS 8u
+#define ZEL_WIRE_POLICY_ID_RELIABILITY 11u
+
+// Locator kind of a loopback reader: its wire-wide reader id is in the
+// last four address octets (most significant first); the port is 0.
+#define ZEL_WIRE_LOCATOR_KIND_LOOPBACK 0x02000000
+
+// An endpoint's GUID as four words in host order: host id, app id,
+// instance counter, entity id.
+struct ZELWireGuid {
+    uint32_t value[4];
+};
+
+// What matching and delivery need of an endpoint's QoS. Kinds take the DDS
+// enumerator values (best effort 0, reliable 1; volatile 0, transient local
+// 1, ...; automatic 0, manual by participant 1, by topic 2; shared 0,
+// exclusive 1). A writer offers, a reader requests.
+struct ZELWireEndpointQos {
+    int32_t reliabilityKind;
+    int32_t durabilityKind;
+    struct ZELNtpTime deadlinePeriod;
+    int32_t livelinessKind;
+    struct ZELNtpTime livelinessLeaseDuration;
+    int32_t ownershipKind;
+};
+
+struct ZELWireEndpointParams {
+    struct ZELWireGuid guid;
+    const char *topicName;  // copied
+    const char *typeName;   // the registered type name; copied
+    ZELBoolean keyed;       // instances can be disposed and unregistered
+    ZELBoolean vendorSpecific;
+    struct ZELWireEndpointQos qos;
+};
+
+// A match as the local endpoint sees it. For a writer the locators are the
+// reader's; a reader is given none.
+struct ZELWireMatchInfo {
+    struct ZELWireGuid remoteGuid;
+    ZELBoolean remoteVendorSpecific;
+    const struct ZELNetioLocator *remoteLocators;
+    uint32_t remoteLocatorCount;
+};
+
+enum ZELWireSampleKind {
+    ZEL_WIRE_SAMPLE_DATA = 0,       // data: a serialized sample, encapsulation header first
+    ZEL_WIRE_SAMPLE_DISPOSE = 1,    // data: the serialized key
+    ZEL_WIRE_SAMPLE_UNREGISTER = 2  // data: the serialized key
+};
+
+// A sample or instance-state change. The writer fills kind, key hash,
+// data, timestamp and sequence number; the wire fills the writer's GUID
+// and the reception time before it hands the record to a reader.
+struct ZELWireSample {
+    enum ZELWireSampleKind kind;
+    struct ZELWireGuid writerGuid;
+    uint8_t keyHash[16];  // zero for a keyless type
+    const uint8_t *data;  // valid during the call only
+    uint32_t size;
+    struct ZELNtpTime sourceTimestamp;
+    struct ZELNtpTime receptionTimestamp;
+    int64_t sequenceNumber;
+};
+
+// What a reader did with a delivered sample; the wire counts it.
+enum ZELWireDeliveryResult {
+    ZEL_WIRE_DELIVERY_ACCEPTED = 0,
+    ZEL_WIRE_DELIVERY_DUPLICATE = 1,
+    ZEL_WIRE_DELIVERY_FILTERED = 2,
+    ZEL_WIRE_DELIVERY_REJECTED = 3
+};
+
+// Cumulative traffic, for a writer (everything it pushed), a reader
+// (everything it received) or one matched pair. Every delivery counts in
+// `sampleCount` and `sampleBytes`; those that the reader did not accept
+// count again under their outcome.
+struct ZELWireCounters {
+    int64_t sampleCount;
+    int64_t sampleBytes;
+    int64_t duplicateSampleCount;
+    int64_t duplicateSampleBytes;
+    int64_t filteredSampleCount;
+    int64_t filteredSampleBytes;
+    int64_t rejectedSampleCount;
+};
+
+struct ZELWire;
+struct ZELWireParticipant;
+struct ZELWireWriter;
+struct ZELWireReader;
+// A pending history replay to one newly matched reader; valid during the
+// writer's onReplay callback only.
+struct ZELWireReplay;
+
+// Every match gets one onMatched on each side, and later exactly one
+// onUnmatched on each side, before the delete of either endpoint returns.
+// Incompatible QoS give one onIncompatible on each side instead, with the
+// first policy found wanting (durability, deadline, ownership, liveliness,
+// reliability, in that order). All three run on the thread that creates or
+// deletes the endpoint that caused them.
+struct ZELWireWriterListener {
+    void *context;
+    void (*onMatched)(void *context, const struct ZELWireMatchInfo *match);
+    void (*onUnmatched)(void *context, const struct ZELWireMatchInfo *match);
+    void (*onIncompatible)(void *context, const struct ZELWireGuid *remote, uint32_t policyId);
+    // A reader that requests transient-local durability matched: under the
+    // lock with which it serializes its writes, the writer calls
+    // writeReplay for each sample of its history, oldest first, then
+    // replayDone. Until then that reader receives none of the writer's live
+    // samples, so none is lost or duplicated. Returning without replayDone
+    // ends the replay all the same. NULL when the writer keeps no history;
+    // a wire that keeps durable data itself never calls it.
+    void (*onReplay)(void *context, struct ZELWireReplay *replay, const struct ZELWireGuid *reader);
+};
+
+struct ZELWireReaderListener {
+    void *context;
+    void (*onMatched)(void *context, const struct ZELWireMatchInfo *match);
+    void (*onUnmatched)(void *context, const struct ZELWireMatchInfo *match);
+    void (*onIncompatible)(void *context, const struct ZELWireGuid *remote, uint32_t policyId);
+    // Runs on the writing thread (loopback) or a receive thread.
+    enum ZELWireDeliveryResult (*onSample)(void *context, const struct ZELWireSample *sample);
+};
+
+// A wire implementation. Creations return NULL and deletions ZEL_FALSE on
+// failure, having logged why and changed nothing.
+struct ZELWireOps {
+    const char *name;
+    struct ZELWire *(*create)(void);
+    // Refused while participants remain.
+    ZELBoolean (*destroy)(struct ZELWire *wire);
+
+    struct ZELWireParticipant *(*createParticipant)(struct ZELWire *wire, int32_t domainId,
+                                                    const uint32_t guidPrefix[3]);
+    // Refused while endpoints remain.
+    ZELBoolean (*deleteParticipant)(struct ZELWireParticipant *participant);
+
+    struct ZELWireWriter *(*createWriter)(struct ZELWireParticipant *participant,
+                                          const struct ZELWireEndpointParams *params,
+                                          const struct ZELWireWriterListener *listener);
+    void (*deleteWriter)(struct ZELWireWriter *writer);
+    struct ZELWireReader *(*createReader)(struct ZELWireParticipant *participant,
+                                          const struct ZELWireEndpointParams *params,
+                                          const struct ZELWireReaderListener *listener);
+    void (*deleteReader)(struct ZELWireReader *reader);
+
+    // Hands the sample to every matched reader. Dispose and unregister are
+    // refused for a keyless writer.
+    ZELBoolean (*write)(struct ZELWireWriter *writer, const struct ZELWireSample *sample);
+    // Hands a sample of the history to the reader of `replay` only.
+    ZELBoolean (*writeReplay)(struct ZELWireWriter *writer, struct ZELWireReplay *replay,
+                              const struct ZELWireSample *sample);
+    void (*replayDone)(struct ZELWireWriter *writer, struct ZELWireReplay *replay);
+
+    void (*getWriterCounters)(struct ZELWireWriter *writer, struct ZELWireCounters *counters);
+    void (*getReaderCounters)(struct ZELWireReader *reader, struct ZELWireCounters *counters);
+    // ZEL_FALSE when the remote endpoint is not matched.
+    ZELBoolean (*getWriterMatchCounters)(struct ZELWireWriter *writer, const struct ZELWireGuid *reader,
+                                         struct ZELWireCounters *counters);
+    ZELBoolean (*getReaderMatchCounters)(struct ZELWireReader *reader, const struct ZELWireGuid *writer,
+                                         struct ZELWireCounters *counters);
+};
+
+// Every wire instance starts with its table.
+struct ZELWire {
+    const struct ZELWireOps *ops;
+};
+
+// The implementation called `name`, or the default one for NULL; NULL
+// (logged) when none has that name.
+const struct ZELWireOps *ZELWire_findOps(const char *name);
+
+// The in-process wire.
+extern const struct ZELWireOps ZELLoopbackWire_ops;
+
+ZEL_EXTERN_C_END
+
+#endif

@@ -1,0 +1,214 @@
+// Matching on the in-process wire: who pairs with whom, the callbacks of
+// a match's life, and refusals that leave nothing behind.
+#include <set>
+
+#include "log_capture.h"
+
+#include "wire_fixture.h"
+
+namespace wiretest {
+namespace {
+
+using Events = std::vector<std::string>;
+
+class LoopbackMatchTest : public WireTest {};
+
+TEST_F(LoopbackMatchTest, MatchAndUnmatchInEveryOrderOfCreationAndDeletion) {
+    ZELWireParticipant *p = participant(0);
+    for (int order = 0; order < 4; ++order) {
+        SCOPED_TRACE(order);
+        const bool writerFirst = (order & 1) != 0;
+        const bool deleteWriterFirst = (order & 2) != 0;
+        Recorder w, r;
+        ZELWireWriter *writerHandle = nullptr;
+        ZELWireReader *readerHandle = nullptr;
+        if (writerFirst) {
+            writerHandle = writer(p, 1, &w);
+            EXPECT_EQ(w.take(), Events{});
+        }
+        readerHandle = reader(p, 2, &r);
+        if (!writerFirst) {
+            EXPECT_EQ(r.take(), Events{});
+            writerHandle = writer(p, 1, &w);
+        }
+        ASSERT_NE(writerHandle, nullptr);
+        ASSERT_NE(readerHandle, nullptr);
+        EXPECT_EQ(w.take(), Events{"matched 2"});
+        EXPECT_EQ(r.take(), Events{"matched 1"});
+        if (deleteWriterFirst) {
+            ops_->deleteWriter(writerHandle);
+        } else {
+            ops_->deleteReader(readerHandle);
+        }
+        EXPECT_EQ(w.take(), Events{"unmatched 2"});
+        EXPECT_EQ(r.take(), Events{"unmatched 1"});
+        if (deleteWriterFirst) {
+            ops_->deleteReader(readerHandle);
+        } else {
+            ops_->deleteWriter(writerHandle);
+        }
+        EXPECT_EQ(w.take(), Events{});
+        EXPECT_EQ(r.take(), Events{});
+    }
+}
+
+TEST_F(LoopbackMatchTest, OnlyTheSameDomainTopicAndTypeMatchAcrossParticipants) {
+    ZELWireParticipant *local = participant(0);
+    ZELWireParticipant *remote = participant(0);
+    ZELWireParticipant *otherDomain = participant(1);
+    Recorder w, sameParticipant, sameDomain, domainOne, otherTopic, otherType;
+    ZELWireWriter *writerHandle = writer(local, 1, &w);
+    ZELWireReader *readers[] = {reader(local, 2, &sameParticipant), reader(remote, 3, &sameDomain),
+                                reader(otherDomain, 4, &domainOne), reader(remote, 5, &otherTopic, "Circle")};
+    const ZELWireEndpointParams otherTypeParams{guidOf(6), "Square", "Shape", ZEL_TRUE, ZEL_FALSE, requestedQos()};
+    const ZELWireReaderListener otherTypeListener = readerListener(&otherType);
+    ZELWireReader *otherTypeReader = ops_->createReader(remote, &otherTypeParams, &otherTypeListener);
+    ASSERT_NE(otherTypeReader, nullptr);
+
+    EXPECT_EQ(w.take(), (Events{"matched 2", "matched 3"}));
+    EXPECT_EQ(sameParticipant.take(), Events{"matched 1"});
+    EXPECT_EQ(sameDomain.take(), Events{"matched 1"});
+    EXPECT_EQ(domainOne.take(), Events{});
+    EXPECT_EQ(otherTopic.take(), Events{});
+    EXPECT_EQ(otherType.take(), Events{});
+
+    // A participant with endpoints and a wire with participants stay.
+    EXPECT_FALSE(ops_->deleteParticipant(local));
+    EXPECT_FALSE(ops_->destroy(wire_));
+    ops_->deleteWriter(writerHandle);
+    for (ZELWireReader *r : readers) {
+        ops_->deleteReader(r);
+    }
+    ops_->deleteReader(otherTypeReader);
+    EXPECT_EQ(w.take(), (Events{"unmatched 3", "unmatched 2"}));
+}
+
+TEST_F(LoopbackMatchTest, EachReaderHasItsOwnLoopbackLocator) {
+    ZELWireParticipant *p = participant(7);
+    Recorder w, r1, r2;
+    ZELWireReader *first = reader(p, 2, &r1);
+    ZELWireReader *second = reader(p, 3, &r2);
+    ZELWireWriter *writerHandle = writer(p, 1, &w);
+    ASSERT_EQ(w.locators.size(), 2u);
+    std::set<std::vector<uint8_t>> addresses;
+    for (const ZELNetioLocator &locator : w.locators) {
+        EXPECT_EQ(locator.kind, ZEL_WIRE_LOCATOR_KIND_LOOPBACK);
+        EXPECT_EQ(locator.port, 0u);
+        addresses.emplace(locator.address, locator.address + 16);
+    }
+    EXPECT_EQ(addresses.size(), 2u);
+    EXPECT_TRUE(r1.locators.empty());
+    ops_->deleteWriter(writerHandle);
+    ops_->deleteReader(first);
+    ops_->deleteReader(second);
+}
+
+TEST_F(LoopbackMatchTest, IncompatibleQosNamesTheFirstPolicyOnBothSidesAndNeverUnmatches) {
+    struct Case {
+        void (*spoil)(ZELWireEndpointQos *offered, ZELWireEndpointQos *requested);
+        uint32_t policyId;
+    };
+    const Case cases[] = {
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *) { o->reliabilityKind = 0; }, 0},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) { o->reliabilityKind = 0; r->reliabilityKind = 1; },
+             ZEL_WIRE_POLICY_ID_RELIABILITY},
+            {[](ZELWireEndpointQos *, ZELWireEndpointQos *r) { r->durabilityKind = 2; },
+             ZEL_WIRE_POLICY_ID_DURABILITY},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->deadlinePeriod = ZELNtpTime{2, 0};
+                 r->deadlinePeriod = ZELNtpTime{2, 0};
+             },
+             0},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->deadlinePeriod = ZELNtpTime{2, 1};
+                 r->deadlinePeriod = ZELNtpTime{2, 0};
+             },
+             ZEL_WIRE_POLICY_ID_DEADLINE},
+            {[](ZELWireEndpointQos *, ZELWireEndpointQos *r) { r->ownershipKind = 1; }, ZEL_WIRE_POLICY_ID_OWNERSHIP},
+            {[](ZELWireEndpointQos *, ZELWireEndpointQos *r) { r->livelinessKind = 2; },
+             ZEL_WIRE_POLICY_ID_LIVELINESS},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->livelinessLeaseDuration = ZELNtpTime ZEL_NTP_TIME_INFINITE;
+                 r->livelinessLeaseDuration = ZELNtpTime{30, 0};
+             },
+             ZEL_WIRE_POLICY_ID_LIVELINESS},
+            // Durability is looked at before reliability.
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->reliabilityKind = 0;
+                 r->reliabilityKind = 1;
+                 r->durabilityKind = 3;
+             },
+             ZEL_WIRE_POLICY_ID_DURABILITY},
+    };
+    ZELWireParticipant *p = participant(0);
+    int index = 0;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(index++);
+        ZELWireEndpointQos offered = offeredQos();
+        ZELWireEndpointQos requested = requestedQos();
+        c.spoil(&offered, &requested);
+        Recorder w, r;
+        ZELWireReader *readerHandle = reader(p, 2, &r, "Square", requested);
+        ZELWireWriter *writerHandle = writer(p, 1, &w, "Square", offered);
+        if (c.policyId == 0) {
+            EXPECT_EQ(w.take(), Events{"matched 2"});
+            EXPECT_EQ(r.take(), Events{"matched 1"});
+        } else {
+            const std::string id = " " + std::to_string(c.policyId);
+            EXPECT_EQ(w.take(), Events{"incompatible 2" + id});
+            EXPECT_EQ(r.take(), Events{"incompatible 1" + id});
+            const std::vector<uint8_t> payload{0, 1, 0, 0};
+            const ZELWireSample s = sample(1, 1, payload);
+            EXPECT_TRUE(ops_->write(writerHandle, &s));
+            EXPECT_EQ(r.take(), Events{});
+            const ZELWireGuid readerGuid = guidOf(2);
+            ZELWireCounters counters{};
+            EXPECT_FALSE(ops_->getWriterMatchCounters(writerHandle, &readerGuid, &counters));
+        }
+        ops_->deleteReader(readerHandle);
+        ops_->deleteWriter(writerHandle);
+        EXPECT_EQ(r.take().size(), c.policyId == 0 ? 1u : 0u);
+        EXPECT_EQ(w.take().size(), c.policyId == 0 ? 1u : 0u);
+    }
+}
+
+TEST_F(LoopbackMatchTest, EveryAllocationFailureOfEndpointCreationLeavesNoMatchBehind) {
+    ZELWireParticipant *p = participant(0);
+    Recorder r1, r2, w0;
+    ZELWireReader *readers[] = {reader(p, 2, &r1), reader(p, 3, &r2)};
+    ZELWireWriter *incompatibleWriter = writer(p, 4, &w0, "Square", [] {
+        ZELWireEndpointQos q = offeredQos();
+        q.ownershipKind = 1;
+        return q;
+    }());
+    r1.take();
+    r2.take();
+    w0.take();
+    zeltest::LogCapture log;
+    const long allocations = zeltest::forEachAllocationFailure([&](long) {
+        Recorder w;
+        ZELWireWriter *writerHandle = writer(p, 1, &w);
+        if (writerHandle == nullptr) {
+            EXPECT_FALSE(log.lines().empty());
+            log.clear();
+            EXPECT_EQ(r1.take(), Events{});
+            EXPECT_EQ(r2.take(), Events{});
+            EXPECT_EQ(w.take(), Events{});
+            return;
+        }
+        EXPECT_EQ(r1.take(), Events{"matched 1"});
+        ops_->deleteWriter(writerHandle);
+        EXPECT_EQ(r1.take(), Events{"unmatched 1"});
+        r2.take();
+    });
+    // The record, two names, a semaphore and a match per reader.
+    EXPECT_GE(allocations, 7);
+    EXPECT_EQ(w0.take(), Events{});
+    ops_->deleteWriter(incompatibleWriter);
+    for (ZELWireReader *r : readers) {
+        ops_->deleteReader(r);
+    }
+}
+
+}  // namespace
+}  // namespace wiretest

@@ -1,0 +1,53 @@
+// Endpoints on the in-process wire whose listeners record every callback.
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "heap_check.h"
+#include "wire.h"
+
+namespace wiretest {
+
+ZELWireGuid guidOf(uint32_t entity);
+
+// QoS that matches anything of its kind: a writer offers the most, a
+// reader requests the least.
+ZELWireEndpointQos offeredQos();
+ZELWireEndpointQos requestedQos();
+
+// What an endpoint's listener saw, as text ("matched 17", "unmatched 17",
+// "incompatible 17 11", "sample 3 seq 5", "dispose 3", "unregister 3",
+// "replay 17"), in order.
+struct Recorder {
+    std::mutex mutex;
+    std::vector<std::string> events;
+    std::vector<ZELNetioLocator> locators;  // of matched readers, for a writer
+    ZELWireDeliveryResult answer = ZEL_WIRE_DELIVERY_ACCEPTED;
+    void add(std::string event);
+    std::vector<std::string> take();
+};
+
+class WireTest : public zeltest::HeapCheckedTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    ZELWireParticipant *participant(int32_t domainId);
+    ZELWireWriterListener writerListener(Recorder *recorder, bool replays = false);
+    ZELWireReaderListener readerListener(Recorder *recorder);
+    ZELWireWriter *writer(ZELWireParticipant *participant, uint32_t entity, Recorder *recorder,
+                          const char *topic = "Square", ZELWireEndpointQos qos = offeredQos(), bool replays = false);
+    ZELWireReader *reader(ZELWireParticipant *participant, uint32_t entity, Recorder *recorder,
+                          const char *topic = "Square", ZELWireEndpointQos qos = requestedQos());
+    // A data sample whose key hash starts with `key`.
+    static ZELWireSample sample(uint8_t key, int64_t sequenceNumber, const std::vector<uint8_t> &payload,
+                                ZELWireSampleKind kind = ZEL_WIRE_SAMPLE_DATA);
+
+    const ZELWireOps *ops_ = nullptr;
+    ZELWire *wire_ = nullptr;
+    std::vector<ZELWireParticipant *> participants_;
+};
+
+}  // namespace wiretest
