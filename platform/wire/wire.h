@@ -138,9 +138,11 @@ struct ZELWireWriterListener {
     // writeReplay for each sample of its history, oldest first, then
     // replayDone. Until then that reader receives none of the writer's live
     // samples, so none is lost or duplicated. Returning without replayDone
-    // ends the replay all the same. NULL when the writer keeps no history;
-    // a wire that keeps durable data itself never calls it.
-    void (*onReplay)(void *context, struct ZELWireReplay *replay, const struct ZELWireGuid *reader);
+    // ends the replay all the same. `writer` is given because this may run
+    // before the writer's creation returned. NULL when the writer keeps no
+    // history; a wire that keeps durable data itself never calls it.
+    void (*onReplay)(void *context, struct ZELWireWriter *writer, struct ZELWireReplay *replay,
+                     const struct ZELWireGuid *reader);
 };
 
 struct ZELWireReaderListener {

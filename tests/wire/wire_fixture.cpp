@@ -53,10 +53,6 @@ static void onIncompatibleI(void *context, const ZELWireGuid *remote, uint32_t p
                                           std::to_string(policyId));
 }
 
-static void onReplayI(void *context, ZELWireReplay *, const ZELWireGuid *reader) {
-    static_cast<Recorder *>(context)->add("replay " + std::to_string(reader->value[3]));
-}
-
 static ZELWireDeliveryResult onSampleI(void *context, const ZELWireSample *sample) {
     static const char *const kinds[] = {"sample ", "dispose ", "unregister "};
     auto *recorder = static_cast<Recorder *>(context);
@@ -92,9 +88,8 @@ ZELWireParticipant *WireTest::participant(int32_t domainId) {
     return p;
 }
 
-ZELWireWriterListener WireTest::writerListener(Recorder *recorder, bool replays) {
-    return ZELWireWriterListener{recorder, onMatchedI, onUnmatchedI, onIncompatibleI,
-                                 replays ? onReplayI : nullptr};
+ZELWireWriterListener WireTest::writerListener(Recorder *recorder) {
+    return ZELWireWriterListener{recorder, onMatchedI, onUnmatchedI, onIncompatibleI, nullptr};
 }
 
 ZELWireReaderListener WireTest::readerListener(Recorder *recorder) {
@@ -102,9 +97,9 @@ ZELWireReaderListener WireTest::readerListener(Recorder *recorder) {
 }
 
 ZELWireWriter *WireTest::writer(ZELWireParticipant *p, uint32_t entity, Recorder *recorder, const char *topic,
-                                ZELWireEndpointQos qos, bool replays) {
+                                ZELWireEndpointQos qos) {
     const ZELWireEndpointParams params{guidOf(entity), topic, "ShapeType", ZEL_TRUE, ZEL_FALSE, qos};
-    const ZELWireWriterListener listener = writerListener(recorder, replays);
+    const ZELWireWriterListener listener = writerListener(recorder);
     return ops_->createWriter(p, &params, &listener);
 }
 

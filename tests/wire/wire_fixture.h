@@ -18,8 +18,8 @@ ZELWireEndpointQos offeredQos();
 ZELWireEndpointQos requestedQos();
 
 // What an endpoint's listener saw, as text ("matched 17", "unmatched 17",
-// "incompatible 17 11", "sample 3 seq 5", "dispose 3", "unregister 3",
-// "replay 17"), in order.
+// "incompatible 17 11", "sample 3 seq 5", "dispose 3", "unregister 3"), in
+// order.
 struct Recorder {
     std::mutex mutex;
     std::vector<std::string> events;
@@ -35,10 +35,10 @@ protected:
     void TearDown() override;
 
     ZELWireParticipant *participant(int32_t domainId);
-    ZELWireWriterListener writerListener(Recorder *recorder, bool replays = false);
+    ZELWireWriterListener writerListener(Recorder *recorder);
     ZELWireReaderListener readerListener(Recorder *recorder);
     ZELWireWriter *writer(ZELWireParticipant *participant, uint32_t entity, Recorder *recorder,
-                          const char *topic = "Square", ZELWireEndpointQos qos = offeredQos(), bool replays = false);
+                          const char *topic = "Square", ZELWireEndpointQos qos = offeredQos());
     ZELWireReader *reader(ZELWireParticipant *participant, uint32_t entity, Recorder *recorder,
                           const char *topic = "Square", ZELWireEndpointQos qos = requestedQos());
     // A data sample whose key hash starts with `key`.

@@ -178,8 +178,8 @@ void ZELLoopbackMatch_announceAllI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI 
         if (replays && match->state == ZEL_LOOPBACK_MATCH_ANNOUNCING) {
             match->state = ZEL_LOOPBACK_MATCH_REPLAYING;
             lock.unlock();
-            writerListener->onReplay(writerListener->context, reinterpret_cast<ZELWireReplay *>(match),
-                                     &match->reader->guid);
+            writerListener->onReplay(writerListener->context, reinterpret_cast<ZELWireWriter *>(match->writer),
+                                     reinterpret_cast<ZELWireReplay *>(match), &match->reader->guid);
             lock.lock();
         }
         // A match that an endpoint's deletion took over meanwhile stays ended.
