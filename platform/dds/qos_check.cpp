@@ -37,6 +37,20 @@ template <typename Q> DDS_ReturnCode_t DDS_EndpointQos_checkI(const Q *qos, cons
     return DDS_RETCODE_OK;
 }
 
+// Whether a publisher or subscriber QoS changes a policy fixed at enable:
+// presentation and the vendor-specific mark.
+template <typename Q> const char *DDS_GroupQos_changedImmutableI(const Q *a, const Q *b) {
+    if (a->presentation.access_scope != b->presentation.access_scope ||
+        a->presentation.coherent_access != b->presentation.coherent_access ||
+        a->presentation.ordered_access != b->presentation.ordered_access) {
+        return "presentation";
+    }
+    if (a->protocol.vendor_specific_entity != b->protocol.vendor_specific_entity) {
+        return "protocol";
+    }
+    return nullptr;
+}
+
 // Whether an endpoint or topic QoS changes a policy fixed at enable.
 template <typename Q> const char *DDS_EndpointQos_changedImmutableI(const Q *a, const Q *b) {
     if (a->durability.kind != b->durability.kind) {
@@ -127,28 +141,12 @@ bool DDS_TopicQos_changesImmutableI(const DDS_TopicQos *a, const DDS_TopicQos *b
 }
 
 bool DDS_PublisherQos_changesImmutableI(const DDS_PublisherQos *a, const DDS_PublisherQos *b, const char *context) {
-    const char *policy = nullptr;
-    if (a->presentation.access_scope != b->presentation.access_scope ||
-        a->presentation.coherent_access != b->presentation.coherent_access ||
-        a->presentation.ordered_access != b->presentation.ordered_access) {
-        policy = "presentation";
-    } else if (a->protocol.vendor_specific_entity != b->protocol.vendor_specific_entity) {
-        policy = "protocol";
-    }
-    return DDS_Qos_reportImmutableI(policy, context);
+    return DDS_Qos_reportImmutableI(DDS_GroupQos_changedImmutableI(a, b), context);
 }
 
 bool DDS_SubscriberQos_changesImmutableI(const DDS_SubscriberQos *a, const DDS_SubscriberQos *b,
                                          const char *context) {
-    const char *policy = nullptr;
-    if (a->presentation.access_scope != b->presentation.access_scope ||
-        a->presentation.coherent_access != b->presentation.coherent_access ||
-        a->presentation.ordered_access != b->presentation.ordered_access) {
-        policy = "presentation";
-    } else if (a->protocol.vendor_specific_entity != b->protocol.vendor_specific_entity) {
-        policy = "protocol";
-    }
-    return DDS_Qos_reportImmutableI(policy, context);
+    return DDS_Qos_reportImmutableI(DDS_GroupQos_changedImmutableI(a, b), context);
 }
 
 bool DDS_DataWriterQos_changesImmutableI(const DDS_DataWriterQos *a, const DDS_DataWriterQos *b,

@@ -182,6 +182,31 @@ TEST_F(EntityTest, EnablingFollowsParentsAndAutoenable) {
     tree.destroy();
 }
 
+// Publishers and subscribers fix presentation and the vendor-specific mark
+// once enabled; their other policies may change.
+TEST_F(EntityTest, GroupsRefuseChangesOfPresentationAndMarkOnceEnabled) {
+    Tree tree;
+    ASSERT_TRUE(tree.build());
+    DDS_PublisherQos publisherQos = DDS_PublisherQos_INITIALIZER;
+    ASSERT_EQ(DDS_Publisher_get_qos(tree.publisher, &publisherQos), DDS_RETCODE_OK);
+    publisherQos.presentation.ordered_access = !publisherQos.presentation.ordered_access;
+    EXPECT_EQ(DDS_Publisher_set_qos(tree.publisher, &publisherQos), DDS_RETCODE_IMMUTABLE_POLICY);
+    publisherQos.presentation.ordered_access = !publisherQos.presentation.ordered_access;
+    publisherQos.protocol.vendor_specific_entity = DDS_BOOLEAN_TRUE;
+    EXPECT_EQ(DDS_Publisher_set_qos(tree.publisher, &publisherQos), DDS_RETCODE_IMMUTABLE_POLICY);
+    publisherQos.protocol.vendor_specific_entity = DDS_BOOLEAN_FALSE;
+    publisherQos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
+    EXPECT_EQ(DDS_Publisher_set_qos(tree.publisher, &publisherQos), DDS_RETCODE_OK);
+    DDS_PublisherQos_finalize(&publisherQos);
+
+    DDS_SubscriberQos subscriberQos = DDS_SubscriberQos_INITIALIZER;
+    ASSERT_EQ(DDS_Subscriber_get_qos(tree.subscriber, &subscriberQos), DDS_RETCODE_OK);
+    subscriberQos.presentation.access_scope = DDS_GROUP_PRESENTATION_QOS;
+    EXPECT_EQ(DDS_Subscriber_set_qos(tree.subscriber, &subscriberQos), DDS_RETCODE_IMMUTABLE_POLICY);
+    DDS_SubscriberQos_finalize(&subscriberQos);
+    tree.destroy();
+}
+
 TEST_F(EntityTest, QosChangesAreCheckedForConsistencyAndImmutability) {
     Tree tree;
     ASSERT_TRUE(tree.build());
