@@ -9,13 +9,14 @@
 
 #include <gtest/gtest.h>
 
+#include "cdr_buffer.h"
 #include "vurncore/cdr_stream.h"
 #include "vurncore/cdr_type.h"
 #include "vurncore/dds_string.h"
 
 namespace typetest {
 
-using Octets = std::vector<unsigned char>;
+using zeltest::Octets;
 
 // "00 01 ab" as octets; anything but hex digits separates.
 inline Octets hex(const std::string &text) {
@@ -32,21 +33,7 @@ inline Octets hex(const std::string &text) {
     return octets;
 }
 
-// A stream over a buffer of its own: empty to write, or holding `octets`.
-struct Buffer {
-    explicit Buffer(uint32_t size = 4096, ZELCdrByteOrder order = ZEL_CDR_BIG_ENDIAN) : storage(size) {
-        ZELCdrStream_init(&stream, storage.data(), size, order);
-    }
-    explicit Buffer(const Octets &octets) : storage(octets.begin(), octets.end()) {
-        ZELCdrStream_init(&stream, storage.data(), static_cast<uint32_t>(storage.size()), ZEL_CDR_BIG_ENDIAN);
-    }
-    Octets written() const {
-        return Octets(storage.begin(), storage.begin() + ZELCdrStream_getCurrentPositionOffset(&stream));
-    }
-
-    std::vector<char> storage;
-    ZELCdrStream stream{};
-};
+using zeltest::Buffer;
 
 // A sample initialized with the default parameters, finalized at the end
 // of its scope.

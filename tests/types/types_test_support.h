@@ -9,12 +9,14 @@
 
 #include <gtest/gtest.h>
 
+#include "cdr_buffer.h"
 #include "vurncore/cdr_stream.h"
 #include "vurncore/type_plugin.h"
 
 namespace typestest {
 
-using Octets = std::vector<unsigned char>;
+using zeltest::Buffer;
+using zeltest::Octets;
 
 // Concatenates hand-written pieces of a wire image.
 inline Octets cat(std::initializer_list<Octets> pieces)
@@ -30,31 +32,6 @@ inline Octets zeros(size_t count)
 {
     return Octets(count, 0);
 }
-
-// A stream over a zero-filled buffer of its own, or over a copy of octets.
-class Buffer {
-public:
-    explicit Buffer(size_t size, ZELCdrByteOrder order = ZEL_CDR_BIG_ENDIAN) : storage_(size)
-    {
-        ZELCdrStream_init(&stream, storage_.data(), static_cast<uint32_t>(size), order);
-    }
-    explicit Buffer(const Octets &octets) : storage_(octets.begin(), octets.end())
-    {
-        ZELCdrStream_init(&stream, storage_.data(), static_cast<uint32_t>(storage_.size()), ZEL_CDR_BIG_ENDIAN);
-    }
-    Buffer(const Buffer &) = delete;
-    Buffer &operator=(const Buffer &) = delete;
-
-    Octets written() const
-    {
-        return Octets(storage_.begin(), storage_.begin() + ZELCdrStream_getCurrentPositionOffset(&stream));
-    }
-
-    ZELCdrStream stream{};
-
-private:
-    std::vector<char> storage_;
-};
 
 // A topic type's plug-in with participant and writer endpoint data, so the
 // key-hash operations have their scratch stream.
