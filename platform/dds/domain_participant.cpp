@@ -8,6 +8,9 @@
 #include "vurncore/heap.h"
 
 void DDS_DomainParticipant_freeI(DDS_DomainParticipant *participant) {
+    if (participant->wireParticipant != nullptr) {
+        participant->factory->wire->ops->deleteParticipant(participant->wireParticipant);
+    }
     while (participant->types != nullptr) {
         DDS_RegisteredTypeI *type = participant->types;
         participant->types = type->next;

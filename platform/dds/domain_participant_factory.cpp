@@ -23,6 +23,9 @@ std::atomic<DDS_UnsignedLong> g_participantCounter{0};    // numbers participant
 } // namespace
 
 static void DDS_DomainParticipantFactory_freeI(DDS_DomainParticipantFactory *factory) {
+    if (factory->wire != nullptr) {
+        factory->wire->ops->destroy(factory->wire);
+    }
     DDS_QosProfile_deleteAllI(factory);
     DDS_DataReaderQos_finalize(&factory->defaultReaderQos);
     DDS_DataWriterQos_finalize(&factory->defaultWriterQos);
@@ -63,6 +66,13 @@ static DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_newI() {
     }
     if (!DDS_DomainParticipantFactory_initializeDefaultsI(factory)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "default qos");
+        DDS_DomainParticipantFactory_freeI(factory);
+        return nullptr;
+    }
+    const ZELWireOps *wireOps = ZELWire_findOps(nullptr);
+    factory->wire = wireOps != nullptr ? wireOps->create() : nullptr;
+    if (factory->wire == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "wire");
         DDS_DomainParticipantFactory_freeI(factory);
         return nullptr;
     }
@@ -239,6 +249,15 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant
     participant->entity.key.value[1] = static_cast<DDS_Long>(ZELOsapiProcess_getId());
     participant->entity.key.value[2] = static_cast<DDS_Long>(g_participantCounter.fetch_add(1) + 1);
     participant->entity.key.value[3] = static_cast<DDS_Long>((1u << 8) | DDS_ENTITY_KIND_OCTET_PARTICIPANT);
+    const uint32_t guidPrefix[3] = {static_cast<uint32_t>(participant->entity.key.value[0]),
+                                    static_cast<uint32_t>(participant->entity.key.value[1]),
+                                    static_cast<uint32_t>(participant->entity.key.value[2])};
+    participant->wireParticipant = self->wire->ops->createParticipant(self->wire, domainId, guidPrefix);
+    if (participant->wireParticipant == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "wire participant");
+        DDS_DomainParticipant_freeI(participant);
+        return nullptr;
+    }
     {
         DDS_EntityLockGuardI lock(self, self->lock);
         if (!lock.held()) {

@@ -21,6 +21,7 @@
 #include "vurnc/dds_c.h"
 #include "vurncore/log.h"
 #include "vurncore/worker.h"
+#include "wire.h"
 
 #define DDS_ENTITY_LOCK_LEVEL_FACTORY 1
 #define DDS_ENTITY_LOCK_LEVEL_ENDPOINT 2
@@ -91,6 +92,7 @@ struct DDS_DomainParticipantFactoryImpl {
     DDS_EntityListI participants;                   /* [lock] */
     DDS_QosProfileI *profiles;                      /* [lock] */
     DDS_MonitorHooksI monitorHooks;                 /* set by the monitoring hook */
+    struct ZELWire *wire;                           /* fixed at creation */
 };
 
 // A registered type: the participant's copy of the plug-in record.
@@ -117,7 +119,7 @@ struct DDS_DomainParticipantImpl {
     DDS_RegisteredTypeI *types;              /* [lock] */
     std::atomic<DDS_UnsignedLong> entityCounter; /* numbers the children's keys */
     DDS_MonitorAttachmentI monitor;          /* set by the monitoring hook */
-    void *wireParticipant;                   /* owned by the data path */
+    struct ZELWireParticipant *wireParticipant; /* fixed at creation */
 };
 
 enum DDS_TopicDescriptionKindI { DDS_TOPIC_DESCRIPTION_TOPIC_I, DDS_TOPIC_DESCRIPTION_CONTENT_FILTERED_I };

@@ -332,6 +332,7 @@ void writePluginRecordI(std::ostream &out, const Declaration &d)
         << "    if (plugin == nullptr) {\n        return nullptr;\n    }\n"
         << "    plugin->typeName = \"" << d.scopedName() << "\";\n"
         << "    plugin->typeCode = " << f << "_get_typecode();\n"
+        << "    plugin->typeDesc = &" << f << "_g_desc;\n"
         << "    plugin->getKeyKindFnc = &PRESTypePluginDefault_get" << (keyed ? "UserKeyKind" : "NoKeyKind") << ";\n"
         << "    plugin->createSampleFnc = &zelidlCreateSampleAs<" << f << ", &" << f << "PluginSupport_create_data>;\n"
         << "    plugin->deleteSampleFnc = &zelidlDeleteSampleAs<" << f << ", &" << f << "PluginSupport_destroy_data>;\n"

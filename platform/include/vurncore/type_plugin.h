@@ -82,6 +82,8 @@ typedef DDS_Boolean (*PRESTypePluginSerializedSampleToKeyHashFunction)(PRESTypeP
                                                                        DDS_Boolean deserializeEncapsulation,
                                                                        void *endpointPluginQos);
 
+struct ZELCdrTypeDesc;
+
 /* The plug-in record. Keyless types leave the key operations NULL. */
 struct PRESTypePlugin {
     const char *typeName;                  /* registered name (static text of the type support) */
@@ -113,6 +115,12 @@ struct PRESTypePlugin {
     PRESTypePluginKeyToInstanceFunction keyToInstanceFnc;
     PRESTypePluginInstanceToKeyHashFunction instanceToKeyHashFnc;
     PRESTypePluginSerializedSampleToKeyHashFunction serializedSampleToKeyHashFnc;
+
+    /* The sample's descriptor: its size, its members (content filters read
+     * them) and its sequence element type (readers fill typed sequences
+     * through it). NULL for a plug-in made by hand, whose readers can then
+     * only be read through loans and not be content-filtered. */
+    const struct ZELCdrTypeDesc *typeDesc;
 };
 
 /* The two key kinds as functions for getKeyKindFnc. */
