@@ -1,7 +1,7 @@
 // Data readers: creation on a subscriber for a topic, QoS and deletion.
 #include <new>
 
-#include "entity_private.h"
+#include "data_path_private.h"
 #include "vurncore/heap.h"
 
 static void DDS_DataReader_freeI(DDS_DataReader *reader) {
@@ -16,6 +16,8 @@ DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
     auto *subscriber = reinterpret_cast<DDS_Subscriber *>(reader->entity.parent);
     DDS_DomainParticipant_notifyMonitorI(participant, DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, &reader->entity,
                                          nullptr);
+    // Unmatches are reported to the monitor from inside: no lock is held.
+    DDS_DataReader_detachI(reader);
     {
         DDS_EntityLockGuardI participantGuard(&participant->entity);
         if (!participantGuard.held()) {
@@ -25,13 +27,19 @@ DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
         if (!subscriberGuard.held()) {
             return subscriberGuard.result();
         }
-        // The data path detaches the reader from the wire here.
         DDS_EntityList_removeI(&subscriber->readers, &reader->entity.node);
         DDS_TopicDescription_addReaderI(reader->topicDescription, -1);
     }
     DDS_DataReader_freeI(reader);
     return DDS_RETCODE_OK;
 }
+
+// Interim: endpoints are not yet attached to the wire.
+DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *) {
+    return DDS_RETCODE_OK;
+}
+
+void DDS_DataReader_detachI(DDS_DataReader *) {}
 
 extern "C" {
 

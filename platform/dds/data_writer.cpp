@@ -1,7 +1,7 @@
 // Data writers: creation on a publisher for a topic, QoS and deletion.
 #include <new>
 
-#include "entity_private.h"
+#include "data_path_private.h"
 #include "vurncore/heap.h"
 
 static void DDS_DataWriter_freeI(DDS_DataWriter *writer) {
@@ -16,6 +16,8 @@ DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer) {
     auto *publisher = reinterpret_cast<DDS_Publisher *>(writer->entity.parent);
     DDS_DomainParticipant_notifyMonitorI(participant, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, &writer->entity,
                                          nullptr);
+    // Unmatches are reported to the monitor from inside: no lock is held.
+    DDS_DataWriter_detachI(writer);
     {
         DDS_EntityLockGuardI participantGuard(&participant->entity);
         if (!participantGuard.held()) {
@@ -25,13 +27,19 @@ DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer) {
         if (!publisherGuard.held()) {
             return publisherGuard.result();
         }
-        // The data path detaches the writer from the wire here.
         DDS_EntityList_removeI(&publisher->writers, &writer->entity.node);
         --writer->topic->useCount;
     }
     DDS_DataWriter_freeI(writer);
     return DDS_RETCODE_OK;
 }
+
+// Interim: endpoints are not yet attached to the wire.
+DDS_ReturnCode_t DDS_DataWriter_attachI(DDS_DataWriter *) {
+    return DDS_RETCODE_OK;
+}
+
+void DDS_DataWriter_detachI(DDS_DataWriter *) {}
 
 extern "C" {
 

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "entity_private.h"
+#include "vurncore/clock.h"
 #include "vurncore/heap.h"
 #include "vurncore/osapi.h"
 
@@ -25,6 +26,9 @@ std::atomic<DDS_UnsignedLong> g_participantCounter{0};    // numbers participant
 static void DDS_DomainParticipantFactory_freeI(DDS_DomainParticipantFactory *factory) {
     if (factory->wire != nullptr) {
         factory->wire->ops->destroy(factory->wire);
+    }
+    if (factory->clock != nullptr) {
+        ZELHighResolutionClock_delete(factory->clock);
     }
     DDS_QosProfile_deleteAllI(factory);
     DDS_DataReaderQos_finalize(&factory->defaultReaderQos);
@@ -66,6 +70,12 @@ static DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_newI() {
     }
     if (!DDS_DomainParticipantFactory_initializeDefaultsI(factory)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "default qos");
+        DDS_DomainParticipantFactory_freeI(factory);
+        return nullptr;
+    }
+    factory->clock = ZELHighResolutionClock_new();
+    if (factory->clock == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "clock");
         DDS_DomainParticipantFactory_freeI(factory);
         return nullptr;
     }
@@ -122,6 +132,10 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_finalize_instance(void) 
     g_instance = nullptr;
     DDS_DomainParticipantFactory_freeI(factory);
     return DDS_RETCODE_OK;
+}
+
+VURNC_API struct ZELHighResolutionClock *DDS_DomainParticipantFactory_get_clockI(DDS_DomainParticipantFactory *self) {
+    return self != nullptr ? self->clock : nullptr;
 }
 
 VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(

@@ -2,7 +2,7 @@
 // child lists, and monitor notification.
 #include <new>
 
-#include "entity_private.h"
+#include "data_path_private.h"
 #include "vurncore/heap.h"
 #include "vurncore/osapi.h"
 #include "vurncore/sequence_define.hpp"
@@ -70,6 +70,7 @@ bool DDS_Entity_initializeI(DDS_EntityImpl *self, DDS_EntityKind_t kind, DDS_Dom
                             const DDS_Listener *listener, DDS_StatusMask mask) {
     self->kind = kind;
     self->enabled = false;
+    self->enabling = false;
     self->vendorSpecific = vendorSpecific;
     self->parent = parent;
     self->participant = participant;
@@ -231,13 +232,27 @@ static DDS_ReturnCode_t DDS_Entity_enableChildrenI(DDS_EntityImpl *entity) {
     }
 }
 
+// Attaches an endpoint to the wire; other kinds have nothing to attach.
+static DDS_ReturnCode_t DDS_Entity_attachI(DDS_EntityImpl *entity) {
+    if (entity->kind == DDS_DATAWRITER_ENTITY_KIND) {
+        return DDS_DataWriter_attachI(reinterpret_cast<DDS_DataWriter *>(entity));
+    }
+    if (entity->kind == DDS_DATAREADER_ENTITY_KIND) {
+        return DDS_DataReader_attachI(reinterpret_cast<DDS_DataReader *>(entity));
+    }
+    return DDS_RETCODE_OK;
+}
+
+// An endpoint is attached to the wire with no lock held, because its
+// matches are reported to the monitor from inside; it is marked enabled
+// once attached, so a failed attachment leaves it as it was.
 DDS_ReturnCode_t DDS_Entity_enableI(DDS_EntityImpl *entity) {
     {
         DDS_EntityLockGuardI guard(&entity->participant->entity);
         if (!guard.held()) {
             return guard.result();
         }
-        if (entity->enabled) {
+        if (entity->enabled || entity->enabling) {
             return DDS_RETCODE_OK;
         }
         DDS_ReturnCode_t result = DDS_Entity_canEnableI(entity);
@@ -245,8 +260,18 @@ DDS_ReturnCode_t DDS_Entity_enableI(DDS_EntityImpl *entity) {
             ZELLog_printContextAndMsg("DDS_Entity_enable", &ZEL_LOG_PRECONDITION_NOT_MET_s, "parent not enabled");
             return result;
         }
-        // The data path attaches the entity to the wire here.
-        entity->enabled = true;
+        entity->enabling = true;
+    }
+    DDS_ReturnCode_t result = DDS_Entity_attachI(entity);
+    {
+        DDS_EntityLockGuardI guard(&entity->participant->entity);
+        entity->enabling = false;
+        if (result == DDS_RETCODE_OK) {
+            entity->enabled = true;
+        }
+    }
+    if (result != DDS_RETCODE_OK) {
+        return result;
     }
     DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_Entity_enableEventI(entity->kind), entity,
                                          nullptr);

@@ -45,6 +45,7 @@ void DDS_EntityList_removeI(DDS_EntityListI *list, DDS_EntityListNodeI *node);
 struct DDS_EntityImpl {
     DDS_EntityKind_t kind;
     std::atomic<bool> enabled;
+    bool enabling;                      /* being attached to the wire [participant lock] */
     bool vendorSpecific;                /* fixed at creation */
     struct REDAExclusiveArea *lock;     /* the entity's own recursive lock */
     DDS_BuiltinTopicKey_t key;          /* fixed at creation */
@@ -93,6 +94,7 @@ struct DDS_DomainParticipantFactoryImpl {
     DDS_QosProfileI *profiles;                      /* [lock] */
     DDS_MonitorHooksI monitorHooks;                 /* set by the monitoring hook */
     struct ZELWire *wire;                           /* fixed at creation */
+    struct ZELHighResolutionClock *clock;           /* the data path's time; tests may replace getTime */
 };
 
 // A registered type: the participant's copy of the plug-in record.

@@ -113,6 +113,12 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_datareader_qos_from_
         DDS_DomainParticipantFactory *self, struct DDS_DataReaderQos *qos, const char *libraryName,
         const char *profileName, const char *topicName);
 
+/* The clock on which the factory's deadlines, lifespans and liveliness run
+ * (monotonic). Its getTime operation may be replaced, e.g. by a test that
+ * moves time forward by hand; restore it before finalizing the factory. */
+struct ZELHighResolutionClock;
+VURNC_API struct ZELHighResolutionClock *DDS_DomainParticipantFactory_get_clockI(DDS_DomainParticipantFactory *self);
+
 /* The factory's worker factory (`reserved` must be 0), and the calling
  * thread's worker of it (made on first use; NULL when out of heap). Entity
  * locks are exclusive areas of this worker factory. */

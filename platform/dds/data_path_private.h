@@ -1,0 +1,62 @@
+// What the writer and reader data paths share: conversions between the DDS
+// layer's handles, times and QoS and the wire's, and the points at which
+// the entity layer attaches endpoints to the wire. C++ only (private to
+// vurnc).
+//
+// Locking. The data path of an endpoint has its own mutex, below every
+// entity lock: a thread may write or read while it holds any entity lock
+// (the monitoring plug-in writes while it holds a monitored participant's).
+// A writer holds its mutex while the wire hands its sample to local
+// readers, whose callbacks take the reader's mutex: so a reader's mutex is
+// never held while a writer's is taken, nor while a wire operation or the
+// monitor is called.
+#ifndef VURNC_DATA_PATH_PRIVATE_H
+#define VURNC_DATA_PATH_PRIVATE_H
+
+#include "entity_private.h"
+
+// ---- attachment, called by the entity layer with no entity lock held ----
+// Makes what an endpoint being enabled needs (type plug-in endpoint data,
+// history or cache, the wire endpoint). Matches found on the way are
+// reported from inside, to the endpoint and to the monitor. On failure
+// (logged) nothing is left and the endpoint stays disabled.
+DDS_ReturnCode_t DDS_DataWriter_attachI(DDS_DataWriter *writer);
+DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *reader);
+// Undoes the attachment of an endpoint being deleted (unmatches are
+// reported from inside); nothing to do for one never attached.
+void DDS_DataWriter_detachI(DDS_DataWriter *writer);
+void DDS_DataReader_detachI(DDS_DataReader *reader);
+
+// ---- conversions ----
+// The entity's GUID (its builtin-topic key) in the wire's form.
+ZELWireGuid DDS_Entity_getWireGuidI(const DDS_EntityImpl *entity);
+// The instance handle of a remote endpoint: its GUID's four words, each
+// most significant octet first, length 16, valid.
+DDS_InstanceHandle_t DDS_InstanceHandle_fromWireGuidI(const ZELWireGuid *guid);
+// The instance handle of a key hash: its 16 octets, length 16, valid.
+DDS_InstanceHandle_t DDS_InstanceHandle_fromKeyHashI(const uint8_t keyHash[16]);
+// Whether two handles are equal (valid flag, length and octets).
+bool DDS_InstanceHandle_equalsI(const DDS_InstanceHandle_t *left, const DDS_InstanceHandle_t *right);
+
+// Durations and times; an infinite duration is infinite on both sides.
+struct ZELNtpTime DDS_Duration_toNtpI(const DDS_Duration_t *duration);
+DDS_Duration_t DDS_Duration_fromNtpI(const struct ZELNtpTime *time);
+struct ZELNtpTime DDS_Time_toNtpI(const DDS_Time_t *time);
+DDS_Time_t DDS_Time_fromNtpI(const struct ZELNtpTime *time);
+// The current time of the factory's clock (monotonic; deadlines, lifespans
+// and liveliness run on it) and the wall clock (source timestamps); false
+// (logged under `context`) when a clock fails.
+bool DDS_DomainParticipantFactory_getNowI(DDS_DomainParticipantFactory *factory, struct ZELNtpTime *now,
+                                          const char *context);
+bool DDS_DomainParticipantFactory_getWallTimeI(struct ZELNtpTime *now, const char *context);
+
+// What matching needs of an endpoint's QoS.
+ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *qos);
+ZELWireEndpointQos DDS_WireEndpointQos_fromReaderQosI(const DDS_DataReaderQos *qos);
+
+// The wire of the endpoint's factory.
+inline ZELWire *DDS_Entity_getWireI(const DDS_EntityImpl *entity) {
+    return entity->participant->factory->wire;
+}
+
+#endif
