@@ -79,7 +79,7 @@ enum ZELWireSampleKind {
 };
 
 // A sample or instance-state change. The writer fills kind, key hash,
-// data, timestamp and sequence number; the wire fills the writer's GUID
+// data, timestamp, sequence number, strength and lifespan; the wire fills the writer's GUID
 // and the reception time before it hands the record to a reader.
 struct ZELWireSample {
     enum ZELWireSampleKind kind;
@@ -90,6 +90,11 @@ struct ZELWireSample {
     struct ZELNtpTime sourceTimestamp;
     struct ZELNtpTime receptionTimestamp;
     int64_t sequenceNumber;
+    // The writer's QoS that readers apply per sample: its ownership
+    // strength and lifespan (infinite: the sample never expires). A wire
+    // that cannot carry them delivers strength 0 and an infinite lifespan.
+    int32_t ownershipStrength;
+    struct ZELNtpTime lifespan;
 };
 
 // What a reader did with a delivered sample; the wire counts it.
