@@ -119,6 +119,27 @@ struct ZELWireCounters {
     int64_t rejectedSampleCount;
 };
 
+// What discovery reports of an entity of the domain. A participant's GUID
+// is its prefix followed by ZEL_WIRE_ENTITY_ID_PARTICIPANT; it has no topic,
+// and whether it is vendor-specific is not known (reported false).
+#define ZEL_WIRE_ENTITY_ID_PARTICIPANT 0x000001c1u
+
+enum ZELWireEntityKind {
+    ZEL_WIRE_ENTITY_PARTICIPANT = 0,
+    ZEL_WIRE_ENTITY_WRITER = 1,
+    ZEL_WIRE_ENTITY_READER = 2
+};
+
+struct ZELWireDiscoveredEntity {
+    struct ZELWireGuid guid;
+    ZELBoolean vendorSpecific;
+    const char *topicName;  // NULL for a participant
+    const char *typeName;   // NULL for a participant
+};
+
+// Given each discovered entity in turn; returning ZEL_FALSE stops the walk.
+typedef ZELBoolean (*ZELWireDiscoveryVisitor)(void *context, const struct ZELWireDiscoveredEntity *entity);
+
 struct ZELWire;
 struct ZELWireParticipant;
 struct ZELWireWriter;
@@ -196,6 +217,29 @@ struct ZELWireOps {
                                          struct ZELWireCounters *counters);
     ZELBoolean (*getReaderMatchCounters)(struct ZELWireReader *reader, const struct ZELWireGuid *writer,
                                          struct ZELWireCounters *counters);
+
+    // Discovery. Calls `visit` once for each entity of `kind` that
+    // `participant` knows in its domain: the other participants, or every
+    // writer or reader, its own included. A participant is known from its
+    // creation, an endpoint from its creation until its deletion begins.
+    // `visit` runs with the wire's lock held: it may allocate but must not
+    // call the wire, take another lock or wait. ZEL_FALSE when a visit
+    // stopped the walk.
+    ZELBoolean (*visitDiscovered)(struct ZELWireParticipant *participant, enum ZELWireEntityKind kind,
+                                  ZELWireDiscoveryVisitor visit, void *context);
+    // The remote topics inconsistent with the participant's topic `topic`
+    // (its GUID) named `topicName` of type `typeName`: topics of other
+    // participants of the domain with that name and another type name. A
+    // remote topic is known through its endpoints. The participant
+    // remembers each one it finds for `topic` until the participant is
+    // deleted, so each counts once, however long it stays or whether it
+    // goes: `*total` is the number remembered and `*unacknowledged` those
+    // not yet acknowledged; with `acknowledge` all are acknowledged
+    // afterwards. ZEL_FALSE (logged) when out of heap: the topics found
+    // until then stay remembered and nothing is acknowledged.
+    ZELBoolean (*getInconsistentTopics)(struct ZELWireParticipant *participant, const struct ZELWireGuid *topic,
+                                        const char *topicName, const char *typeName, ZELBoolean acknowledge,
+                                        uint32_t *total, uint32_t *unacknowledged);
 };
 
 // Every wire instance starts with its table.

@@ -35,19 +35,31 @@ struct ZELLoopbackMatchI {
     ZELWireCounters counters;            // [wire mutex]
 };
 
+struct ZELLoopbackParticipantI;
+
 struct ZELLoopbackWireI {
-    ZELWire base;                     // first: the table
+    ZELWire base;                           // first: the table
     std::mutex mutex;
-    ZELLoopbackEndpointI *endpoints;  // every writer and reader [mutex]
-    long participantCount;            // [mutex]
-    uint32_t nextReaderId;            // [mutex]
+    ZELLoopbackEndpointI *endpoints;        // every writer and reader [mutex]
+    ZELLoopbackParticipantI *participants;  // [mutex]
+    uint32_t nextReaderId;                  // [mutex]
+};
+
+// A remote topic found inconsistent with one of a participant's topics.
+struct ZELLoopbackInconsistentTopicI {
+    ZELLoopbackInconsistentTopicI *next;  // in the participant's list [wire mutex]
+    ZELWireGuid localTopic;
+    uint32_t remotePrefix[3];             // the remote topic's participant
+    bool acknowledged;                    // [wire mutex]
 };
 
 struct ZELLoopbackParticipantI {
     ZELLoopbackWireI *wire;
+    ZELLoopbackParticipantI *prev, *next;  // in the wire's list [wire mutex]
     int32_t domainId;
     uint32_t guidPrefix[3];
-    long endpointCount;  // [wire mutex]
+    long endpointCount;                    // [wire mutex]
+    ZELLoopbackInconsistentTopicI *inconsistentTopics;  // [wire mutex]
 };
 
 struct ZELLoopbackEndpointI {
@@ -108,5 +120,14 @@ ZELBoolean ZELLoopbackWire_getWriterMatchCountersI(ZELWireWriter *writer, const 
                                                    ZELWireCounters *counters);
 ZELBoolean ZELLoopbackWire_getReaderMatchCountersI(ZELWireReader *reader, const ZELWireGuid *writer,
                                                    ZELWireCounters *counters);
+ZELBoolean ZELLoopbackWire_visitDiscoveredI(ZELWireParticipant *participant, ZELWireEntityKind kind,
+                                            ZELWireDiscoveryVisitor visit, void *context);
+ZELBoolean ZELLoopbackWire_getInconsistentTopicsI(ZELWireParticipant *participant, const ZELWireGuid *topic,
+                                                  const char *topicName, const char *typeName,
+                                                  ZELBoolean acknowledge, uint32_t *total,
+                                                  uint32_t *unacknowledged);
+// Frees what a participant remembers of inconsistent topics [wire mutex
+// held or the participant unlinked].
+void ZELLoopbackParticipant_forgetInconsistentTopicsI(ZELLoopbackParticipantI *participant);
 
 #endif

@@ -22,6 +22,8 @@ const ZELWireOps ZELLoopbackWire_ops = {
         ZELLoopbackWire_getReaderCountersI,
         ZELLoopbackWire_getWriterMatchCountersI,
         ZELLoopbackWire_getReaderMatchCountersI,
+        ZELLoopbackWire_visitDiscoveredI,
+        ZELLoopbackWire_getInconsistentTopicsI,
 };
 
 ZELWire *ZELLoopbackWire_createI(void) {
@@ -41,7 +43,7 @@ ZELBoolean ZELLoopbackWire_destroyI(ZELWire *base) {
     ZELLoopbackWireI *wire = reinterpret_cast<ZELLoopbackWireI *>(base);
     {
         std::lock_guard<std::mutex> guard(wire->mutex);
-        if (wire->participantCount != 0) {
+        if (wire->participants != nullptr) {
             ZELLog_printContextAndMsg("ZELLoopbackWire_destroyI", &ZEL_LOG_PRECONDITION_NOT_MET_s,
                                       "participants remain");
             return ZEL_FALSE;
@@ -63,12 +65,19 @@ ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t do
         return nullptr;
     }
     participant->wire = wire;
+    participant->prev = nullptr;
     participant->domainId = domainId;
     for (int i = 0; i < 3; ++i) {
         participant->guidPrefix[i] = guidPrefix[i];
     }
+    participant->endpointCount = 0;
+    participant->inconsistentTopics = nullptr;
     std::lock_guard<std::mutex> guard(wire->mutex);
-    ++wire->participantCount;
+    participant->next = wire->participants;
+    if (wire->participants != nullptr) {
+        wire->participants->prev = participant;
+    }
+    wire->participants = participant;
     return reinterpret_cast<ZELWireParticipant *>(participant);
 }
 
@@ -82,8 +91,16 @@ ZELBoolean ZELLoopbackWire_deleteParticipantI(ZELWireParticipant *handle) {
                                       "endpoints remain");
             return ZEL_FALSE;
         }
-        --wire->participantCount;
+        if (participant->prev != nullptr) {
+            participant->prev->next = participant->next;
+        } else {
+            wire->participants = participant->next;
+        }
+        if (participant->next != nullptr) {
+            participant->next->prev = participant->prev;
+        }
     }
+    ZELLoopbackParticipant_forgetInconsistentTopicsI(participant);
     ZELOsapiHeap_freeStructure(participant);
     return ZEL_TRUE;
 }
