@@ -231,11 +231,13 @@ struct ZELWireOps {
     // (its GUID) named `topicName` of type `typeName`: topics of other
     // participants of the domain with that name and another type name. A
     // remote topic is known through its endpoints. The participant
-    // remembers each one it finds for `topic` until the participant is
-    // deleted, so each counts once, however long it stays or whether it
-    // goes: `*total` is the number remembered and `*unacknowledged` those
-    // not yet acknowledged; with `acknowledge` all are acknowledged
-    // afterwards. ZEL_FALSE (logged) when out of heap: the topics found
+    // remembers each one it finds for its topic of that name, so each
+    // counts once, however long it stays or whether it goes, until a topic
+    // of that name with another GUID (a new topic replacing a deleted one)
+    // asks: then the count starts again. `*total` is the number remembered
+    // and `*unacknowledged` those not yet acknowledged; with `acknowledge`
+    // all are acknowledged afterwards. What is remembered goes with the
+    // participant. ZEL_FALSE (logged) when out of heap: the topics found
     // until then stay remembered and nothing is acknowledged.
     ZELBoolean (*getInconsistentTopics)(struct ZELWireParticipant *participant, const struct ZELWireGuid *topic,
                                         const char *topicName, const char *typeName, ZELBoolean acknowledge,

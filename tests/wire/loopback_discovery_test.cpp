@@ -131,12 +131,12 @@ TEST_F(LoopbackDiscoveryTest, EachRemoteTopicOfAnotherTypeCountsOnceForEachLocal
     ops_->deleteReader(sameType);
     ZELWireReader *thirdReader = typedReader(third, 3, 0x307, "Square", "Third");
     EXPECT_EQ(inconsistent(local, 0x10a, "ShapeType", false), std::make_pair(2u, 1u));
-    // Another local topic (a new topic of the same name) counts anew, and
-    // the remote topics find each other inconsistent too.
+    // A new local topic of the same name (the old one was deleted) starts
+    // again from what is there now, and the remote topics find each other
+    // inconsistent too.
     EXPECT_EQ(inconsistent(local, 0x20a, "ShapeType", false), std::make_pair(1u, 1u));
     EXPECT_EQ(inconsistent(remote, 0x10a, "Other", false, "Circle"), std::make_pair(0u, 0u));
     EXPECT_EQ(inconsistent(third, 0x10a, "Third", false), std::make_pair(1u, 1u));
-
     ops_->deleteReader(thirdReader);
     ops_->deleteWriter(otherName);
     ops_->deleteWriter(otherDomain);

@@ -182,6 +182,24 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_publishers(DDS_DomainPartic
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_subscribers(DDS_DomainParticipant *self,
                                                                  struct DDS_SubscriberSeq *seq);
 
+/* ---- discovery ---- */
+
+/* Fill `handles` (initialized) with the instance handles of what the
+ * participant knows of its domain: get_discovered_participants the other
+ * participants, get_publications and get_subscriptions every writer or
+ * reader, its own and vendor-specific ones included (the handle's last
+ * octet is the GUID's entity kind, with 0x40 set for vendor-specific
+ * entities). A participant is known from its creation, an endpoint from
+ * its enabling until its deletion. BAD_PARAMETER (logged) for NULL
+ * arguments, NOT_ENABLED for a participant not enabled, OUT_OF_RESOURCES
+ * (logged; `handles` left empty) when the sequence cannot grow. */
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_discovered_participants(DDS_DomainParticipant *self,
+                                                                             struct DDS_InstanceHandleSeq *handles);
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_publications(DDS_DomainParticipant *self,
+                                                                  struct DDS_InstanceHandleSeq *handles);
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_subscriptions(DDS_DomainParticipant *self,
+                                                                   struct DDS_InstanceHandleSeq *handles);
+
 ZEL_EXTERN_C_END
 
 #endif

@@ -76,6 +76,19 @@ VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_get_expression_parameters(co
 VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(
         DDS_ContentFilteredTopic *self, const struct DDS_StringSeq *parameters);
 
+/* The topics of other participants of the domain with this topic's name
+ * and another type name, each counted once from when it is first seen
+ * (through a writer or reader that uses it) for as long as this topic
+ * lives: `total_count` all of them, `total_count_change` those not counted
+ * by a read with `reset` (the plain getter resets). BAD_PARAMETER (logged)
+ * for NULL arguments, NOT_ENABLED for a topic not enabled,
+ * OUT_OF_RESOURCES (logged) when out of heap: nothing is reset then. */
+VURNC_API DDS_ReturnCode_t DDS_Topic_get_inconsistent_topic_status_ex(DDS_Topic *self,
+                                                                      struct DDS_InconsistentTopicStatus *status,
+                                                                      DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_Topic_get_inconsistent_topic_status(DDS_Topic *self,
+                                                                   struct DDS_InconsistentTopicStatus *status);
+
 ZEL_EXTERN_C_END
 
 #endif

@@ -47,10 +47,19 @@ struct ZELLoopbackWireI {
 
 // A remote topic found inconsistent with one of a participant's topics.
 struct ZELLoopbackInconsistentTopicI {
-    ZELLoopbackInconsistentTopicI *next;  // in the participant's list [wire mutex]
-    ZELWireGuid localTopic;
+    ZELLoopbackInconsistentTopicI *next;  // in the local topic's list [wire mutex]
     uint32_t remotePrefix[3];             // the remote topic's participant
     bool acknowledged;                    // [wire mutex]
+};
+
+// A topic of a participant with the remote topics inconsistent with it.
+// A participant has one topic per name: a record of the name with another
+// GUID belongs to a deleted topic, and the new one takes it over.
+struct ZELLoopbackLocalTopicI {
+    ZELLoopbackLocalTopicI *next;             // in the participant's list [wire mutex]
+    ZELWireGuid guid;                         // [wire mutex]
+    char *name;
+    ZELLoopbackInconsistentTopicI *inconsistent;  // [wire mutex]
 };
 
 struct ZELLoopbackParticipantI {
@@ -59,7 +68,7 @@ struct ZELLoopbackParticipantI {
     int32_t domainId;
     uint32_t guidPrefix[3];
     long endpointCount;                    // [wire mutex]
-    ZELLoopbackInconsistentTopicI *inconsistentTopics;  // [wire mutex]
+    ZELLoopbackLocalTopicI *topics;        // those with inconsistent topics [wire mutex]
 };
 
 struct ZELLoopbackEndpointI {
@@ -126,8 +135,8 @@ ZELBoolean ZELLoopbackWire_getInconsistentTopicsI(ZELWireParticipant *participan
                                                   const char *topicName, const char *typeName,
                                                   ZELBoolean acknowledge, uint32_t *total,
                                                   uint32_t *unacknowledged);
-// Frees what a participant remembers of inconsistent topics [wire mutex
-// held or the participant unlinked].
-void ZELLoopbackParticipant_forgetInconsistentTopicsI(ZELLoopbackParticipantI *participant);
+// Frees what a participant remembers of inconsistent topics (the
+// participant being unlinked).
+void ZELLoopbackParticipant_forgetTopicsI(ZELLoopbackParticipantI *participant);
 
 #endif

@@ -71,7 +71,7 @@ ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t do
         participant->guidPrefix[i] = guidPrefix[i];
     }
     participant->endpointCount = 0;
-    participant->inconsistentTopics = nullptr;
+    participant->topics = nullptr;
     std::lock_guard<std::mutex> guard(wire->mutex);
     participant->next = wire->participants;
     if (wire->participants != nullptr) {
@@ -100,7 +100,7 @@ ZELBoolean ZELLoopbackWire_deleteParticipantI(ZELWireParticipant *handle) {
             participant->next->prev = participant->prev;
         }
     }
-    ZELLoopbackParticipant_forgetInconsistentTopicsI(participant);
+    ZELLoopbackParticipant_forgetTopicsI(participant);
     ZELOsapiHeap_freeStructure(participant);
     return ZEL_TRUE;
 }
