@@ -12,5 +12,6 @@
 #include "vurnc/dds_publication.h"
 #include "vurnc/dds_subscription.h"
 #include "vurnc/dds_monitor.h"
+#include "vurnc/dds_transport.h"
 
 #endif
