@@ -1,6 +1,8 @@
 // Discovery on the in-process wire: which participants and endpoints a
 // participant knows, and the remote topics it finds inconsistent.
+#include <atomic>
 #include <set>
+#include <thread>
 #include <tuple>
 
 #include "wire_fixture.h"
@@ -167,6 +169,37 @@ TEST_F(LoopbackDiscoveryTest, AnAllocationFailureKeepsWhatWasFoundAndLeavesNothi
     });
     ops_->deleteWriter(second);
     ops_->deleteWriter(first);
+}
+
+TEST_F(LoopbackDiscoveryTest, DiscoveryWalksWhileParticipantsAndEndpointsComeAndGo) {
+    ZELWireParticipant *local = participant(0);
+    std::atomic<bool> done{false};
+    std::thread churn([&] {
+        for (uint32_t round = 0; round < 200; ++round) {
+            const uint32_t prefix[3] = {0x0a000001u, 0x1234u, 100u + round};
+            ZELWireParticipant *remote = ops_->createParticipant(wire_, 0, prefix);
+            ASSERT_NE(remote, nullptr);
+            ZELWireWriter *writer = typedWriter(remote, 100 + round, 0x102, "Square", "Other");
+            ZELWireReader *reader = typedReader(remote, 100 + round, 0x207, "Square", "ShapeType");
+            ops_->deleteReader(reader);
+            ops_->deleteWriter(writer);
+            EXPECT_TRUE(ops_->deleteParticipant(remote));
+        }
+        done = true;
+    });
+    // Whatever the walk meets is whole: a remote writer always comes with
+    // its name and type.
+    uint32_t previousTotal = 0;
+    while (!done) {
+        for (const auto &[prefix, entity, vendor, topic, type] : discovered(local, ZEL_WIRE_ENTITY_WRITER)) {
+            EXPECT_EQ(topic + "/" + type, "Square/Other");
+        }
+        discovered(local, ZEL_WIRE_ENTITY_PARTICIPANT);
+        const auto [total, unacknowledged] = inconsistent(local, 0x10a, "ShapeType", true);
+        EXPECT_GE(total, previousTotal);
+        previousTotal = total;
+    }
+    churn.join();
 }
 
 }  // namespace
