@@ -1,0 +1,121 @@
+// Dispatch of entity events: what is ignored silently, what is logged, and
+// the enabling of the monitoring entities with the start of their thread.
+#include "entity_set.h"
+#include "plugin_fixture.h"
+
+namespace {
+
+using zeltest::plugInText;
+
+const char *const kNotify = "ZELDefaultMonitorPublisher_onEventNotify";
+
+class EventDispatchTest : public zeltest::PlugInTest {
+protected:
+    void SetUp() override {
+        PlugInTest::SetUp();
+        DDS_UnsignedLong result = 0;
+        publisher_ = ZELDefaultMonitorPublisher_create(&result, factory_, zeltest::kVersion);
+        ASSERT_NE(publisher_, nullptr);
+    }
+
+    void TearDown() override {
+        for (ZELDefaultMonitorParticipantObject *object : objects_) {
+            EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
+        }
+        EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher_), ZEL_MONITOR_RESULT_OK);
+        PlugInTest::TearDown();
+    }
+
+    ZELDefaultMonitorParticipantObject *attach(DDS_DomainParticipant *participant) {
+        DDS_UnsignedLong result = 0;
+        ZELDefaultMonitorParticipantObject *object =
+                ZELDefaultMonitorPublisher_onDomainParticipantAttach(&result, publisher_, participant);
+        EXPECT_EQ(result, ZEL_MONITOR_RESULT_OK);
+        objects_.push_back(object);
+        return object;
+    }
+
+    static DDS_UnsignedLong notify(ZELDefaultMonitorParticipantObject *object, DDS_Long code, DDS_Entity *entity) {
+        return ZELDefaultMonitorPublisher_onEventNotify(object, code, entity, nullptr);
+    }
+
+    static int pendingEvents(const ZELDefaultMonitorEntitySet *set) {
+        return ZELEventActiveGenerator_getPendingEventCount(set->thread->generator);
+    }
+
+    ZELDefaultMonitorPublisher *publisher_ = nullptr;
+    std::vector<ZELDefaultMonitorParticipantObject *> objects_;
+};
+
+TEST_F(EventDispatchTest, KnownEventsAreLoggedByNameAndOthersIgnoredSilently) {
+    DDS_DomainParticipant *participant = createParticipant({});
+    ZELDefaultMonitorParticipantObject *object = attach(participant);
+    DDS_Entity *entity = DDS_DomainParticipant_as_entity(participant);
+    DDS_Entity *monitoringWriter =
+            DDS_DataWriter_as_entity(object->entities->writers[ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS]);
+    ZEL_Monitor_Log_setVerbosity(0xFFFFu, 2);
+    zeltest::LogCapture capture;
+
+    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, monitoringWriter), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(notify(object, 0x999, entity), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_TOPIC_CREATE_AFTER, entity), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER, entity), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_DELETE_CONTAINED_ENTITIES_BEFORE, entity),
+              ZEL_MONITOR_RESULT_OK);
+    const std::vector<zeltest::CapturedLine> expected = {
+            zeltest::expectedLine(kNotify, ZEL_MONITOR_LOG_ENTITY_EVENT_s, "receive event TOPIC_CREATE_AFTER\n"),
+            zeltest::expectedLine(kNotify, ZEL_MONITOR_LOG_ENTITY_EVENT_s,
+                                  "receive event DATAWRITER_LOCATOR_PARI_DELETE_AFTER\n"),
+            zeltest::expectedLine(kNotify, ZEL_MONITOR_LOG_ENTITY_EVENT_s,
+                                  "receive event PARTICIPANT_DELETE_CONTAINED_ENTITIES_BEFORE\n"),
+    };
+    EXPECT_EQ(capture.lines(), expected);
+}
+
+TEST_F(EventDispatchTest, ParticipantEnablingEnablesTheEntitiesAndStartsTheThreadOnce) {
+    zeltest::LogCapture capture;
+    DDS_DomainParticipant *participant = createParticipant({}, 0, false);
+    ZELDefaultMonitorParticipantObject *object = attach(participant);
+    ZELDefaultMonitorEntitySet *set = object->entities;
+    DDS_Entity *entity = DDS_DomainParticipant_as_entity(participant);
+
+    // Entities of a participant that is still disabled cannot be enabled.
+    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, entity), ZEL_MONITOR_RESULT_FAILURE);
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_enableEntitiesAndStartThreadI",
+                                 ZEL_LOG_CREATION_FAILURE_s,
+                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "enable partiicpant desc topic")));
+    EXPECT_TRUE(capture.contains(kNotify, ZEL_LOG_CREATION_FAILURE_s,
+                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "enable entities")));
+    EXPECT_FALSE(ZELDefaultMonitorEntitySet_isStarted(set));
+    EXPECT_EQ(pendingEvents(set), 0);
+
+    ASSERT_EQ(DDS_Entity_enable(entity), DDS_RETCODE_OK);
+    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, entity), ZEL_MONITOR_RESULT_OK);
+    EXPECT_TRUE(ZELDefaultMonitorEntitySet_isStarted(set));
+    for (DDS_DataWriter *writer : set->writers) {
+        EXPECT_TRUE(DDS_Entity_is_enabled(DDS_DataWriter_as_entity(writer)));
+    }
+    EXPECT_EQ(set->eventCallback, &ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI);
+    EXPECT_EQ(set->eventParam, object);
+    EXPECT_EQ(pendingEvents(set), 1);
+    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, entity), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(pendingEvents(set), 1);
+}
+
+TEST_F(EventDispatchTest, SharedEntitiesStartTheCommonThreadForAllParticipants) {
+    DDS_DomainParticipant *first = createParticipant({{"zel.monitor.config.new_participant_domain_id", "4"}});
+    DDS_DomainParticipant *second = createParticipant({});
+    ZELDefaultMonitorParticipantObject *firstObject = attach(first);
+    ZELDefaultMonitorParticipantObject *secondObject = attach(second);
+    ZELDefaultMonitorEntitySet *set = publisher_->sharedEntities;
+    ASSERT_NE(set, nullptr);
+    EXPECT_EQ(notify(secondObject, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DomainParticipant_as_entity(second)),
+              ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(notify(firstObject, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DomainParticipant_as_entity(first)),
+              ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(set->eventCallback, &ZELDefaultMonitorParticipantObject_onCommonStatsEventI);
+    EXPECT_EQ(set->eventParam, publisher_);
+    EXPECT_EQ(pendingEvents(set), 1);
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+// The publishing thread: due-time arithmetic, running and stopping events,
+// and the failures of create and post.
+#include <future>
+
+#include "entity_set.h"
+#include "plugin_fixture.h"
+#include "publisher_thread.h"
+#include "vurncore/event.h"
+
+namespace {
+
+using zeltest::plugInText;
+
+class PublisherThreadTest : public zeltest::PlugInTest {
+protected:
+    ZELDefaultMonitorPublisherThread *createThread(DDS_DomainParticipant *participant) {
+        const ZELOsapiThreadSettings settings = ZEL_OSAPI_THREAD_SETTINGS_DEFAULT;
+        return ZELDefaultMonitorPublisherThread_create(factory_, participant, &settings);
+    }
+};
+
+ZELNtpTime timeOf(int32_t sec, uint32_t frac) { return ZELNtpTime{sec, frac}; }
+
+void expectTime(const ZELNtpTime &time, int32_t sec, uint32_t frac) {
+    EXPECT_EQ(time.sec, sec);
+    EXPECT_EQ(time.frac, frac);
+}
+
+TEST(PublisherThreadTimeTest, DelaysAddWithACarryAndStayInfinite) {
+    ZELNtpTime time{};
+    const DDS_Duration_t halfSecond = {1, 500000000u};
+    ZELDefaultMonitorPublisherThread_durationToTimeI(&time, &halfSecond);
+    expectTime(time, 1, 0x7fffffffu);
+    const DDS_Duration_t almostOne = {0, 999999999u};
+    ZELDefaultMonitorPublisherThread_durationToTimeI(&time, &almostOne);
+    expectTime(time, 0, 0xfffffffbu);
+    const DDS_Duration_t infinite = DDS_DURATION_INFINITE;
+    ZELDefaultMonitorPublisherThread_durationToTimeI(&time, &infinite);
+    EXPECT_TRUE(ZELNtpTime_isInfinite(&time));
+
+    const ZELNtpTime now = timeOf(10, 0xf0000000u);
+    ZELNtpTime delay = timeOf(1, 0x20000000u);
+    ZELDefaultMonitorPublisherThread_addTimeI(&time, &now, &delay);
+    expectTime(time, 12, 0x10000000u);
+    delay = timeOf(2, 0x0fffffffu);
+    ZELDefaultMonitorPublisherThread_addTimeI(&time, &now, &delay);
+    expectTime(time, 12, 0xffffffffu);
+
+    const ZELNtpTime infiniteTime = ZEL_NTP_TIME_INFINITE;
+    const ZELNtpTime nearEnd = timeOf(ZEL_NTP_TIME_SEC_MAX - 1, 0xffffffffu);
+    for (const auto &[left, right] : {std::pair{now, infiniteTime}, std::pair{infiniteTime, delay},
+                                      std::pair{nearEnd, timeOf(0, 1u)}}) {
+        ZELDefaultMonitorPublisherThread_addTimeI(&time, &left, &right);
+        expectTime(time, ZEL_NTP_TIME_SEC_MAX, ZEL_NTP_TIME_FRAC_MAX);
+    }
+}
+
+ZELBoolean fulfil(void *param, ZELNtpTime *, const ZELNtpTime *, const ZELNtpTime *, ZELEventData *, REDAWorker *) {
+    static_cast<std::promise<void> *>(param)->set_value();
+    return ZEL_FALSE;
+}
+
+ZELBoolean failingClock(ZELHighResolutionClock *, ZELNtpTime *) { return ZEL_FALSE; }
+
+TEST_F(PublisherThreadTest, PostedEventsRunOnTheThreadUntilItIsFinalized) {
+    zeltest::LogCapture capture;
+    ZEL_Monitor_Log_setVerbosity(0xFFFFu, 2);
+    DDS_DomainParticipant *participant = createParticipant({});
+    ZELDefaultMonitorPublisherThread *thread = createThread(participant);
+    ASSERT_NE(thread, nullptr);
+    EXPECT_EQ(thread->onStopped, &ZELDefaultMonitorPublisherThread_onStoppedI);
+    EXPECT_EQ(thread->onStoppedParam, thread->stoppedSemaphore);
+
+    std::promise<void> ran;
+    const ZELNtpTime now = ZEL_NTP_TIME_ZERO;
+    ASSERT_TRUE(ZELDefaultMonitorPublisherThread_postEvent(thread, &now, &fulfil, &ran));
+    ran.get_future().wait();
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_postEvent", ZEL_MONITOR_LOG_INFO_s,
+                                 "monitor info: posting event\n"));
+
+    // An event that is not due yet is dropped when the thread stops.
+    const ZELNtpTime later = {3600, 0u};
+    std::promise<void> never;
+    ASSERT_TRUE(ZELDefaultMonitorPublisherThread_postEvent(thread, &later, &fulfil, &never));
+
+    ZELHighResolutionClock *clock = thread->clock;
+    const auto getTime = clock->getTime;
+    clock->getTime = &failingClock;
+    EXPECT_FALSE(ZELDefaultMonitorPublisherThread_postEvent(thread, &later, &fulfil, &never));
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_postEvent", ZEL_LOG_ANY_FAILURE_s,
+                                 plugInText(ZEL_LOG_ANY_FAILURE_s, "getTime")));
+    clock->getTime = getTime;
+
+    ASSERT_TRUE(ZELEventActiveGenerator_shutdown(thread->generator));
+    EXPECT_FALSE(ZELDefaultMonitorPublisherThread_postEvent(thread, &later, &fulfil, &never));
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_postEvent", ZEL_LOG_ADD_FAILURE_s,
+                                 plugInText(ZEL_LOG_ADD_FAILURE_s, "event")));
+    EXPECT_TRUE(ZELDefaultMonitorPublisherThread_finalize(thread));
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_finalize", ZEL_MONITOR_LOG_INFO_s,
+                                 "monitor info: shutdown thread\n"));
+}
+
+TEST_F(PublisherThreadTest, CreateFinalizesWhatItMadeWhenAStepFails) {
+    zeltest::LogCapture capture;
+    DDS_DomainParticipant *participant = createParticipant({});
+    ZELDefaultMonitorPublisherThread_finalize(createThread(participant));  // makes the thread's worker
+    zeltest::forEachAllocationFailure([&](long) {
+        ZELDefaultMonitorPublisherThread *thread = createThread(participant);
+        if (thread != nullptr) {
+            EXPECT_TRUE(ZELDefaultMonitorPublisherThread_finalize(thread));
+        }
+    });
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
+                                 plugInText(ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
+                                            static_cast<int>(sizeof(ZELDefaultMonitorPublisherThread)))));
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_LOG_CREATION_FAILURE_s,
+                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "eventGenerator")));
+
+    const ZELOsapiThreadSettings settings = ZEL_OSAPI_THREAD_SETTINGS_DEFAULT;
+    EXPECT_EQ(ZELDefaultMonitorPublisherThread_create(nullptr, participant, &settings), nullptr);
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_LOG_GET_FAILURE_s,
+                                 plugInText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
+}
+
+TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLater) {
+    ZELDefaultMonitorEntitySet set{};
+    set.period = DDS_Duration_t{5, 250000000u};
+    ZELDefaultMonitorPublisher publisher{};
+    publisher.sharedEntities = &set;
+    ZELDefaultMonitorParticipantObject object{};
+    object.entities = &set;
+    const ZELNtpTime now = timeOf(100, 0xe0000000u);
+    ZELNtpTime newTime = now;
+    ZELEventData data{};
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(&publisher, &newTime, &now, &now, &data,
+                                                                       nullptr));
+    expectTime(newTime, 106, 0x1fffffffu);
+    newTime = now;
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(&object, &newTime, &now, &now, &data,
+                                                                               nullptr));
+    expectTime(newTime, 106, 0x1fffffffu);
+}
+
+}  // namespace
