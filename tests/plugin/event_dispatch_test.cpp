@@ -1,5 +1,7 @@
 // Dispatch of entity events: what is ignored silently, what is logged, and
 // the enabling of the monitoring entities with the start of their thread.
+#include <thread>
+
 #include "entity_set.h"
 #include "plugin_fixture.h"
 
@@ -116,6 +118,25 @@ TEST_F(EventDispatchTest, SharedEntitiesStartTheCommonThreadForAllParticipants) 
     EXPECT_EQ(set->eventCallback, &ZELDefaultMonitorParticipantObject_onCommonStatsEventI);
     EXPECT_EQ(set->eventParam, publisher_);
     EXPECT_EQ(pendingEvents(set), 1);
+}
+
+TEST_F(EventDispatchTest, ConcurrentEnablingOfASharedSetStartsItsThreadOnce) {
+    createParticipant({{"zel.monitor.config.new_participant_domain_id", "5"}});
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        DDS_DomainParticipant *participant = i == 0 ? participants_.front() : createParticipant({});
+        ZELDefaultMonitorParticipantObject *object = attach(participant);
+        threads.emplace_back([object, participant] {
+            EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER,
+                             DDS_DomainParticipant_as_entity(participant)),
+                      ZEL_MONITOR_RESULT_OK);
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(ZELDefaultMonitorEntitySet_isStarted(publisher_->sharedEntities));
+    EXPECT_EQ(pendingEvents(publisher_->sharedEntities), 1);
 }
 
 }  // namespace

@@ -83,13 +83,14 @@ TEST_F(PublisherThreadTest, PostedEventsRunOnTheThreadUntilItIsFinalized) {
     std::promise<void> never;
     ASSERT_TRUE(ZELDefaultMonitorPublisherThread_postEvent(thread, &later, &fulfil, &never));
 
-    ZELHighResolutionClock *clock = thread->clock;
-    const auto getTime = clock->getTime;
-    clock->getTime = &failingClock;
-    EXPECT_FALSE(ZELDefaultMonitorPublisherThread_postEvent(thread, &later, &fulfil, &never));
+    // A clock that cannot be read (the generator's own clock is read by its
+    // thread, so a stand-in object carries the failing one).
+    ZELHighResolutionClock failing{&failingClock, nullptr};
+    ZELDefaultMonitorPublisherThread standIn{};
+    standIn.clock = &failing;
+    EXPECT_FALSE(ZELDefaultMonitorPublisherThread_postEvent(&standIn, &later, &fulfil, &never));
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_postEvent", ZEL_LOG_ANY_FAILURE_s,
                                  plugInText(ZEL_LOG_ANY_FAILURE_s, "getTime")));
-    clock->getTime = getTime;
 
     ASSERT_TRUE(ZELEventActiveGenerator_shutdown(thread->generator));
     EXPECT_FALSE(ZELDefaultMonitorPublisherThread_postEvent(thread, &later, &fulfil, &never));
