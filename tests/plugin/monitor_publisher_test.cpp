@@ -159,6 +159,13 @@ TEST_F(MonitorPublisherTest, AttachWithoutSeparateParticipantMonitorsThroughTheP
                   description ? DDS_RELIABLE_RELIABILITY_QOS : DDS_BEST_EFFORT_RELIABILITY_QOS);
         EXPECT_EQ(qos.protocol.serialize_key_with_dispose, description);
         EXPECT_EQ(qos.history.depth, 1);
+        EXPECT_EQ(qos.resource_limits.max_samples_per_instance, 1);
+        EXPECT_EQ(qos.resource_limits.initial_instances, 1);
+        EXPECT_EQ(qos.reliability.max_blocking_time.sec, 0);
+        EXPECT_EQ(qos.reliability.max_blocking_time.nanosec, 100000000u);
+        EXPECT_EQ(qos.lifespan.duration.sec, DDS_DURATION_INFINITE_SEC);
+        EXPECT_TRUE(qos.writer_data_lifecycle.autodispose_unregistered_instances);
+        EXPECT_FALSE(qos.protocol.disable_positive_acks);
         const DDS_Property_t *mark = DDS_PropertyQosPolicyHelper_lookup_property(&qos.property, "zel/dds/monitor/entity");
         ASSERT_NE(mark, nullptr);
         EXPECT_STREQ(mark->value, "DataWriter");
@@ -304,6 +311,39 @@ TEST_F(MonitorPublisherTest, AttachFailuresHandBackAnObjectThatDetachFrees) {
     ASSERT_NE(object, nullptr);
     EXPECT_TRUE(capture.contains(kCreateEntities, ZEL_LOG_CREATION_FAILURE_s,
                                  plugInText(ZEL_LOG_CREATION_FAILURE_s, "get default publisher qos")));
+    EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
+}
+
+TEST_F(MonitorPublisherTest, AQosProfileGivesTheWriterQosPerTopicAndStillMarksTheWriters) {
+    ASSERT_EQ(DDS_DomainParticipantFactory_add_qos_profile(factory_, "monitoring", "quiet"), DDS_RETCODE_OK);
+    DDS_DataWriterQos statistics = DDS_DataWriterQos_INITIALIZER;
+    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile(factory_, &statistics, "monitoring",
+                                                                           "quiet"),
+              DDS_RETCODE_OK);
+    statistics.history.depth = 7;
+    statistics.resource_limits.max_samples_per_instance = 7;
+    ASSERT_EQ(DDS_DomainParticipantFactory_set_datawriter_qos_in_profile(factory_, "monitoring", "quiet",
+                                                                         "*Statistics", &statistics),
+              DDS_RETCODE_OK);
+    DDS_DataWriterQos_finalize(&statistics);
+
+    DDS_DomainParticipant *participant = createParticipant(
+            {{"zel.monitor.config.qos_library", "monitoring"}, {"zel.monitor.config.qos_profile", "quiet"}});
+    ZELDefaultMonitorPublisher *publisher = createPublisher();
+    ZELDefaultMonitorParticipantObject *object = attach(publisher, participant);
+    ASSERT_NE(object, nullptr);
+    for (int slot = 0; slot < ZEL_MONITOR_TOPIC_COUNT; ++slot) {
+        DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
+        ASSERT_EQ(DDS_DataWriter_get_qos(object->entities->writers[slot], &qos), DDS_RETCODE_OK);
+        // The profile's QoS as it stands: no monitoring overrides.
+        EXPECT_EQ(qos.history.depth, ZELDefaultMonitorCatalogue_g_entries[slot].isDescription ? 1 : 7) << slot;
+        EXPECT_EQ(qos.durability.kind, DDS_VOLATILE_DURABILITY_QOS);
+        EXPECT_FALSE(qos.protocol.serialize_key_with_dispose);
+        EXPECT_TRUE(qos.protocol.vendor_specific_entity);
+        EXPECT_NE(DDS_PropertyQosPolicyHelper_lookup_property(&qos.property, "zel/dds/monitor/entity"), nullptr);
+        DDS_DataWriterQos_finalize(&qos);
+    }
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
     EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
 }
