@@ -210,6 +210,10 @@ DDS_Boolean ZELDefaultMonitorPublisher_createEntitiesAndThreadI(ZELDefaultMonito
         DDS_PublisherQos_finalize(&publisherQos);
         return DDS_BOOLEAN_FALSE;
     }
+    // The monitor's own publisher and topics are vendor-specific, like its
+    // writers: the application's delete_contained_entities leaves them to
+    // the monitor, and their events are not described.
+    publisherQos.protocol.vendor_specific_entity = DDS_BOOLEAN_TRUE;
     self->publisher = DDS_DomainParticipant_create_publisher(participant, &publisherQos, nullptr, kStatusMask);
     DDS_PublisherQos_finalize(&publisherQos);
     if (self->publisher == nullptr) {
@@ -232,6 +236,7 @@ DDS_Boolean ZELDefaultMonitorPublisher_createEntitiesAndThreadI(ZELDefaultMonito
         DDS_TopicQos_finalize(&topicQos);
         return DDS_BOOLEAN_FALSE;
     }
+    topicQos.protocol.vendor_specific_entity = DDS_BOOLEAN_TRUE;
     for (const ZELDefaultMonitorSlotText &order : kCreateTopicOrder) {
         const ZELDefaultMonitorCatalogueEntry &entry = ZELDefaultMonitorCatalogue_g_entries[order.slot];
         if (!ZELDefaultMonitorEntitySettings_isTopicSelected(&settings, entry.topicName)) {

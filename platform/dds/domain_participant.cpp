@@ -35,6 +35,36 @@ DDS_RegisteredTypeI *DDS_DomainParticipant_findTypeI(DDS_DomainParticipant *self
     return nullptr;
 }
 
+// The first child of `list` that is not vendor-specific, or NULL.
+static DDS_EntityListNodeI *DDS_EntityList_firstOfApplicationI(const DDS_EntityListI *list) {
+    for (DDS_EntityListNodeI *node = list->head; node != nullptr; node = node->next) {
+        if (!DDS_EntityList_entryI<DDS_EntityImpl>(node)->vendorSpecific) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+DDS_ReturnCode_t DDS_DomainParticipant_checkEmptyI(DDS_DomainParticipant *self, bool includingVendorSpecific,
+                                                   const char *context) {
+    DDS_EntityLockGuardI lock(&self->entity);
+    if (!lock.held()) {
+        return lock.result();
+    }
+    const bool empty =
+            self->contentFilteredTopics.count == 0 &&
+            (includingVendorSpecific
+                     ? self->topics.count == 0 && self->publishers.count == 0 && self->subscribers.count == 0
+                     : DDS_EntityList_firstOfApplicationI(&self->topics) == nullptr &&
+                               DDS_EntityList_firstOfApplicationI(&self->publishers) == nullptr &&
+                               DDS_EntityList_firstOfApplicationI(&self->subscribers) == nullptr);
+    if (!empty) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "participant has entities");
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    return DDS_RETCODE_OK;
+}
+
 extern "C" {
 
 VURNC_API DDS_Entity *DDS_DomainParticipant_as_entity(DDS_DomainParticipant *self) {
@@ -193,6 +223,8 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_contained_entities(DDS_D
     // Children go one at a time, endpoints before their groups and readers
     // before content-filtered topics before topics, each taking the locks
     // it needs, so that the monitor hears of each deletion lock-free.
+    // Vendor-specific groups and topics (the monitor's own, when it
+    // publishes on this participant) stay: the monitor removes them.
     for (;;) {
         DDS_Publisher *publisher = nullptr;
         DDS_Subscriber *subscriber = nullptr;
@@ -203,16 +235,17 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_contained_entities(DDS_D
             if (!guard.held()) {
                 return guard.result();
             }
-            if (self->publishers.head != nullptr) {
-                publisher = DDS_EntityList_entryI<DDS_Publisher>(self->publishers.head);
-            } else if (self->subscribers.head != nullptr) {
-                subscriber = DDS_EntityList_entryI<DDS_Subscriber>(self->subscribers.head);
+            DDS_EntityListNodeI *node = nullptr;
+            if ((node = DDS_EntityList_firstOfApplicationI(&self->publishers)) != nullptr) {
+                publisher = DDS_EntityList_entryI<DDS_Publisher>(node);
+            } else if ((node = DDS_EntityList_firstOfApplicationI(&self->subscribers)) != nullptr) {
+                subscriber = DDS_EntityList_entryI<DDS_Subscriber>(node);
             } else if (self->contentFilteredTopics.head != nullptr) {
                 filtered = reinterpret_cast<DDS_ContentFilteredTopic *>(
                         reinterpret_cast<char *>(self->contentFilteredTopics.head) -
                         offsetof(DDS_ContentFilteredTopicImpl, node));
-            } else if (self->topics.head != nullptr) {
-                topic = DDS_EntityList_entryI<DDS_Topic>(self->topics.head);
+            } else if ((node = DDS_EntityList_firstOfApplicationI(&self->topics)) != nullptr) {
+                topic = DDS_EntityList_entryI<DDS_Topic>(node);
             } else {
                 return DDS_RETCODE_OK;
             }

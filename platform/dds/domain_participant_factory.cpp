@@ -301,19 +301,19 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_delete_participant(DDS_D
         ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "participant of another factory");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    {
-        DDS_EntityLockGuardI lock(&participant->entity);
-        if (!lock.held()) {
-            return lock.result();
-        }
-        if (participant->topics.count != 0 || participant->contentFilteredTopics.count != 0 ||
-            participant->publishers.count != 0 || participant->subscribers.count != 0) {
-            ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "participant has entities");
-            return DDS_RETCODE_PRECONDITION_NOT_MET;
-        }
+    // The application's entities must be gone; vendor-specific ones (the
+    // monitor's, when it publishes on the participant itself) are removed
+    // by the monitor's detach, after which none may remain.
+    DDS_ReturnCode_t result = DDS_DomainParticipant_checkEmptyI(participant, false, context);
+    if (result != DDS_RETCODE_OK) {
+        return result;
     }
     if (self->monitorHooks.onParticipantDeleting != nullptr) {
         self->monitorHooks.onParticipantDeleting(self, participant);
+    }
+    result = DDS_DomainParticipant_checkEmptyI(participant, true, context);
+    if (result != DDS_RETCODE_OK) {
+        return result;
     }
     {
         DDS_EntityLockGuardI lock(self, self->lock);

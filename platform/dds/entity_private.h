@@ -188,6 +188,11 @@ void DDS_QosProfile_deleteAllI(DDS_DomainParticipantFactory *factory);
 // Fills the factory's default QoS of every entity kind; false when out of
 // heap (what was filled is finalized with the factory).
 bool DDS_DomainParticipantFactory_initializeDefaultsI(DDS_DomainParticipantFactory *factory);
+// OK when the participant has no children left (with
+// `includingVendorSpecific` false: none but vendor-specific topics, groups
+// and their endpoints); else PRECONDITION_NOT_MET, logged under `context`.
+DDS_ReturnCode_t DDS_DomainParticipant_checkEmptyI(DDS_DomainParticipant *self, bool includingVendorSpecific,
+                                                   const char *context);
 // Frees a participant record whatever its state of construction.
 void DDS_DomainParticipant_freeI(DDS_DomainParticipant *participant);
 

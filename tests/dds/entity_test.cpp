@@ -111,6 +111,50 @@ TEST_F(EntityTest, DeletionIsRefusedWhileChildrenOrUsersExistAndAcrossParents) {
     tree.destroy();
 }
 
+// The monitor keeps its own publisher and topics on a monitored
+// participant: the application's bulk delete leaves them, and deleting the
+// participant waits for the monitor to have removed them.
+TEST_F(EntityTest, VendorSpecificGroupsAndTopicsAreLeftToTheirOwner) {
+    zeltest::LogCapture log;
+    Tree tree;
+    ASSERT_TRUE(tree.build());
+    DDS_PublisherQos publisherQos = DDS_PublisherQos_INITIALIZER;
+    DDS_TopicQos topicQos = DDS_TopicQos_INITIALIZER;
+    ASSERT_EQ(DDS_DomainParticipant_get_default_publisher_qos(tree.participant, &publisherQos), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_DomainParticipant_get_default_topic_qos(tree.participant, &topicQos), DDS_RETCODE_OK);
+    publisherQos.protocol.vendor_specific_entity = DDS_BOOLEAN_TRUE;
+    topicQos.protocol.vendor_specific_entity = DDS_BOOLEAN_TRUE;
+    DDS_Publisher *ownPublisher = DDS_DomainParticipant_create_publisher(tree.participant, &publisherQos, nullptr, 0);
+    DDS_Topic *ownTopic = DDS_DomainParticipant_create_topic(tree.participant, "Own", "K", &topicQos, nullptr, 0);
+    ASSERT_NE(ownPublisher, nullptr);
+    ASSERT_NE(ownTopic, nullptr);
+    DDS_PublisherQos_finalize(&publisherQos);
+    DDS_TopicQos_finalize(&topicQos);
+    DDS_DataWriter *ownWriter =
+            DDS_Publisher_create_datawriter(ownPublisher, ownTopic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(ownWriter, nullptr);
+
+    // The application's entities refuse the participant's deletion first.
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(tree.factory, tree.participant),
+              DDS_RETCODE_PRECONDITION_NOT_MET);
+    ASSERT_EQ(DDS_DomainParticipant_delete_contained_entities(tree.participant), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_lookup_topicdescription(tree.participant, "Square"), nullptr);
+    EXPECT_EQ(DDS_DomainParticipant_lookup_topicdescription(tree.participant, "Own"),
+              DDS_Topic_as_topicdescription(ownTopic));
+    EXPECT_EQ(DDS_Publisher_lookup_datawriter(ownPublisher, "Own"), ownWriter);
+
+    // With no monitor to remove them, what is left still refuses deletion.
+    log.clear();
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(tree.factory, tree.participant),
+              DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_TRUE(log.contains("DDS_DomainParticipantFactory_delete_participant", ZEL_LOG_PRECONDITION_NOT_MET_s,
+                             "precondition not met: participant has entities\n"));
+    ASSERT_EQ(DDS_Publisher_delete_contained_entities(ownPublisher), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_DomainParticipant_delete_publisher(tree.participant, ownPublisher), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_DomainParticipant_delete_topic(tree.participant, ownTopic), DDS_RETCODE_OK);
+    tree.destroy();
+}
+
 TEST_F(EntityTest, KeysCarryKindOctetsVendorBitAndAreUnique) {
     Tree tree;
     ASSERT_TRUE(tree.build());
