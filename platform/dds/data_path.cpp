@@ -101,7 +101,8 @@ bool DDS_DomainParticipantFactory_getWallTimeI(struct ZELNtpTime *now, const cha
 
 // ---- QoS ----
 
-ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *qos) {
+// Writers and readers name the policies that matching needs alike.
+template <typename Q> static ZELWireEndpointQos DDS_WireEndpointQos_fromQosI(const Q *qos) {
     ZELWireEndpointQos wire{};
     wire.reliabilityKind = static_cast<int32_t>(qos->reliability.kind);
     wire.durabilityKind = static_cast<int32_t>(qos->durability.kind);
@@ -112,13 +113,10 @@ ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *q
     return wire;
 }
 
+ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *qos) {
+    return DDS_WireEndpointQos_fromQosI(qos);
+}
+
 ZELWireEndpointQos DDS_WireEndpointQos_fromReaderQosI(const DDS_DataReaderQos *qos) {
-    ZELWireEndpointQos wire{};
-    wire.reliabilityKind = static_cast<int32_t>(qos->reliability.kind);
-    wire.durabilityKind = static_cast<int32_t>(qos->durability.kind);
-    wire.deadlinePeriod = DDS_Duration_toNtpI(&qos->deadline.period);
-    wire.livelinessKind = static_cast<int32_t>(qos->liveliness.kind);
-    wire.livelinessLeaseDuration = DDS_Duration_toNtpI(&qos->liveliness.lease_duration);
-    wire.ownershipKind = static_cast<int32_t>(qos->ownership.kind);
-    return wire;
+    return DDS_WireEndpointQos_fromQosI(qos);
 }

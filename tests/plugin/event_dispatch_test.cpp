@@ -7,7 +7,7 @@
 
 namespace {
 
-using zeltest::plugInText;
+using zeltest::recordText;
 
 const char *const kNotify = "ZELDefaultMonitorPublisher_onEventNotify";
 
@@ -85,9 +85,9 @@ TEST_F(EventDispatchTest, ParticipantEnablingEnablesTheEntitiesAndStartsTheThrea
     EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, entity), ZEL_MONITOR_RESULT_FAILURE);
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_enableEntitiesAndStartThreadI",
                                  ZEL_LOG_CREATION_FAILURE_s,
-                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "enable partiicpant desc topic")));
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "enable partiicpant desc topic")));
     EXPECT_TRUE(capture.contains(kNotify, ZEL_LOG_CREATION_FAILURE_s,
-                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "enable entities")));
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "enable entities")));
     EXPECT_FALSE(ZELDefaultMonitorEntitySet_isStarted(set));
     EXPECT_EQ(pendingEvents(set), 0);
 

@@ -12,7 +12,7 @@
 
 namespace {
 
-using zeltest::plugInText;
+using zeltest::recordText;
 using zeltest::Properties;
 
 const char *const kCreate = "ZELDefaultMonitorPublisher_create";
@@ -90,7 +90,7 @@ TEST_F(MonitorPublisherTest, CreateHandsBackWhatItBuiltWhenItFails) {
     ZELDefaultMonitorPublisher *orphan = ZELDefaultMonitorPublisher_create(&result, nullptr, zeltest::kVersion);
     ASSERT_NE(orphan, nullptr);
     EXPECT_EQ(result, ZEL_MONITOR_RESULT_FAILURE);
-    EXPECT_TRUE(capture.contains(kCreate, ZEL_LOG_GET_FAILURE_s, plugInText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
+    EXPECT_TRUE(capture.contains(kCreate, ZEL_LOG_GET_FAILURE_s, recordText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
     ZELOsapiHeap_freeStructure(orphan);
 
     zeltest::forEachAllocationFailure([&](long) {
@@ -99,7 +99,7 @@ TEST_F(MonitorPublisherTest, CreateHandsBackWhatItBuiltWhenItFails) {
         if (publisher == nullptr) {
             EXPECT_EQ(code, ZEL_MONITOR_RESULT_FAILURE);
             EXPECT_TRUE(capture.contains(kCreate, ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
-                                         plugInText(ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
+                                         recordText(ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
                                                     static_cast<int>(sizeof(ZELDefaultMonitorPublisher)))));
         } else if (code == ZEL_MONITOR_RESULT_FAILURE) {
             EXPECT_EQ(publisher->listEA, nullptr);
@@ -229,7 +229,7 @@ TEST_F(MonitorPublisherTest, SeparateMonitoringParticipantIsSharedAndNeverMonito
     capture.clear();
     EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_FAILURE);
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_delete", ZEL_LOG_DESTRUCTION_FAILURE_s,
-                                 plugInText(ZEL_LOG_DESTRUCTION_FAILURE_s, "participant list")));
+                                 recordText(ZEL_LOG_DESTRUCTION_FAILURE_s, "participant list")));
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(firstObject), ZEL_MONITOR_RESULT_OK);
     expectMonitoringTopics(monitoring, true);
     EXPECT_EQ(publisher->participantList.first, secondObject);
@@ -287,8 +287,8 @@ TEST_F(MonitorPublisherTest, AttachFailuresHandBackAnObjectThatDetachFrees) {
     ZELDefaultMonitorParticipantObject *object = attach(publisher, taken, ZEL_MONITOR_RESULT_FAILURE);
     ASSERT_NE(object, nullptr);
     EXPECT_TRUE(capture.contains(kCreateEntities, ZEL_LOG_CREATION_FAILURE_s,
-                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "topic desc topic")));
-    EXPECT_TRUE(capture.contains(kAttach, ZEL_LOG_CREATION_FAILURE_s, plugInText(ZEL_LOG_CREATION_FAILURE_s, "entities")));
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "topic desc topic")));
+    EXPECT_TRUE(capture.contains(kAttach, ZEL_LOG_CREATION_FAILURE_s, recordText(ZEL_LOG_CREATION_FAILURE_s, "entities")));
     EXPECT_NE(object->entities->topics[ZEL_MONITOR_TOPIC_SUBSCRIBER_DESCRIPTION], nullptr);
     EXPECT_EQ(publisher->participantList.count, 0);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
@@ -300,7 +300,7 @@ TEST_F(MonitorPublisherTest, AttachFailuresHandBackAnObjectThatDetachFrees) {
     object = attach(publisher, announced, ZEL_MONITOR_RESULT_FAILURE);
     ASSERT_NE(object, nullptr);
     EXPECT_TRUE(capture.contains(kAttach, ZEL_LOG_CREATION_FAILURE_s,
-                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "monitoring version property")));
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "monitoring version property")));
     EXPECT_EQ(publisher->participantList.count, 1);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
 
@@ -310,7 +310,7 @@ TEST_F(MonitorPublisherTest, AttachFailuresHandBackAnObjectThatDetachFrees) {
     object = attach(publisher, profiled, ZEL_MONITOR_RESULT_FAILURE);
     ASSERT_NE(object, nullptr);
     EXPECT_TRUE(capture.contains(kCreateEntities, ZEL_LOG_CREATION_FAILURE_s,
-                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "get default publisher qos")));
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "get default publisher qos")));
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
     EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
 }

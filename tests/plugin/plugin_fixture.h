@@ -9,22 +9,12 @@
 
 #include "heap_check.h"
 #include "log_capture.h"
+#include "record_text.h"
 #include "vurnc/dds_c.h"
 #include "zelmonitoring/monitor.h"
 #include "zelmonitoring/monitor_log.h"
 
 namespace zeltest {
-
-// The text a message record prints with the given arguments.
-template <typename... Args>
-std::string plugInText(const ZELLogMessage &message, Args... args) {
-    char text[512];
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    std::snprintf(text, sizeof text, message.format, args...);
-#pragma GCC diagnostic pop
-    return text;
-}
 
 using Properties = std::vector<std::pair<std::string, std::string>>;
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-using zeltest::plugInText;
+using zeltest::recordText;
 
 class PublisherThreadTest : public zeltest::PlugInTest {
 protected:
@@ -90,12 +90,12 @@ TEST_F(PublisherThreadTest, PostedEventsRunOnTheThreadUntilItIsFinalized) {
     standIn.clock = &failing;
     EXPECT_FALSE(ZELDefaultMonitorPublisherThread_postEvent(&standIn, &later, &fulfil, &never));
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_postEvent", ZEL_LOG_ANY_FAILURE_s,
-                                 plugInText(ZEL_LOG_ANY_FAILURE_s, "getTime")));
+                                 recordText(ZEL_LOG_ANY_FAILURE_s, "getTime")));
 
     ASSERT_TRUE(ZELEventActiveGenerator_shutdown(thread->generator));
     EXPECT_FALSE(ZELDefaultMonitorPublisherThread_postEvent(thread, &later, &fulfil, &never));
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_postEvent", ZEL_LOG_ADD_FAILURE_s,
-                                 plugInText(ZEL_LOG_ADD_FAILURE_s, "event")));
+                                 recordText(ZEL_LOG_ADD_FAILURE_s, "event")));
     EXPECT_TRUE(ZELDefaultMonitorPublisherThread_finalize(thread));
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_finalize", ZEL_MONITOR_LOG_INFO_s,
                                  "monitor info: shutdown thread\n"));
@@ -112,15 +112,15 @@ TEST_F(PublisherThreadTest, CreateFinalizesWhatItMadeWhenAStepFails) {
         }
     });
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
-                                 plugInText(ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
+                                 recordText(ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
                                             static_cast<int>(sizeof(ZELDefaultMonitorPublisherThread)))));
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_LOG_CREATION_FAILURE_s,
-                                 plugInText(ZEL_LOG_CREATION_FAILURE_s, "eventGenerator")));
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "eventGenerator")));
 
     const ZELOsapiThreadSettings settings = ZEL_OSAPI_THREAD_SETTINGS_DEFAULT;
     EXPECT_EQ(ZELDefaultMonitorPublisherThread_create(nullptr, participant, &settings), nullptr);
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_LOG_GET_FAILURE_s,
-                                 plugInText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
+                                 recordText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
 }
 
 TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLater) {
