@@ -86,7 +86,27 @@ static DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_newI() {
         DDS_DomainParticipantFactory_freeI(factory);
         return nullptr;
     }
+    DDS_DomainParticipantFactory_installMonitorHookI(factory);
     return factory;
+}
+
+// PRECONDITION_NOT_MET (logged) while the factory has participants; with
+// `includingVendorSpecific` false, vendor-specific ones (a monitor's own,
+// which the monitor deletes itself) do not count.
+static DDS_ReturnCode_t DDS_DomainParticipantFactory_checkNoParticipantsI(DDS_DomainParticipantFactory *factory,
+                                                                         bool includingVendorSpecific) {
+    DDS_EntityLockGuardI lock(factory, factory->lock);
+    if (!lock.held()) {
+        return lock.result();
+    }
+    for (DDS_EntityListNodeI *node = factory->participants.head; node != nullptr; node = node->next) {
+        if (includingVendorSpecific || !DDS_EntityList_entryI<DDS_EntityImpl>(node)->vendorSpecific) {
+            ZELLog_printContextAndMsg("DDS_DomainParticipantFactory_finalize_instance",
+                                      &ZEL_LOG_PRECONDITION_NOT_MET_s, "participants exist");
+            return DDS_RETCODE_PRECONDITION_NOT_MET;
+        }
+    }
+    return DDS_RETCODE_OK;
 }
 
 // Checks a factory argument and logs a NULL one under `context`.
@@ -115,19 +135,18 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_finalize_instance(void) 
     if (factory == nullptr) {
         return DDS_RETCODE_OK;
     }
-    {
-        DDS_EntityLockGuardI lock(factory, factory->lock);
-        if (!lock.held()) {
-            return lock.result();
-        }
-        if (factory->participants.count != 0) {
-            ZELLog_printContextAndMsg("DDS_DomainParticipantFactory_finalize_instance",
-                                      &ZEL_LOG_PRECONDITION_NOT_MET_s, "participants exist");
-            return DDS_RETCODE_PRECONDITION_NOT_MET;
-        }
+    // The application's participants must be gone; the monitor deletes its
+    // own, after which none may remain.
+    DDS_ReturnCode_t result = DDS_DomainParticipantFactory_checkNoParticipantsI(factory, false);
+    if (result != DDS_RETCODE_OK) {
+        return result;
     }
     if (factory->monitorHooks.onFactoryFinalizing != nullptr) {
         factory->monitorHooks.onFactoryFinalizing(factory);
+    }
+    result = DDS_DomainParticipantFactory_checkNoParticipantsI(factory, true);
+    if (result != DDS_RETCODE_OK) {
+        return result;
     }
     g_instance = nullptr;
     DDS_DomainParticipantFactory_freeI(factory);

@@ -75,8 +75,10 @@ struct DDS_MonitorHooksI {
     void (*onParticipantCreated)(DDS_DomainParticipantFactory *factory, DDS_DomainParticipant *participant) = nullptr;
     void (*onParticipantDeleting)(DDS_DomainParticipantFactory *factory, DDS_DomainParticipant *participant) = nullptr;
     void (*onFactoryFinalizing)(DDS_DomainParticipantFactory *factory) = nullptr;
-    void *hookData = nullptr; /* owned by the monitoring hook */
+    void *hookData = nullptr; /* owned by the monitoring hook [factory lock] */
 };
+// Installs the monitoring hook (monitor_hook.cpp) in a new factory.
+void DDS_DomainParticipantFactory_installMonitorHookI(DDS_DomainParticipantFactory *factory);
 
 struct DDS_QosProfileI;
 
