@@ -1,0 +1,427 @@
+// The monitoring hook as an application meets it: participants that name a
+// plug-in are attached to one monitor per factory, hear of every entity
+// event, are detached when deleted, and the monitor is deleted when the
+// factory is finalized.
+#include <cinttypes>
+#include <cstdio>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "heap_check.h"
+#include "hook_types.h"
+#include "log_capture.h"
+#include "record_text.h"
+#include "recording_monitor.h"
+#include "vurncore/osapi.h"
+
+// A create function of the program itself, named to the hook by address.
+extern "C" DDS_Monitor *LinkedMonitor_create(DDS_UnsignedLong *result, DDS_DomainParticipantFactory *factory,
+                                             DDS_MonitorVersion version) {
+    return RecordingMonitor_create(result, factory, version);
+}
+
+namespace recording {
+void PrintTo(const Call &call, std::ostream *out) {
+    *out << call.name << "(" << call.participant << ", 0x" << std::hex << call.eventKind << std::dec << ", kind "
+         << call.entityKind << (call.vendorSpecific ? ", vendor-specific" : "") << ")";
+}
+}  // namespace recording
+
+namespace {
+
+using Properties = std::vector<std::pair<std::string, std::string>>;
+using recording::Call;
+
+const Properties kByName = {{"zel.monitor.library", "recording_monitor"},
+                            {"zel.monitor.create_function", "RecordingMonitor_create"}};
+const char *const kLoadContext = "DDS_MonitorHook_obtainMonitorI";
+
+std::string addressText(const char *format) {
+    char text[64];
+    std::snprintf(text, sizeof text, format, reinterpret_cast<uintptr_t>(&LinkedMonitor_create));
+    return text;
+}
+
+Call event(DDS_DomainParticipant *participant, DDS_Long eventKind, DDS_EntityKind_t entityKind) {
+    return Call{"event", participant, eventKind, entityKind, false};
+}
+
+Call about(const char *name, DDS_DomainParticipant *participant, bool vendorSpecific = false) {
+    return Call{name, participant, 0, DDS_DOMAINPARTICIPANT_ENTITY_KIND, vendorSpecific};
+}
+
+std::vector<Call> callsOf(DDS_DomainParticipant *participant) {
+    std::vector<Call> calls;
+    for (const Call &call : recording::calls()) {
+        if (call.participant == participant) {
+            calls.push_back(call);
+        }
+    }
+    return calls;
+}
+
+long countOf(const char *name) {
+    long count = 0;
+    for (const Call &call : recording::calls()) {
+        count += call.name == name ? 1 : 0;
+    }
+    return count;
+}
+
+// Sets an entity's QoS to what it already is: a QoS change all the same.
+template <typename Entity, typename Qos>
+void touchQos(Entity *entity, DDS_ReturnCode_t (*get)(Entity *, Qos *), DDS_ReturnCode_t (*set)(Entity *, const Qos *),
+              DDS_Boolean (*initialize)(Qos *), void (*finalize)(Qos *)) {
+    Qos qos;
+    initialize(&qos);
+    ASSERT_EQ(get(entity, &qos), DDS_RETCODE_OK);
+    EXPECT_EQ(set(entity, &qos), DDS_RETCODE_OK);
+    finalize(&qos);
+}
+
+// Every test runs on a factory of its own, finalized at its end, over
+// which no platform block may leak.
+class MonitorHookTest : public zeltest::HeapCheckedTest {
+protected:
+    void SetUp() override {
+        HeapCheckedTest::SetUp();
+        recording::reset();
+        factory_ = DDS_DomainParticipantFactory_get_instance();
+        ASSERT_NE(factory_, nullptr);
+    }
+
+    void TearDown() override {
+        EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
+        HeapCheckedTest::TearDown();
+    }
+
+    DDS_DomainParticipant *create(const Properties &properties, DDS_DomainId_t domain = 0) {
+        DDS_DomainParticipantQos qos = DDS_DomainParticipantQos_INITIALIZER;
+        DDS_DomainParticipantFactory_get_default_participant_qos(factory_, &qos);
+        for (const auto &[name, value] : properties) {
+            DDS_PropertyQosPolicyHelper_add_property(&qos.property, name.c_str(), value.c_str(), DDS_BOOLEAN_FALSE);
+        }
+        DDS_DomainParticipant *participant =
+                DDS_DomainParticipantFactory_create_participant(factory_, domain, &qos, nullptr, DDS_STATUS_MASK_NONE);
+        DDS_DomainParticipantQos_finalize(&qos);
+        return participant;
+    }
+
+    // True when the participant reports an event of a topic it creates.
+    bool isMonitored(DDS_DomainParticipant *participant) {
+        const size_t before = callsOf(participant).size();
+        DDS_Publisher *publisher =
+                DDS_DomainParticipant_create_publisher(participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr,
+                                                       DDS_STATUS_MASK_NONE);
+        EXPECT_EQ(DDS_DomainParticipant_delete_publisher(participant, publisher), DDS_RETCODE_OK);
+        return callsOf(participant).size() > before;
+    }
+
+    DDS_DomainParticipantFactory *factory_ = nullptr;
+};
+
+TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDetach) {
+    DDS_DomainParticipant *writing = create(kByName);
+    DDS_DomainParticipant *reading = create(kByName);
+    ASSERT_NE(writing, nullptr);
+    ASSERT_NE(reading, nullptr);
+    ASSERT_EQ(hook_ShapeTypeSupport_register_type(writing, "Shape"), DDS_RETCODE_OK);
+    ASSERT_EQ(hook_ShapeTypeSupport_register_type(reading, "Shape"), DDS_RETCODE_OK);
+    DDS_Topic *writerTopic = DDS_DomainParticipant_create_topic(writing, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
+                                                                nullptr, DDS_STATUS_MASK_NONE);
+    DDS_Topic *readerTopic = DDS_DomainParticipant_create_topic(reading, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
+                                                                nullptr, DDS_STATUS_MASK_NONE);
+    ASSERT_NE(writerTopic, nullptr);
+    ASSERT_NE(readerTopic, nullptr);
+    DDS_ContentFilteredTopic *bigShapes =
+            DDS_DomainParticipant_create_contentfilteredtopic(reading, "BigShapes", readerTopic, "x > 10", nullptr);
+    ASSERT_NE(bigShapes, nullptr);
+    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(writing, &DDS_PUBLISHER_QOS_DEFAULT, nullptr,
+                                                                      DDS_STATUS_MASK_NONE);
+    DDS_Subscriber *subscriber = DDS_DomainParticipant_create_subscriber(reading, &DDS_SUBSCRIBER_QOS_DEFAULT,
+                                                                         nullptr, DDS_STATUS_MASK_NONE);
+    ASSERT_NE(publisher, nullptr);
+    ASSERT_NE(subscriber, nullptr);
+    DDS_DataWriter *writer = DDS_Publisher_create_datawriter(publisher, writerTopic, &DDS_DATAWRITER_QOS_DEFAULT,
+                                                             nullptr, DDS_STATUS_MASK_NONE);
+    ASSERT_NE(writer, nullptr);
+    DDS_DataReader *reader =
+            DDS_Subscriber_create_datareader(subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigShapes),
+                                             &DDS_DATAREADER_QOS_DEFAULT, nullptr, DDS_STATUS_MASK_NONE);
+    ASSERT_NE(reader, nullptr);
+
+    touchQos(writing, DDS_DomainParticipant_get_qos, DDS_DomainParticipant_set_qos,
+             DDS_DomainParticipantQos_initialize, DDS_DomainParticipantQos_finalize);
+    touchQos(writerTopic, DDS_Topic_get_qos, DDS_Topic_set_qos, DDS_TopicQos_initialize, DDS_TopicQos_finalize);
+    touchQos(publisher, DDS_Publisher_get_qos, DDS_Publisher_set_qos, DDS_PublisherQos_initialize,
+             DDS_PublisherQos_finalize);
+    touchQos(writer, DDS_DataWriter_get_qos, DDS_DataWriter_set_qos, DDS_DataWriterQos_initialize,
+             DDS_DataWriterQos_finalize);
+    touchQos(subscriber, DDS_Subscriber_get_qos, DDS_Subscriber_set_qos, DDS_SubscriberQos_initialize,
+             DDS_SubscriberQos_finalize);
+    touchQos(reader, DDS_DataReader_get_qos, DDS_DataReader_set_qos, DDS_DataReaderQos_initialize,
+             DDS_DataReaderQos_finalize);
+
+    EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, reader), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_Publisher_delete_contained_entities(publisher), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_publisher(writing, publisher), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_subscriber(reading, subscriber), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_contentfilteredtopic(reading, bigShapes), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_topic(writing, writerTopic), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_topic(reading, readerTopic), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(writing), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, writing), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, reading), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
+
+    const std::vector<Call> expectedWriting = {
+            about("attach", writing),
+            event(writing, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DOMAINPARTICIPANT_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_TOPIC_CREATE_AFTER, DDS_TOPIC_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_TOPIC_ENABLE_AFTER, DDS_TOPIC_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_PUBLISHER_CREATE_AFTER, DDS_PUBLISHER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_PUBLISHER_ENABLE_AFTER, DDS_PUBLISHER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_DATAWRITER_CREATE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_CREATE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_PARTICIPANT_QOS_CHANGE_AFTER, DDS_DOMAINPARTICIPANT_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_TOPIC_QOS_CHANGE_AFTER, DDS_TOPIC_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_PUBLISHER_QOS_CHANGE_AFTER, DDS_PUBLISHER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_PUBLISHER_DELETE_CONTAINED_ENTITIES_BEFORE, DDS_PUBLISHER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, DDS_DATAWRITER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_PUBLISHER_DELETE_BEFORE, DDS_PUBLISHER_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, DDS_TOPIC_ENTITY_KIND),
+            event(writing, DDS_MONITOR_EVENT_PARTICIPANT_DELETE_CONTAINED_ENTITIES_BEFORE,
+                  DDS_DOMAINPARTICIPANT_ENTITY_KIND),
+            about("detach", writing),
+    };
+    const std::vector<Call> expectedReading = {
+            about("attach", reading),
+            event(reading, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DOMAINPARTICIPANT_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_TOPIC_CREATE_AFTER, DDS_TOPIC_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_TOPIC_ENABLE_AFTER, DDS_TOPIC_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_CREATE_AFTER, DDS_SUBSCRIBER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_ENABLE_AFTER, DDS_SUBSCRIBER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_DATAREADER_CREATE_AFTER, DDS_DATAREADER_ENTITY_KIND),
+            // The reader matches while it is being enabled.
+            event(reading, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER, DDS_DATAREADER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_DATAREADER_ENABLE_AFTER, DDS_DATAREADER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_QOS_CHANGE_AFTER, DDS_SUBSCRIBER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_DATAREADER_QOS_CHANGE_AFTER, DDS_DATAREADER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, DDS_DATAREADER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER, DDS_DATAREADER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_DELETE_BEFORE, DDS_SUBSCRIBER_ENTITY_KIND),
+            event(reading, DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, DDS_TOPIC_ENTITY_KIND),
+            about("detach", reading),
+    };
+    EXPECT_EQ(callsOf(writing), expectedWriting);
+    EXPECT_EQ(callsOf(reading), expectedReading);
+    // One create first and one delete last around them, with the default
+    // version.
+    const std::vector<Call> calls = recording::calls();
+    ASSERT_EQ(calls.size(), expectedWriting.size() + expectedReading.size() + 2);
+    EXPECT_EQ(calls.front(), Call{"create"});
+    EXPECT_EQ(calls.back(), Call{"delete"});
+    const DDS_MonitorVersion version = recording::createdWithVersion();
+    EXPECT_EQ((std::vector<int>{version.major, version.minor, version.release, version.revision}),
+              (std::vector<int>{5, 1, 0, 0}));
+}
+
+TEST_F(MonitorHookTest, LinkedInPlugInIsCreatedOnceByAddressWithTheConfiguredVersion) {
+    ASSERT_EQ(DDS_DomainParticipantFactory_set_monitor_versionI(factory_, DDS_MonitorVersion{4, 5, 'c', 7}),
+              DDS_RETCODE_OK);
+    // Hexadecimal and decimal name the same function: one monitor.
+    DDS_DomainParticipant *first = create({{"zel.monitor.create_function_ptr", addressText("0x%" PRIxPTR)}});
+    DDS_DomainParticipant *second = create({{"zel.monitor.create_function_ptr", addressText("%" PRIuPTR)}});
+    zeltest::LogCapture capture;
+    DDS_DomainParticipant *other = create(kByName);
+    DDS_DomainParticipant *unasked = create({});
+    ASSERT_TRUE(first != nullptr && second != nullptr && other != nullptr && unasked != nullptr);
+
+    EXPECT_EQ(countOf("create"), 1);
+    const DDS_MonitorVersion version = recording::createdWithVersion();
+    EXPECT_EQ((std::vector<int>{version.major, version.minor, version.release, version.revision}),
+              (std::vector<int>{4, 5, 99, 7}));
+    EXPECT_TRUE(isMonitored(first));
+    EXPECT_TRUE(isMonitored(second));
+    // Another plug-in is refused while one is loaded; a participant that
+    // names none is left alone.
+    EXPECT_TRUE(capture.contains(kLoadContext, ZEL_LOG_PRECONDITION_NOT_MET_s,
+                                 zeltest::recordText(ZEL_LOG_PRECONDITION_NOT_MET_s,
+                                                     "monitor recording_monitor: another monitor is loaded")));
+    EXPECT_FALSE(isMonitored(other));
+    EXPECT_FALSE(isMonitored(unasked));
+    EXPECT_EQ(DDS_DomainParticipantFactory_set_monitor_versionI(nullptr, DDS_MonitorVersion{}),
+              DDS_RETCODE_BAD_PARAMETER);
+
+    for (DDS_DomainParticipant *participant : {first, second, other, unasked}) {
+        EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
+    }
+    EXPECT_EQ(countOf("detach"), 2);
+}
+
+TEST_F(MonitorHookTest, FailuresAreLoggedAndLeaveTheParticipantUnmonitored) {
+    char reason[256] = "";
+    EXPECT_EQ(ZELOsapiLibrary_open("no_such_monitor", reason, sizeof reason), nullptr);
+    struct Case {
+        const char *what;
+        Properties properties;
+        recording::Script script;
+        const ZELLogMessage *message;
+        std::string text;
+        long creates;
+    };
+    recording::Script createFails;
+    createFails.createFails = true;
+    createFails.createResult = DDS_MONITOR_RESULT_FAILURE;
+    recording::Script versionRefused = createFails;
+    versionRefused.createResult = DDS_MONITOR_RESULT_VERSION_NOT_SUPPORTED;
+    const std::vector<Case> cases = {
+            {"missing library",
+             {{"zel.monitor.library", "no_such_monitor"}, {"zel.monitor.create_function", "RecordingMonitor_create"}},
+             {}, &ZEL_LOG_GET_FAILURE_s, std::string("monitor library no_such_monitor: ") + reason, 0},
+            {"missing symbol",
+             {{"zel.monitor.library", "recording_monitor"}, {"zel.monitor.create_function", "NoSuchCreate"}},
+             {}, &ZEL_LOG_GET_FAILURE_s, "monitor create function NoSuchCreate in recording_monitor", 0},
+            {"library without function", {{"zel.monitor.library", "recording_monitor"}}, {},
+             &ZEL_LOG_PRECONDITION_NOT_MET_s, "zel.monitor.library without zel.monitor.create_function", 0},
+            {"function without library", {{"zel.monitor.create_function", "RecordingMonitor_create"}}, {},
+             &ZEL_LOG_PRECONDITION_NOT_MET_s, "zel.monitor.create_function without zel.monitor.library", 0},
+            {"address not a number", {{"zel.monitor.create_function_ptr", "0x12g"}}, {}, &ZEL_LOG_BAD_PARAMETER_s,
+             "zel.monitor.create_function_ptr \"0x12g\"", 0},
+            {"signed address", {{"zel.monitor.create_function_ptr", "-12"}}, {}, &ZEL_LOG_BAD_PARAMETER_s,
+             "zel.monitor.create_function_ptr \"-12\"", 0},
+            {"create fails", kByName, createFails, &ZEL_LOG_CREATION_FAILURE_s, "monitor", 1},
+            {"version refused", kByName, versionRefused, &ZEL_LOG_CREATION_FAILURE_s,
+             "monitor: version 5.1.0.0 not supported", 1},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        recording::reset();
+        recording::script() = c.script;
+        zeltest::LogCapture capture;
+        DDS_DomainParticipant *participant = create(c.properties);
+        ASSERT_NE(participant, nullptr);
+        EXPECT_EQ(capture.lines(), (std::vector<zeltest::CapturedLine>{
+                                           zeltest::expectedLine(
+                                           kLoadContext, *c.message, zeltest::recordText(*c.message, c.text.c_str()))}));
+        EXPECT_EQ(countOf("create"), c.creates);
+        EXPECT_EQ(countOf("attach"), 0);
+        EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
+    }
+
+    // Nothing stays loaded after a failure: the next participant tries
+    // again. Its attach fails: the participant is kept, unmonitored.
+    recording::reset();
+    recording::script().attachFails = true;
+    zeltest::LogCapture capture;
+    DDS_DomainParticipant *participant = create(kByName);
+    ASSERT_NE(participant, nullptr);
+    EXPECT_EQ(capture.lines(),
+              (std::vector<zeltest::CapturedLine>{zeltest::expectedLine(
+                      "DDS_MonitorHook_attachI", ZEL_LOG_ANY_FAILURE_s,
+                      zeltest::recordText(ZEL_LOG_ANY_FAILURE_s, "attach participant: result 1"))}));
+    EXPECT_EQ(countOf("create"), 1);
+    EXPECT_FALSE(isMonitored(participant));
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
+    EXPECT_EQ(countOf("detach"), 0);
+    EXPECT_EQ(countOf("delete"), 1);
+}
+
+TEST_F(MonitorHookTest, PlugInCallsBackIntoTheApiFromInsideItsCalls) {
+    recording::script().ownParticipantDomain = 9;
+    recording::script().readQosInEvents = true;
+    DDS_DomainParticipant *participant = create(kByName);
+    ASSERT_NE(participant, nullptr);
+    // The monitor's own participant, made inside attach, was offered to it
+    // and refused.
+    DDS_DomainParticipant *own = DDS_DomainParticipantFactory_lookup_participant(factory_, 9);
+    ASSERT_NE(own, nullptr);
+    EXPECT_TRUE(DDS_Entity_is_vendor_specific(DDS_DomainParticipant_as_entity(own)));
+    EXPECT_EQ(callsOf(own), std::vector<Call>{about("attach", own, true)});
+    EXPECT_FALSE(isMonitored(own));
+    EXPECT_TRUE(isMonitored(participant));
+    touchQos(participant, DDS_DomainParticipant_get_qos, DDS_DomainParticipant_set_qos,
+             DDS_DomainParticipantQos_initialize, DDS_DomainParticipantQos_finalize);
+
+    // Participants created at once on several threads share one monitor.
+    std::vector<DDS_DomainParticipant *> concurrent(4, nullptr);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < concurrent.size(); ++i) {
+        threads.emplace_back([this, &concurrent, i] { concurrent[i] = create(kByName, 1); });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(countOf("create"), 1);
+    for (DDS_DomainParticipant *created : concurrent) {
+        ASSERT_NE(created, nullptr);
+        EXPECT_EQ(callsOf(created).front(), about("attach", created));
+        EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, created), DDS_RETCODE_OK);
+    }
+    EXPECT_GT(callsOf(participant).size(), 3u);
+    EXPECT_EQ(recording::qosReadFailures(), 0);
+
+    // The application's participants must go first; the monitor then
+    // deletes its own at finalization.
+    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
+    EXPECT_EQ(countOf("delete"), 1);
+    EXPECT_EQ(recording::calls().back(), Call{"delete"});
+}
+
+TEST_F(MonitorHookTest, EveryAllocationFailureLeavesNothingBehind) {
+    ASSERT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
+    zeltest::LogCapture capture;
+    const Properties byAddress = {{"zel.monitor.create_function_ptr", addressText("0x%" PRIxPTR)}};
+    const long allocations = zeltest::forEachAllocationFailure([&](long) {
+        recording::reset();
+        factory_ = DDS_DomainParticipantFactory_get_instance();
+        if (factory_ == nullptr) {
+            return;
+        }
+        DDS_DomainParticipant *participant = create(byAddress);
+        if (participant != nullptr) {
+            EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
+        }
+        EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
+    });
+    EXPECT_GT(allocations, 1);
+    factory_ = DDS_DomainParticipantFactory_get_instance();
+    ASSERT_NE(factory_, nullptr);
+}
+
+TEST_F(MonitorHookTest, RealPlugInPublishesOnTheParticipantUntilItIsDeleted) {
+    DDS_DomainParticipant *participant = create({{"zel.monitor.library", "zelmonitoring"},
+                                                 {"zel.monitor.create_function", "ZELDefaultMonitor_create"},
+                                                 {"zel.monitor.config.publish_period", "0"}});
+    ASSERT_NE(participant, nullptr);
+    EXPECT_NE(DDS_DomainParticipant_lookup_topicdescription(participant, "zel/dds/monitoring/dataWriterDescription"),
+              nullptr);
+    DDS_DomainParticipantQos qos = DDS_DomainParticipantQos_INITIALIZER;
+    ASSERT_EQ(DDS_DomainParticipant_get_qos(participant, &qos), DDS_RETCODE_OK);
+    const DDS_Property_t *version = DDS_PropertyQosPolicyHelper_lookup_property(&qos.property, "zel/dds/version");
+    ASSERT_NE(version, nullptr);
+    EXPECT_STREQ(version->value, "5.1.0.rev0");
+    DDS_DomainParticipantQos_finalize(&qos);
+
+    ASSERT_EQ(hook_ShapeTypeSupport_register_type(participant, "Shape"), DDS_RETCODE_OK);
+    DDS_Topic *topic = DDS_DomainParticipant_create_topic(participant, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
+                                                          nullptr, DDS_STATUS_MASK_NONE);
+    ASSERT_NE(topic, nullptr);
+    EXPECT_EQ(DDS_DomainParticipant_delete_topic(participant, topic), DDS_RETCODE_OK);
+    // Detach removes the monitor's entities, so the participant can go.
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
+}
+
+}  // namespace
