@@ -46,12 +46,24 @@ std::string addressText(const char *format) {
     return text;
 }
 
-Call event(DDS_DomainParticipant *participant, DDS_Long eventKind, DDS_EntityKind_t entityKind) {
-    return Call{"event", participant, eventKind, entityKind, false};
-}
-
 Call about(const char *name, DDS_DomainParticipant *participant, bool vendorSpecific = false) {
     return Call{name, participant, 0, DDS_DOMAINPARTICIPANT_ENTITY_KIND, vendorSpecific};
+}
+
+// Attach, these events (code and entity kind) and detach of `participant`.
+std::vector<Call> lifeOf(DDS_DomainParticipant *participant,
+                         const std::vector<std::pair<DDS_Long, DDS_EntityKind_t>> &events) {
+    std::vector<Call> calls{about("attach", participant)};
+    for (const auto &[eventKind, entityKind] : events) {
+        calls.push_back(Call{"event", participant, eventKind, entityKind, false});
+    }
+    calls.push_back(about("detach", participant));
+    return calls;
+}
+
+std::vector<int> createdWithVersion() {
+    const DDS_MonitorVersion version = recording::createdWithVersion();
+    return {version.major, version.minor, version.release, version.revision};
 }
 
 std::vector<Call> callsOf(DDS_DomainParticipant *participant) {
@@ -73,15 +85,13 @@ long countOf(const char *name) {
 }
 
 // Sets an entity's QoS to what it already is: a QoS change all the same.
-template <typename Entity, typename Qos>
-void touchQos(Entity *entity, DDS_ReturnCode_t (*get)(Entity *, Qos *), DDS_ReturnCode_t (*set)(Entity *, const Qos *),
-              DDS_Boolean (*initialize)(Qos *), void (*finalize)(Qos *)) {
-    Qos qos;
-    initialize(&qos);
-    ASSERT_EQ(get(entity, &qos), DDS_RETCODE_OK);
-    EXPECT_EQ(set(entity, &qos), DDS_RETCODE_OK);
-    finalize(&qos);
-}
+#define TOUCH_QOS(Kind, entity)                                        \
+    do {                                                               \
+        DDS_##Kind##Qos qos = DDS_##Kind##Qos_INITIALIZER;             \
+        ASSERT_EQ(DDS_##Kind##_get_qos(entity, &qos), DDS_RETCODE_OK); \
+        EXPECT_EQ(DDS_##Kind##_set_qos(entity, &qos), DDS_RETCODE_OK); \
+        DDS_##Kind##Qos_finalize(&qos);                                \
+    } while (0)
 
 // Every test runs on a factory of its own, finalized at its end, over
 // which no platform block may leak.
@@ -154,17 +164,12 @@ TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDet
                                              &DDS_DATAREADER_QOS_DEFAULT, nullptr, DDS_STATUS_MASK_NONE);
     ASSERT_NE(reader, nullptr);
 
-    touchQos(writing, DDS_DomainParticipant_get_qos, DDS_DomainParticipant_set_qos,
-             DDS_DomainParticipantQos_initialize, DDS_DomainParticipantQos_finalize);
-    touchQos(writerTopic, DDS_Topic_get_qos, DDS_Topic_set_qos, DDS_TopicQos_initialize, DDS_TopicQos_finalize);
-    touchQos(publisher, DDS_Publisher_get_qos, DDS_Publisher_set_qos, DDS_PublisherQos_initialize,
-             DDS_PublisherQos_finalize);
-    touchQos(writer, DDS_DataWriter_get_qos, DDS_DataWriter_set_qos, DDS_DataWriterQos_initialize,
-             DDS_DataWriterQos_finalize);
-    touchQos(subscriber, DDS_Subscriber_get_qos, DDS_Subscriber_set_qos, DDS_SubscriberQos_initialize,
-             DDS_SubscriberQos_finalize);
-    touchQos(reader, DDS_DataReader_get_qos, DDS_DataReader_set_qos, DDS_DataReaderQos_initialize,
-             DDS_DataReaderQos_finalize);
+    TOUCH_QOS(DomainParticipant, writing);
+    TOUCH_QOS(Topic, writerTopic);
+    TOUCH_QOS(Publisher, publisher);
+    TOUCH_QOS(DataWriter, writer);
+    TOUCH_QOS(Subscriber, subscriber);
+    TOUCH_QOS(DataReader, reader);
 
     EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, reader), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_Publisher_delete_contained_entities(publisher), DDS_RETCODE_OK);
@@ -178,50 +183,19 @@ TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDet
     EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, reading), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
 
-    const std::vector<Call> expectedWriting = {
-            about("attach", writing),
-            event(writing, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DOMAINPARTICIPANT_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_TOPIC_CREATE_AFTER, DDS_TOPIC_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_TOPIC_ENABLE_AFTER, DDS_TOPIC_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_PUBLISHER_CREATE_AFTER, DDS_PUBLISHER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_PUBLISHER_ENABLE_AFTER, DDS_PUBLISHER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_DATAWRITER_CREATE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_CREATE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_PARTICIPANT_QOS_CHANGE_AFTER, DDS_DOMAINPARTICIPANT_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_TOPIC_QOS_CHANGE_AFTER, DDS_TOPIC_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_PUBLISHER_QOS_CHANGE_AFTER, DDS_PUBLISHER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_PUBLISHER_DELETE_CONTAINED_ENTITIES_BEFORE, DDS_PUBLISHER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, DDS_DATAWRITER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_PUBLISHER_DELETE_BEFORE, DDS_PUBLISHER_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, DDS_TOPIC_ENTITY_KIND),
-            event(writing, DDS_MONITOR_EVENT_PARTICIPANT_DELETE_CONTAINED_ENTITIES_BEFORE,
-                  DDS_DOMAINPARTICIPANT_ENTITY_KIND),
-            about("detach", writing),
-    };
-    const std::vector<Call> expectedReading = {
-            about("attach", reading),
-            event(reading, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DOMAINPARTICIPANT_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_TOPIC_CREATE_AFTER, DDS_TOPIC_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_TOPIC_ENABLE_AFTER, DDS_TOPIC_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_CREATE_AFTER, DDS_SUBSCRIBER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_ENABLE_AFTER, DDS_SUBSCRIBER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_DATAREADER_CREATE_AFTER, DDS_DATAREADER_ENTITY_KIND),
-            // The reader matches while it is being enabled.
-            event(reading, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER, DDS_DATAREADER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_DATAREADER_ENABLE_AFTER, DDS_DATAREADER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_QOS_CHANGE_AFTER, DDS_SUBSCRIBER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_DATAREADER_QOS_CHANGE_AFTER, DDS_DATAREADER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, DDS_DATAREADER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER, DDS_DATAREADER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_SUBSCRIBER_DELETE_BEFORE, DDS_SUBSCRIBER_ENTITY_KIND),
-            event(reading, DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, DDS_TOPIC_ENTITY_KIND),
-            about("detach", reading),
-    };
+    const DDS_EntityKind_t P = DDS_DOMAINPARTICIPANT_ENTITY_KIND, T = DDS_TOPIC_ENTITY_KIND,
+                           G = DDS_PUBLISHER_ENTITY_KIND, S = DDS_SUBSCRIBER_ENTITY_KIND,
+                           W = DDS_DATAWRITER_ENTITY_KIND, R = DDS_DATAREADER_ENTITY_KIND;
+    // The writer matches (then gains the reader's locator) when the reader
+    // is enabled, and loses the locator, then the match, when it goes; the
+    // reader matches while it is being enabled.
+    const std::vector<Call> expectedWriting = lifeOf(
+            writing, {{0x10, P}, {0x100, T}, {0x110, T}, {0x200, G}, {0x210, G}, {0x400, W}, {0x410, W},
+                      {0x700, W}, {0x600, W}, {0x20, P}, {0x120, T}, {0x220, G}, {0x420, W}, {0x630, W},
+                      {0x730, W}, {0x241, G}, {0x431, W}, {0x231, G}, {0x131, T}, {0x41, P}});
+    const std::vector<Call> expectedReading = lifeOf(
+            reading, {{0x10, P}, {0x100, T}, {0x110, T}, {0x300, S}, {0x310, S}, {0x500, R}, {0x700, R},
+                      {0x510, R}, {0x320, S}, {0x520, R}, {0x531, R}, {0x730, R}, {0x331, S}, {0x131, T}});
     EXPECT_EQ(callsOf(writing), expectedWriting);
     EXPECT_EQ(callsOf(reading), expectedReading);
     // One create first and one delete last around them, with the default
@@ -230,9 +204,7 @@ TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDet
     ASSERT_EQ(calls.size(), expectedWriting.size() + expectedReading.size() + 2);
     EXPECT_EQ(calls.front(), Call{"create"});
     EXPECT_EQ(calls.back(), Call{"delete"});
-    const DDS_MonitorVersion version = recording::createdWithVersion();
-    EXPECT_EQ((std::vector<int>{version.major, version.minor, version.release, version.revision}),
-              (std::vector<int>{5, 1, 0, 0}));
+    EXPECT_EQ(createdWithVersion(), (std::vector<int>{5, 1, 0, 0}));
 }
 
 TEST_F(MonitorHookTest, LinkedInPlugInIsCreatedOnceByAddressWithTheConfiguredVersion) {
@@ -247,9 +219,7 @@ TEST_F(MonitorHookTest, LinkedInPlugInIsCreatedOnceByAddressWithTheConfiguredVer
     ASSERT_TRUE(first != nullptr && second != nullptr && other != nullptr && unasked != nullptr);
 
     EXPECT_EQ(countOf("create"), 1);
-    const DDS_MonitorVersion version = recording::createdWithVersion();
-    EXPECT_EQ((std::vector<int>{version.major, version.minor, version.release, version.revision}),
-              (std::vector<int>{4, 5, 99, 7}));
+    EXPECT_EQ(createdWithVersion(), (std::vector<int>{4, 5, 99, 7}));
     EXPECT_TRUE(isMonitored(first));
     EXPECT_TRUE(isMonitored(second));
     // Another plug-in is refused while one is loaded; a participant that
@@ -339,7 +309,6 @@ TEST_F(MonitorHookTest, FailuresAreLoggedAndLeaveTheParticipantUnmonitored) {
 
 TEST_F(MonitorHookTest, PlugInCallsBackIntoTheApiFromInsideItsCalls) {
     recording::script().ownParticipantDomain = 9;
-    recording::script().readQosInEvents = true;
     DDS_DomainParticipant *participant = create(kByName);
     ASSERT_NE(participant, nullptr);
     // The monitor's own participant, made inside attach, was offered to it
@@ -350,8 +319,7 @@ TEST_F(MonitorHookTest, PlugInCallsBackIntoTheApiFromInsideItsCalls) {
     EXPECT_EQ(callsOf(own), std::vector<Call>{about("attach", own, true)});
     EXPECT_FALSE(isMonitored(own));
     EXPECT_TRUE(isMonitored(participant));
-    touchQos(participant, DDS_DomainParticipant_get_qos, DDS_DomainParticipant_set_qos,
-             DDS_DomainParticipantQos_initialize, DDS_DomainParticipantQos_finalize);
+    TOUCH_QOS(DomainParticipant, participant);
 
     // Participants created at once on several threads share one monitor.
     std::vector<DDS_DomainParticipant *> concurrent(4, nullptr);

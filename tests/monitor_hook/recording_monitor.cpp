@@ -1,4 +1,6 @@
-// The recording test plug-in (see recording_monitor.h).
+// The recording test plug-in. Attach refuses marked participants (result
+// 2), as a real monitor refuses its own; every event reads the
+// participant's QoS, as a real monitor does from inside events.
 #include "recording_monitor.h"
 
 #include <atomic>
@@ -11,97 +13,43 @@ namespace {
 
 struct Monitor {
     DDS_Monitor record;  // what the middleware reads: first
-    DDS_DomainParticipant *own = nullptr;
+    DDS_DomainParticipant *own;
 };
 
 struct ParticipantObject {
-    Monitor *monitor;
     DDS_DomainParticipant *participant;
 };
 
 std::mutex g_mutex;
-std::vector<Call> g_calls;          // [g_mutex]
-DDS_MonitorVersion g_version{};     // [g_mutex]
-Script g_script;                    // set by the test before the middleware calls
+std::vector<Call> g_calls;       // [g_mutex]
+DDS_MonitorVersion g_version{};  // [g_mutex]
+Script g_script;                 // set by the test before the middleware calls
 std::atomic<int> g_qosReadFailures{0};
 
-void record(Call call) {
+void record(const char *name, DDS_DomainParticipant *participant = nullptr, DDS_Entity *entity = nullptr,
+            DDS_Long eventKind = 0) {
+    Call call{name, participant, eventKind};
+    if (entity != nullptr) {
+        call.entityKind = DDS_Entity_get_entity_kind(entity);
+        call.vendorSpecific = DDS_Entity_is_vendor_specific(entity) != DDS_BOOLEAN_FALSE;
+    }
     std::lock_guard<std::mutex> guard(g_mutex);
-    g_calls.push_back(std::move(call));
+    g_calls.push_back(call);
 }
 
-DDS_Entity *entityOf(DDS_DomainParticipant *participant) {
-    return DDS_DomainParticipant_as_entity(participant);
-}
-
-Call callAbout(const char *name, DDS_DomainParticipant *participant, DDS_Entity *entity) {
-    Call call;
-    call.name = name;
-    call.participant = participant;
-    call.entityKind = DDS_Entity_get_entity_kind(entity);
-    call.vendorSpecific = DDS_Entity_is_vendor_specific(entity) != DDS_BOOLEAN_FALSE;
-    return call;
-}
-
-template <typename Qos, typename Entity>
-void readQos(DDS_ReturnCode_t (*get)(Entity *, Qos *), DDS_Boolean (*initialize)(Qos *), void (*finalize)(Qos *),
-             Entity *entity) {
-    Qos qos;
-    initialize(&qos);
-    if (entity == nullptr || get(entity, &qos) != DDS_RETCODE_OK) {
-        ++g_qosReadFailures;
-    }
-    finalize(&qos);
-}
-
-// Reads the entity's QoS as a real monitor would from inside an event.
-void readQosOf(DDS_Entity *entity) {
-    switch (DDS_Entity_get_entity_kind(entity)) {
-    case DDS_DOMAINPARTICIPANT_ENTITY_KIND:
-        readQos(DDS_DomainParticipant_get_qos, DDS_DomainParticipantQos_initialize, DDS_DomainParticipantQos_finalize,
-                DDS_DomainParticipant_narrow(entity));
-        break;
-    case DDS_TOPIC_ENTITY_KIND:
-        readQos(DDS_Topic_get_qos, DDS_TopicQos_initialize, DDS_TopicQos_finalize,
-                DDS_Topic_narrow_from_entity(entity));
-        break;
-    case DDS_PUBLISHER_ENTITY_KIND:
-        readQos(DDS_Publisher_get_qos, DDS_PublisherQos_initialize, DDS_PublisherQos_finalize,
-                DDS_Publisher_narrow(entity));
-        break;
-    case DDS_SUBSCRIBER_ENTITY_KIND:
-        readQos(DDS_Subscriber_get_qos, DDS_SubscriberQos_initialize, DDS_SubscriberQos_finalize,
-                DDS_Subscriber_narrow(entity));
-        break;
-    case DDS_DATAWRITER_ENTITY_KIND:
-        readQos(DDS_DataWriter_get_qos, DDS_DataWriterQos_initialize, DDS_DataWriterQos_finalize,
-                DDS_DataWriter_narrow(entity));
-        break;
-    case DDS_DATAREADER_ENTITY_KIND:
-        readQos(DDS_DataReader_get_qos, DDS_DataReaderQos_initialize, DDS_DataReaderQos_finalize,
-                DDS_DataReader_narrow(entity));
-        break;
-    default:
-        ++g_qosReadFailures;
-    }
-}
-
-// A marked participant, as a monitor makes for its own topics.
-DDS_DomainParticipant *createOwnParticipant(DDS_DomainParticipantFactory *factory, DDS_DomainId_t domain) {
+// 1 when the participant's QoS cannot be read, else 0; `marked` tells
+// whether it carries the monitoring mark.
+int readQos(DDS_DomainParticipant *participant, bool *marked) {
     DDS_DomainParticipantQos qos = DDS_DomainParticipantQos_INITIALIZER;
-    DDS_DomainParticipant *participant = nullptr;
-    if (DDS_DomainParticipantFactory_get_default_participant_qos(factory, &qos) == DDS_RETCODE_OK) {
-        qos.protocol.vendor_specific_entity = DDS_BOOLEAN_TRUE;
-        participant = DDS_DomainParticipantFactory_create_participant(factory, domain, &qos, nullptr,
-                                                                      DDS_STATUS_MASK_NONE);
-    }
+    const bool read = DDS_DomainParticipant_get_qos(participant, &qos) == DDS_RETCODE_OK;
+    *marked = read && qos.protocol.vendor_specific_entity;
     DDS_DomainParticipantQos_finalize(&qos);
-    return participant;
+    return read ? 0 : 1;
 }
 
 DDS_UnsignedLong deleteMonitor(DDS_Monitor *self) {
     auto *monitor = reinterpret_cast<Monitor *>(self);
-    record(Call{"delete"});
+    record("delete");
     if (monitor->own != nullptr &&
         DDS_DomainParticipantFactory_delete_participant(self->factory, monitor->own) != DDS_RETCODE_OK) {
         return DDS_MONITOR_RESULT_FAILURE;
@@ -112,47 +60,45 @@ DDS_UnsignedLong deleteMonitor(DDS_Monitor *self) {
 
 void *attach(DDS_UnsignedLong *result, DDS_Monitor *self, DDS_DomainParticipant *participant) {
     auto *monitor = reinterpret_cast<Monitor *>(self);
-    record(callAbout("attach", participant, entityOf(participant)));
-    DDS_DomainParticipantQos qos = DDS_DomainParticipantQos_INITIALIZER;
-    const bool marked = DDS_DomainParticipant_get_qos(participant, &qos) == DDS_RETCODE_OK &&
-                        qos.protocol.vendor_specific_entity;
-    DDS_DomainParticipantQos_finalize(&qos);
-    if (marked) {
-        *result = DDS_MONITOR_RESULT_OK;
+    record("attach", participant, DDS_DomainParticipant_as_entity(participant));
+    bool marked = false;
+    *result = DDS_MONITOR_RESULT_FAILURE;
+    if (readQos(participant, &marked) != 0 || g_script.attachFails) {
         return nullptr;
     }
-    if (g_script.attachFails) {
-        *result = DDS_MONITOR_RESULT_FAILURE;
+    *result = DDS_MONITOR_RESULT_OK;
+    if (marked) {
         return nullptr;
     }
     if (g_script.ownParticipantDomain >= 0 && monitor->own == nullptr) {
-        monitor->own = createOwnParticipant(self->factory, g_script.ownParticipantDomain);
+        DDS_DomainParticipantQos qos = DDS_DomainParticipantQos_INITIALIZER;
+        DDS_DomainParticipantFactory_get_default_participant_qos(self->factory, &qos);
+        qos.protocol.vendor_specific_entity = DDS_BOOLEAN_TRUE;
+        monitor->own = DDS_DomainParticipantFactory_create_participant(self->factory, g_script.ownParticipantDomain,
+                                                                       &qos, nullptr, DDS_STATUS_MASK_NONE);
+        DDS_DomainParticipantQos_finalize(&qos);
     }
     auto *object = static_cast<ParticipantObject *>(ZELOsapiHeap_allocateStructure(sizeof(ParticipantObject), "RMPO"));
     if (object == nullptr) {
         *result = DDS_MONITOR_RESULT_FAILURE;
         return nullptr;
     }
-    *object = ParticipantObject{monitor, participant};
-    *result = DDS_MONITOR_RESULT_OK;
+    object->participant = participant;
     return object;
 }
 
 DDS_UnsignedLong detach(void *participantObject) {
     auto *object = static_cast<ParticipantObject *>(participantObject);
-    record(callAbout("detach", object->participant, entityOf(object->participant)));
+    record("detach", object->participant, DDS_DomainParticipant_as_entity(object->participant));
     ZELOsapiHeap_freeStructure(object);
     return DDS_MONITOR_RESULT_OK;
 }
 
 DDS_UnsignedLong notify(void *participantObject, DDS_Long eventKind, DDS_Entity *entity, const void *) {
     auto *object = static_cast<ParticipantObject *>(participantObject);
-    Call call = callAbout("event", object->participant, entity);
-    call.eventKind = eventKind;
-    record(std::move(call));
-    if (g_script.readQosInEvents) {
-        readQosOf(entity);
-    }
+    record("event", object->participant, entity, eventKind);
+    bool marked = false;
+    g_qosReadFailures += readQos(object->participant, &marked);
     return DDS_MONITOR_RESULT_OK;
 }
 
@@ -185,20 +131,19 @@ int qosReadFailures() { return g_qosReadFailures; }
 extern "C" DDS_Monitor *RecordingMonitor_create(DDS_UnsignedLong *result, DDS_DomainParticipantFactory *factory,
                                                 DDS_MonitorVersion version) {
     using namespace recording;
-    record(Call{"create"});
+    record("create");
     {
         std::lock_guard<std::mutex> guard(g_mutex);
         g_version = version;
     }
     *result = g_script.createResult;
-    if (g_script.createFails) {
-        return nullptr;
-    }
-    auto *monitor = static_cast<Monitor *>(ZELOsapiHeap_allocateStructure(sizeof(Monitor), "RMON"));
-    if (monitor == nullptr) {
+    auto *monitor = g_script.createFails
+                            ? nullptr
+                            : static_cast<Monitor *>(ZELOsapiHeap_allocateStructure(sizeof(Monitor), "RMON"));
+    if (monitor != nullptr) {
+        *monitor = Monitor{{factory, deleteMonitor, attach, detach, notify}, nullptr};
+    } else if (!g_script.createFails) {
         *result = DDS_MONITOR_RESULT_FAILURE;
-        return nullptr;
     }
-    *monitor = Monitor{{factory, deleteMonitor, attach, detach, notify}, nullptr};
-    return &monitor->record;
+    return monitor != nullptr ? &monitor->record : nullptr;
 }
