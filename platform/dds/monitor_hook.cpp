@@ -313,14 +313,14 @@ static void DDS_MonitorHook_onParticipantDeletingI(DDS_DomainParticipantFactory 
     DDS_MonitorHookI *hook = DDS_MonitorHook_getI(factory, false);
     DDS_Monitor *monitor = hook != nullptr ? hook->monitor.load() : nullptr;
     if (monitor == nullptr) {
-        ZELLog_printContextAndMsg("DDS_MonitorHook_detachI", &ZEL_LOG_GET_FAILURE_s, "monitor");
+        ZELLog_printContextAndMsg("DDS_MonitorHook_onParticipantDeletingI", &ZEL_LOG_GET_FAILURE_s, "monitor");
         return;
     }
     const DDS_UnsignedLong result = monitor->onDomainParticipantDetach(participantObject);
     if (result != DDS_MONITOR_RESULT_OK) {
         char what[64];
         std::snprintf(what, sizeof what, "detach participant: result %" PRIu32, result);
-        ZELLog_printContextAndMsg("DDS_MonitorHook_detachI", &ZEL_LOG_ANY_FAILURE_s, what);
+        ZELLog_printContextAndMsg("DDS_MonitorHook_onParticipantDeletingI", &ZEL_LOG_ANY_FAILURE_s, what);
     }
 }
 
@@ -338,7 +338,7 @@ static void DDS_MonitorHook_onFactoryFinalizingI(DDS_DomainParticipantFactory *f
         if (result != DDS_MONITOR_RESULT_OK) {
             char what[64];
             std::snprintf(what, sizeof what, "monitor: result %" PRIu32, result);
-            ZELLog_printContextAndMsg("DDS_MonitorHook_deleteMonitorI", &ZEL_LOG_DESTRUCTION_FAILURE_s, what);
+            ZELLog_printContextAndMsg("DDS_MonitorHook_onFactoryFinalizingI", &ZEL_LOG_DESTRUCTION_FAILURE_s, what);
             unload = false;
         }
     }
