@@ -1,7 +1,7 @@
 // Data writers: creation on a publisher for a topic, QoS and deletion.
 #include <new>
 
-#include "data_path_private.h"
+#include "data_writer_private.h"
 #include "vurncore/heap.h"
 
 static void DDS_DataWriter_freeI(DDS_DataWriter *writer) {
@@ -33,13 +33,6 @@ DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer) {
     DDS_DataWriter_freeI(writer);
     return DDS_RETCODE_OK;
 }
-
-// Interim: endpoints are not yet attached to the wire.
-DDS_ReturnCode_t DDS_DataWriter_attachI(DDS_DataWriter *) {
-    return DDS_RETCODE_OK;
-}
-
-void DDS_DataWriter_detachI(DDS_DataWriter *) {}
 
 extern "C" {
 
@@ -140,11 +133,20 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_qos(DDS_DataWriter *self, struct D
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_set_qos(DDS_DataWriter *self, const struct DDS_DataWriterQos *qos) {
-    return DDS_Entity_setQosI<DDS_DataWriterQos>(
+    const DDS_ReturnCode_t result = DDS_Entity_setQosI<DDS_DataWriterQos>(
             self != nullptr ? &self->entity : nullptr, self != nullptr ? &self->qos : nullptr, qos,
             &DDS_DATAWRITER_QOS_DEFAULT,
             self != nullptr ? &reinterpret_cast<DDS_Publisher *>(self->entity.parent)->defaultWriterQos : nullptr,
             true, DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, "DDS_DataWriter_set_qos");
+    if (result == DDS_RETCODE_OK && self->path != nullptr) {
+        // The data path's mutex is below the writer's lock.
+        DDS_EntityLockGuardI guard(&self->entity);
+        if (guard.held()) {
+            std::lock_guard<std::mutex> pathGuard(self->path->mutex);
+            DDS_DataWriterPath_refreshQosI(self->path, &self->qos);
+        }
+    }
+    return result;
 }
 
 VURNC_API void *DDS_DataWriter_get_endpoint_dataI(const DDS_DataWriter *self) {

@@ -174,6 +174,7 @@ struct DDS_DataWriterImpl {
     DDS_DataWriterQos qos;  /* [lock] */
     void *endpointData;     /* type plug-in endpoint data, owned by the data path */
     void *wireWriter;       /* owned by the data path */
+    struct DDS_DataWriterPathI *path; /* the data path, set while attached */
 };
 
 struct DDS_DataReaderImpl {

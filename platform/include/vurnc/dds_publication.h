@@ -66,6 +66,108 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_set_qos(DDS_DataWriter *self, const st
  * attached to the wire. */
 VURNC_API void *DDS_DataWriter_get_endpoint_dataI(const DDS_DataWriter *self);
 
+/* ---- writing (untyped; the typed wrappers call these) ----
+ * Every operation returns NOT_ENABLED on a writer not enabled and
+ * BAD_PARAMETER for NULL arguments. Writes never block: a KEEP_ALL writer
+ * whose history is at a resource limit (max_samples,
+ * max_samples_per_instance) and any writer at max_instances refuse with
+ * OUT_OF_RESOURCES and change nothing. A handle that is not NIL must be the
+ * instance of the sample's key (PRECONDITION_NOT_MET otherwise). */
+struct DDS_WriteParams_t {
+    DDS_Boolean replace_auto; /* store the handle and timestamp used back */
+    DDS_InstanceHandle_t handle;
+    struct DDS_Time_t source_timestamp; /* DDS_TIME_INVALID: now */
+    DDS_Long priority;
+};
+typedef struct DDS_WriteParams_t DDS_WriteParams_t;
+#define DDS_WRITEPARAMS_INITIALIZER \
+    { DDS_BOOLEAN_FALSE, DDS_HANDLE_NIL_INITIALIZER, {-1, 0xffffffffu}, 0 }
+VURNC_API extern const struct DDS_WriteParams_t DDS_WRITEPARAMS_DEFAULT;
+
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_write_untyped_generalI(DDS_DataWriter *self, const void *instance_data,
+                                                                 const DDS_InstanceHandle_t *handle);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_write_w_timestamp_untyped_generalI(
+        DDS_DataWriter *self, const void *instance_data, const DDS_InstanceHandle_t *handle,
+        const struct DDS_Time_t *source_timestamp);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_write_w_params_untyped_generalI(DDS_DataWriter *self,
+                                                                          const void *instance_data,
+                                                                          struct DDS_WriteParams_t *params);
+/* Dispose and unregister send the key; PRECONDITION_NOT_MET for a keyless
+ * type, BAD_PARAMETER for an instance the writer does not know. With a
+ * handle, instance_data may be NULL. An unregistered instance is
+ * forgotten; a disposed one stays in the history for late joiners. */
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_dispose_untyped_generalI(DDS_DataWriter *self, const void *instance_data,
+                                                                   const DDS_InstanceHandle_t *handle);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_dispose_w_timestamp_untyped_generalI(
+        DDS_DataWriter *self, const void *instance_data, const DDS_InstanceHandle_t *handle,
+        const struct DDS_Time_t *source_timestamp);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_dispose_w_params_untyped_generalI(DDS_DataWriter *self,
+                                                                            const void *instance_data,
+                                                                            struct DDS_WriteParams_t *params);
+/* The instance's handle; DDS_HANDLE_NIL on failure. */
+VURNC_API DDS_InstanceHandle_t DDS_DataWriter_register_instance_untypedI(DDS_DataWriter *self,
+                                                                         const void *instance_data);
+VURNC_API DDS_InstanceHandle_t DDS_DataWriter_register_instance_w_timestamp_untypedI(
+        DDS_DataWriter *self, const void *instance_data, const struct DDS_Time_t *source_timestamp);
+VURNC_API DDS_InstanceHandle_t DDS_DataWriter_register_instance_w_params_untypedI(DDS_DataWriter *self,
+                                                                                  const void *instance_data,
+                                                                                  struct DDS_WriteParams_t *params);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_unregister_instance_untyped_generalI(DDS_DataWriter *self,
+                                                                               const void *instance_data,
+                                                                               const DDS_InstanceHandle_t *handle);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_unregister_instance_w_timestamp_untyped_generalI(
+        DDS_DataWriter *self, const void *instance_data, const DDS_InstanceHandle_t *handle,
+        const struct DDS_Time_t *source_timestamp);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_unregister_instance_w_params_untyped_generalI(
+        DDS_DataWriter *self, const void *instance_data, struct DDS_WriteParams_t *params);
+/* BAD_PARAMETER for an instance the writer does not know. */
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_key_value_untypedI(DDS_DataWriter *self, void *key_holder,
+                                                                 const DDS_InstanceHandle_t *handle);
+/* DDS_HANDLE_NIL for an instance the writer does not know. */
+VURNC_API DDS_InstanceHandle_t DDS_DataWriter_lookup_instance_untypedI(DDS_DataWriter *self, const void *key_holder);
+/* Whether the writer's type is registered under the type support's name `type_name`. */
+VURNC_API DDS_Boolean DDS_DataWriter_compare_typeI(const DDS_DataWriter *self, const char *type_name);
+
+/* ---- statuses: NOT_ENABLED on a writer not enabled. With `reset` the
+ * *_change fields of the writer's status are zeroed after the copy. ---- */
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_liveliness_lost_status_ex(DDS_DataWriter *self,
+                                                                        struct DDS_LivelinessLostStatus *status,
+                                                                        DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_deadline_missed_status_ex(
+        DDS_DataWriter *self, struct DDS_OfferedDeadlineMissedStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status_ex(
+        DDS_DataWriter *self, struct DDS_OfferedIncompatibleQosStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status_ex(
+        DDS_DataWriter *self, struct DDS_PublicationMatchedStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_writer_cache_changed_status_ex(
+        DDS_DataWriter *self, struct DDS_ReliableWriterCacheChangedStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_reader_activity_changed_status_ex(
+        DDS_DataWriter *self, struct DDS_ReliableReaderActivityChangedStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_cache_status_ex(DDS_DataWriter *self,
+                                                                         struct DDS_DataWriterCacheStatus *status,
+                                                                         DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_protocol_status_ex(
+        DDS_DataWriter *self, struct DDS_DataWriterProtocolStatus *status, DDS_Boolean reset);
+/* BAD_PARAMETER for a handle or locator of no matched subscription. */
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_datawriter_protocol_status_ex(
+        DDS_DataWriter *self, struct DDS_DataWriterProtocolStatus *status,
+        const DDS_InstanceHandle_t *subscription_handle, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_datawriter_protocol_status_by_locator_ex(
+        DDS_DataWriter *self, struct DDS_DataWriterProtocolStatus *status, const struct DDS_Locator_t *locator,
+        DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_liveliness_lost_status(DDS_DataWriter *self,
+                                                                     struct DDS_LivelinessLostStatus *status);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_deadline_missed_status(
+        DDS_DataWriter *self, struct DDS_OfferedDeadlineMissedStatus *status);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status(
+        DDS_DataWriter *self, struct DDS_OfferedIncompatibleQosStatus *status);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status(DDS_DataWriter *self,
+                                                                         struct DDS_PublicationMatchedStatus *status);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscriptions(DDS_DataWriter *self,
+                                                                    struct DDS_InstanceHandleSeq *handles);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_locators(DDS_DataWriter *self,
+                                                                            struct DDS_LocatorSeq *locators);
+
 ZEL_EXTERN_C_END
 
 #endif
