@@ -53,7 +53,12 @@ static bool DDS_DataWriterPath_attachPluginI(DDS_DataWriterPathI *path) {
     path->endpointData = plugin->onEndpointAttachedFnc != nullptr
                                  ? plugin->onEndpointAttachedFnc(path->participantData, &info)
                                  : PRESTypePluginDefaultEndpointData_new(path->participantData, &info);
-    return path->endpointData != nullptr;
+    if (path->endpointData == nullptr) {
+        return false;
+    }
+    // Key hashes need the scratch stream, sized by the key's maximum.
+    return plugin->onEndpointAttachedFnc != nullptr || !path->keyed || plugin->serializedKeyMaxSizeFnc == nullptr ||
+           PRESTypePluginDefaultEndpointData_createMD5Stream(path->endpointData);
 }
 
 DDS_ReturnCode_t DDS_DataWriter_attachI(DDS_DataWriter *writer) {
