@@ -41,6 +41,9 @@ static void DDS_DataWriterPath_deleteI(DDS_DataWriterPathI *path) {
 
 static bool DDS_DataWriterPath_attachPluginI(DDS_DataWriterPathI *path) {
     const PRESTypePlugin *plugin = path->plugin;
+    if (plugin->createSampleFnc == nullptr && plugin->onEndpointAttachedFnc == nullptr) {
+        return true;  // a plug-in that cannot make samples: matches, but writes are refused
+    }
     path->participantData = plugin->onParticipantAttachedFnc != nullptr
                                     ? plugin->onParticipantAttachedFnc(plugin)
                                     : PRESTypePluginDefaultParticipantData_new(plugin);
