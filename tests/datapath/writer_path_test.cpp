@@ -290,6 +290,8 @@ TEST_F(WriterPathTest, OfferedDeadlinesAndLifespanFollowTheClock) {
     qos.deadline.period = DDS_Duration_t{1, 0};
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     qos.lifespan.duration = DDS_Duration_t{10, 0};
+    qos.liveliness.kind = DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS;
+    qos.liveliness.lease_duration = DDS_Duration_t{2, 0};
     DDS_DataWriter *writer = createWriter(shapes);
     ASSERT_NE(writer, nullptr);
     ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shapeOf("red", 1), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
@@ -300,6 +302,10 @@ TEST_F(WriterPathTest, OfferedDeadlinesAndLifespanFollowTheClock) {
     EXPECT_EQ(missed.total_count, 3);
     EXPECT_EQ(missed.total_count_change, 3);
     EXPECT_TRUE(sameHandle(missed.last_instance_handle, DDS_DataWriter_lookup_instance_untypedI(writer, &shape)));
+    // A manual writer silent past its lease lost its liveliness once.
+    DDS_LivelinessLostStatus lost{};
+    ASSERT_EQ(DDS_DataWriter_get_liveliness_lost_status(writer, &lost), DDS_RETCODE_OK);
+    EXPECT_EQ(lost.total_count, 1);
     // Without a reset the change keeps counting; periods are counted once.
     ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed), DDS_RETCODE_OK);
     EXPECT_EQ(missed.total_count_change, 3);
@@ -316,6 +322,9 @@ TEST_F(WriterPathTest, OfferedDeadlinesAndLifespanFollowTheClock) {
     g_nowNs += 5'000'000'000;
     ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed), DDS_RETCODE_OK);
     EXPECT_EQ(missed.total_count, 4);
+    ASSERT_EQ(DDS_DataWriter_get_liveliness_lost_status(writer, &lost), DDS_RETCODE_OK);
+    EXPECT_EQ(lost.total_count, 2);
+    EXPECT_EQ(lost.total_count_change, 1);
     // Past their lifespan the kept samples are dropped.
     DDS_DataWriterCacheStatus cache{};
     ASSERT_EQ(DDS_DataWriter_get_datawriter_cache_status_ex(writer, &cache, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
@@ -381,7 +390,7 @@ TEST_F(WriterPathTest, AllocationFailuresAreCleanRefusals) {
     zeltest::LogCapture log;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     shapeOf("red", 1);
-    zeltest::forEachAllocationFailure([&](long) {
+    const long allocations = zeltest::forEachAllocationFailure([&](long) {
         DDS_DataWriter *writer = createWriter(shapes);
         if (writer != nullptr) {
             const DDS_ReturnCode_t result = DDS_DataWriter_write_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL);
@@ -393,6 +402,8 @@ TEST_F(WriterPathTest, AllocationFailuresAreCleanRefusals) {
             EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
         }
     });
+    // Creation, attachment, the instance and the kept sample all allocate.
+    EXPECT_GT(allocations, 6);
 }
 
 TEST_F(WriterPathTest, ConcurrentWritersWhileReadersComeAndGo) {
@@ -400,7 +411,6 @@ TEST_F(WriterPathTest, ConcurrentWritersWhileReadersComeAndGo) {
     qos.history.depth = 3;
     DDS_DataWriter *writer = createWriter(shapes);
     ASSERT_NE(writer, nullptr);
-    std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
     for (int t = 0; t < 3; ++t) {
         threads.emplace_back([&, t] {
@@ -423,7 +433,6 @@ TEST_F(WriterPathTest, ConcurrentWritersWhileReadersComeAndGo) {
     for (std::thread &thread : threads) {
         thread.join();
     }
-    stop = true;
     DDS_PublicationMatchedStatus matched{};
     ASSERT_EQ(DDS_DataWriter_get_publication_matched_status(writer, &matched), DDS_RETCODE_OK);
     EXPECT_EQ(matched.total_count, 20);
