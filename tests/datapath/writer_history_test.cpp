@@ -1,7 +1,6 @@
-// Writer data path: refusals, instance handles and history limits.
+// Writer history: what a volatile writer keeps, and max_samples bounding
+// the samples of all instances together.
 #include <gtest/gtest.h>
-
-#include <cstring>
 
 #include "datapath_types.h"
 #include "heap_check.h"
@@ -21,8 +20,7 @@ protected:
                                                                        nullptr, DDS_STATUS_MASK_NONE);
         ASSERT_NE(participant_, nullptr);
         ASSERT_EQ(dp_ShapeTypeSupport_register_type(participant_, "Shape"), DDS_RETCODE_OK);
-        ASSERT_EQ(dp_TickTypeSupport_register_type(participant_, "Tick"), DDS_RETCODE_OK);
-        publisher_ = DDS_DomainParticipant_create_publisher(participant_, &DDS_PUBLISHER_QOS_DEFAULT, nullptr,
+            publisher_ = DDS_DomainParticipant_create_publisher(participant_, &DDS_PUBLISHER_QOS_DEFAULT, nullptr,
                                                             DDS_STATUS_MASK_NONE);
         ASSERT_NE(publisher_, nullptr);
     }
@@ -72,62 +70,7 @@ protected:
     DDS_Publisher *publisher_ = nullptr;
 };
 
-bool sameHandle(const DDS_InstanceHandle_t &a, const DDS_InstanceHandle_t &b) {
-    return a.isValid == b.isValid && a.length == b.length && std::memcmp(a.value, b.value, a.length) == 0;
-}
-
-TEST_F(WriterTest, InstancesAreKnownByKeyAndRefusedWhenUnknownOrMismatched) {
-    DDS_DataWriter *w = writer("Shapes", "Shape");
-    ASSERT_NE(w, nullptr);
-    dp_Shape red = shape("RED", 1);
-    dp_Shape blue = shape("BLUE", 2);
-
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(w, nullptr, &DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(w, &red).isValid);
-    EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(w, &red, &DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(w, &red, &DDS_HANDLE_NIL),
-              DDS_RETCODE_BAD_PARAMETER);
-
-    const DDS_InstanceHandle_t redHandle = DDS_DataWriter_register_instance_untypedI(w, &red);
-    ASSERT_TRUE(redHandle.isValid);
-    EXPECT_TRUE(sameHandle(DDS_DataWriter_lookup_instance_untypedI(w, &red), redHandle));
-    // Another key under the red handle is refused; the right handle is accepted.
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(w, &blue, &redHandle), DDS_RETCODE_PRECONDITION_NOT_MET);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(w, &red, &redHandle), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(w, &blue, &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    const DDS_InstanceHandle_t blueHandle = DDS_DataWriter_lookup_instance_untypedI(w, &blue);
-    EXPECT_TRUE(blueHandle.isValid);
-    EXPECT_FALSE(sameHandle(blueHandle, redHandle));
-
-    dp_Shape holder{};
-    ASSERT_TRUE(dp_Shape_initialize(&holder));
-    EXPECT_EQ(DDS_DataWriter_get_key_value_untypedI(w, &holder, &redHandle), DDS_RETCODE_OK);
-    EXPECT_STREQ(holder.color, "RED");
-    EXPECT_EQ(DDS_DataWriter_get_key_value_untypedI(w, &holder, &DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
-
-    // Dispose by handle alone; unregistering forgets the instance.
-    EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(w, nullptr, &blueHandle), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(w, &red, &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(w, &red).isValid);
-    EXPECT_EQ(DDS_DataWriter_get_key_value_untypedI(w, &holder, &redHandle), DDS_RETCODE_BAD_PARAMETER);
-    dp_Shape_finalize(&holder);
-}
-
-TEST_F(WriterTest, KeylessWriterRefusesDisposeAndUnregister) {
-    DDS_DataWriter *w = writer("Ticks", "Tick");
-    ASSERT_NE(w, nullptr);
-    dp_Tick tick{};
-    tick.count = 7;
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(w, &tick, &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(w, &tick, &DDS_HANDLE_NIL), DDS_RETCODE_PRECONDITION_NOT_MET);
-    EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(w, &tick, &DDS_HANDLE_NIL),
-              DDS_RETCODE_PRECONDITION_NOT_MET);
-    // Typed wrappers check the type support's own name, not the registered one.
-    EXPECT_TRUE(DDS_DataWriter_compare_typeI(w, "dp::Tick"));
-    EXPECT_FALSE(DDS_DataWriter_compare_typeI(w, dp_ShapeTypeSupport_get_type_name()));
-}
-
-TEST_F(WriterTest, HistoryKeepsWhatDurabilityAndLimitsAllow) {
+TEST_F(WriterTest, VolatileKeepsNothingAndMaxSamplesBoundsAllInstances) {
     DDS_DataWriter *volatileWriter = writer("Volatile", "Shape");
     DDS_DataWriter *lastTwo = writer("LastTwo", "Shape", [](DDS_DataWriterQos *q) {
         q->durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
