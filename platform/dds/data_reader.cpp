@@ -1,7 +1,7 @@
 // Data readers: creation on a subscriber for a topic, QoS and deletion.
 #include <new>
 
-#include "data_path_private.h"
+#include "data_reader_private.h"
 #include "vurncore/heap.h"
 
 static void DDS_DataReader_freeI(DDS_DataReader *reader) {
@@ -14,6 +14,12 @@ static void DDS_DataReader_freeI(DDS_DataReader *reader) {
 DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
     DDS_DomainParticipant *participant = reader->entity.participant;
     auto *subscriber = reinterpret_cast<DDS_Subscriber *>(reader->entity.parent);
+    // Lent samples belong to the reader's cache record: refused until returned.
+    if (DDS_DataReader_hasLoansI(reader)) {
+        ZELLog_printContextAndMsg("DDS_Subscriber_delete_datareader", &ZEL_LOG_PRECONDITION_NOT_MET_s,
+                                  "outstanding loans");
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
     DDS_DomainParticipant_notifyMonitorI(participant, DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, &reader->entity,
                                          nullptr);
     // Unmatches are reported to the monitor from inside: no lock is held.
@@ -33,13 +39,6 @@ DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
     DDS_DataReader_freeI(reader);
     return DDS_RETCODE_OK;
 }
-
-// Interim: endpoints are not yet attached to the wire.
-DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *) {
-    return DDS_RETCODE_OK;
-}
-
-void DDS_DataReader_detachI(DDS_DataReader *) {}
 
 extern "C" {
 

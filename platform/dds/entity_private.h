@@ -183,6 +183,7 @@ struct DDS_DataReaderImpl {
     DDS_DataReaderQos qos;  /* [lock] */
     void *endpointData;     /* type plug-in endpoint data, owned by the data path */
     void *wireReader;       /* owned by the data path */
+    struct DDS_DataReaderPathI *path; /* the data path; set by attach, cleared by detach */
 };
 
 // ---- factory services ----

@@ -5,6 +5,7 @@
 
 #include "vurnc/dll.h"
 #include "vurnc/dds_entity.h"
+#include "vurncore/sequence.h"
 
 ZEL_EXTERN_C_BEGIN
 
@@ -59,6 +60,53 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_qos(DDS_DataReader *self, struct D
 /* IMMUTABLE_POLICY once enabled as for writers. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_set_qos(DDS_DataReader *self, const struct DDS_DataReaderQos *qos);
 VURNC_API void *DDS_DataReader_get_endpoint_dataI(const DDS_DataReader *self);
+
+/* Sample, view and instance states as masks (DDS_SampleInfo, its
+ * sequence and the mask types come with the data types). */
+#define DDS_READ_SAMPLE_STATE 1u
+#define DDS_NOT_READ_SAMPLE_STATE 2u
+#define DDS_ANY_SAMPLE_STATE 0xffffu
+#define DDS_NEW_VIEW_STATE 1u
+#define DDS_NOT_NEW_VIEW_STATE 2u
+#define DDS_ANY_VIEW_STATE 0xffffu
+#define DDS_ALIVE_INSTANCE_STATE 1u
+#define DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE 2u
+#define DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE 4u
+#define DDS_ANY_INSTANCE_STATE 0xffffu
+
+/* Reads (take false: the samples stay, marked read and their instances not
+ * new) or takes (removes) the samples in the given states, instances in
+ * order of first arrival, samples oldest first. `data` is a typed sequence:
+ * with maximum 0 and no buffer the reader lends its own samples, with
+ * `info_seq`, until return_loan; otherwise the samples are copied into its
+ * elements, at most its maximum. NO_DATA when nothing matches,
+ * PRECONDITION_NOT_MET when `data` and `info_seq` disagree, NOT_ENABLED
+ * for a reader that is not enabled. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_untypedI(DDS_DataReader *self, struct ZELSequence *data,
+                                                                struct DDS_SampleInfoSeq *info_seq,
+                                                                DDS_Long max_samples,
+                                                                DDS_SampleStateMask sample_states,
+                                                                DDS_ViewStateMask view_states,
+                                                                DDS_InstanceStateMask instance_states,
+                                                                DDS_Boolean take);
+/* Gives back the samples a read or take lent. PRECONDITION_NOT_MET when
+ * they were not lent by this reader. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_return_loan_untypedI(DDS_DataReader *self, struct ZELSequence *data,
+                                                               struct DDS_SampleInfoSeq *info_seq);
+/* The matched writers; `reset` true zeroes the *_change fields after the
+ * copy. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status_ex(
+        DDS_DataReader *self, struct DDS_SubscriptionMatchedStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status(
+        DDS_DataReader *self, struct DDS_SubscriptionMatchedStatus *status);
+/* Incompatible writers: their count and the last policy found wanting
+ * (the policies sequence stays empty). */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status_ex(
+        DDS_DataReader *self, struct DDS_RequestedIncompatibleQosStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status(
+        DDS_DataReader *self, struct DDS_RequestedIncompatibleQosStatus *status);
+/* True when the reader's registered type is called `type_name`. */
+VURNC_API DDS_Boolean DDS_DataReader_compare_typeI(const DDS_DataReader *self, const char *type_name);
 
 ZEL_EXTERN_C_END
 

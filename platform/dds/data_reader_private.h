@@ -1,0 +1,73 @@
+// A reader's data path: its cache of instances and samples, its matched
+// writers and its statuses. Private to vurnc.
+#ifndef VURNC_DATA_READER_PRIVATE_H
+#define VURNC_DATA_READER_PRIVATE_H
+
+#include <mutex>
+
+#include "data_path_private.h"
+#include "vurnc/dds_subscription.h"
+#include "vurncore/type_plugin.h"
+
+// A sample in the cache; `data` is a plug-in sample, or NULL for the
+// invalid-data sample that announces a dispose or unregistration.
+struct DDS_ReaderSampleI {
+    DDS_ReaderSampleI *next;  // oldest first within its instance
+    void *data;
+    bool read;
+    DDS_SampleInfo info;      // states are filled when handed out
+};
+
+struct DDS_ReaderInstanceI {
+    DDS_ReaderInstanceI *next;  // in order of first arrival
+    uint8_t keyHash[16];
+    DDS_UnsignedLong instanceState;
+    bool viewed;                // some sample was read or taken since it became alive
+    DDS_ReaderSampleI *oldest;
+    DDS_ReaderSampleI *newest;
+    DDS_Long sampleCount;
+    DDS_Long disposedGenerations;
+    DDS_Long noWritersGenerations;
+};
+
+// The record a loan keeps in the sequence's read token: the lent samples,
+// owned by the loan (taken ones moved, read ones copied) so that the cache
+// may drop its own while the application holds them.
+struct DDS_ReaderLoanI {
+    DDS_ReaderLoanI *next;
+    DDS_Long count;
+    void **buffer;                // the plug-in samples lent in `data`
+    DDS_SampleInfo *infos;        // lent in `info_seq`
+};
+
+struct DDS_DataReaderPathI {
+    std::mutex mutex;
+    DDS_DataReader *reader;                 // fixed
+    const PRESTypePlugin *plugin;           // the related topic's registered type, fixed
+    PRESTypePluginParticipantData participantData; // fixed
+    PRESTypePluginEndpointData endpointData;       // fixed
+    ZELWireReader *wireReader;              // fixed once created
+    bool keyed;                             // fixed
+    bool keepAll;                           // fixed
+    DDS_Long depth;                         // fixed
+    DDS_ReaderInstanceI *instances;         // [mutex] first-arrival order
+    DDS_ReaderInstanceI *lastInstance;      // [mutex]
+    DDS_Long sampleCount;                   // [mutex]
+    DDS_ReaderLoanI *loans;                 // [mutex] outstanding loans
+    DDS_SubscriptionMatchedStatus matched;  // [mutex]
+    DDS_RequestedIncompatibleQosStatus incompatible; // [mutex]; its policies stay empty
+    int64_t receivedCount;                  // [mutex] samples accepted into the cache
+};
+
+// Whether the reader has outstanding loans (its deletion is refused then).
+bool DDS_DataReader_hasLoansI(DDS_DataReader *reader);
+
+// ---- cache (reader_cache.cpp); all under the path's mutex ----
+// Stores what the wire delivered; the wire counts the outcome.
+ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZELWireSample *sample);
+// Frees a sample and its plug-in data.
+void DDS_ReaderCache_freeSampleI(DDS_DataReaderPathI *path, DDS_ReaderSampleI *sample);
+// Frees every instance and sample (at detach).
+void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path);
+
+#endif

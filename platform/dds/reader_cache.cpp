@@ -1,0 +1,140 @@
+// A reader's cache: instances in order of first arrival, each with its
+// samples oldest first, bounded by the history depth under KEEP_LAST.
+#include <cstring>
+
+#include "data_reader_private.h"
+#include "vurncore/cdr_stream.h"
+#include "vurncore/heap.h"
+
+static DDS_ReaderInstanceI *DDS_ReaderCache_findOrAddInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]) {
+    for (DDS_ReaderInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
+        if (std::memcmp(instance->keyHash, keyHash, 16) == 0) {
+            return instance;
+        }
+    }
+    auto *instance = static_cast<DDS_ReaderInstanceI *>(
+            ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderInstanceI), "DRIN"));
+    if (instance == nullptr) {
+        return nullptr;
+    }
+    *instance = DDS_ReaderInstanceI{};
+    std::memcpy(instance->keyHash, keyHash, 16);
+    instance->instanceState = DDS_ALIVE_INSTANCE_STATE;
+    if (path->lastInstance != nullptr) {
+        path->lastInstance->next = instance;
+    } else {
+        path->instances = instance;
+    }
+    path->lastInstance = instance;
+    return instance;
+}
+
+void DDS_ReaderCache_freeSampleI(DDS_DataReaderPathI *path, DDS_ReaderSampleI *sample) {
+    if (sample->data != nullptr) {
+        path->plugin->deleteSampleFnc(sample->data);
+    }
+    ZELOsapiHeap_freeStructure(sample);
+}
+
+// Deserializes the octets of a data sample (whole) or of a dispose or
+// unregistration (the key only); NULL when out of heap or malformed.
+static void *DDS_ReaderCache_deserializeI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
+    void *data = path->plugin->createSampleFnc();
+    if (data == nullptr) {
+        return nullptr;
+    }
+    ZELCdrStream stream{};
+    ZELCdrStream_init(&stream, const_cast<char *>(reinterpret_cast<const char *>(sample->data)), sample->size,
+                      ZEL_CDR_LITTLE_ENDIAN);
+    PRESTypePluginDeserializeFunction deserialize =
+            sample->kind == ZEL_WIRE_SAMPLE_DATA ? path->plugin->deserializeFnc : path->plugin->deserializeKeyFnc;
+    if (deserialize == nullptr || !deserialize(path->endpointData, data, &stream, DDS_BOOLEAN_TRUE,
+                                               DDS_BOOLEAN_TRUE, nullptr)) {
+        path->plugin->deleteSampleFnc(data);
+        return nullptr;
+    }
+    return data;
+}
+
+static void DDS_ReaderCache_appendI(DDS_DataReaderPathI *path, DDS_ReaderInstanceI *instance,
+                                    DDS_ReaderSampleI *sample) {
+    // KEEP_LAST: the instance's oldest sample makes room for the newest.
+    if (!path->keepAll && instance->sampleCount >= path->depth && instance->oldest != nullptr) {
+        DDS_ReaderSampleI *oldest = instance->oldest;
+        instance->oldest = oldest->next;
+        if (instance->oldest == nullptr) {
+            instance->newest = nullptr;
+        }
+        instance->sampleCount--;
+        path->sampleCount--;
+        DDS_ReaderCache_freeSampleI(path, oldest);
+    }
+    if (instance->newest != nullptr) {
+        instance->newest->next = sample;
+    } else {
+        instance->oldest = sample;
+    }
+    instance->newest = sample;
+    instance->sampleCount++;
+    path->sampleCount++;
+}
+
+ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
+    // A sample the reader cannot hold (out of heap, malformed) is rejected.
+    DDS_ReaderInstanceI *instance = DDS_ReaderCache_findOrAddInstanceI(path, sample->keyHash);
+    if (instance == nullptr) {
+        return ZEL_WIRE_DELIVERY_REJECTED;
+    }
+    auto *record = static_cast<DDS_ReaderSampleI *>(ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderSampleI), "DRSA"));
+    if (record == nullptr) {
+        return ZEL_WIRE_DELIVERY_REJECTED;
+    }
+    *record = DDS_ReaderSampleI{};
+    if (sample->kind == ZEL_WIRE_SAMPLE_DATA) {
+        record->data = DDS_ReaderCache_deserializeI(path, sample);
+        if (record->data == nullptr) {
+            ZELOsapiHeap_freeStructure(record);
+            return ZEL_WIRE_DELIVERY_REJECTED;
+        }
+        if (instance->instanceState != DDS_ALIVE_INSTANCE_STATE) {
+            // A new generation: the instance is alive and new again.
+            instance->instanceState = DDS_ALIVE_INSTANCE_STATE;
+            instance->viewed = false;
+        }
+    } else if (sample->kind == ZEL_WIRE_SAMPLE_DISPOSE) {
+        if (instance->instanceState == DDS_ALIVE_INSTANCE_STATE) {
+            instance->disposedGenerations++;
+        }
+        instance->instanceState = DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE;
+    } else {
+        if (instance->instanceState == DDS_ALIVE_INSTANCE_STATE) {
+            instance->noWritersGenerations++;
+        }
+        instance->instanceState = DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
+    }
+    record->info.valid_data = record->data != nullptr ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+    record->info.source_timestamp = DDS_Time_fromNtpI(&sample->sourceTimestamp);
+    record->info.reception_timestamp = DDS_Time_fromNtpI(&sample->receptionTimestamp);
+    record->info.instance_handle = DDS_InstanceHandle_fromKeyHashI(sample->keyHash);
+    record->info.publication_handle = DDS_InstanceHandle_fromWireGuidI(&sample->writerGuid);
+    record->info.disposed_generation_count = instance->disposedGenerations;
+    record->info.no_writers_generation_count = instance->noWritersGenerations;
+    DDS_ReaderCache_appendI(path, instance, record);
+    path->receivedCount++;
+    return ZEL_WIRE_DELIVERY_ACCEPTED;
+}
+
+void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path) {
+    while (path->instances != nullptr) {
+        DDS_ReaderInstanceI *instance = path->instances;
+        path->instances = instance->next;
+        while (instance->oldest != nullptr) {
+            DDS_ReaderSampleI *sample = instance->oldest;
+            instance->oldest = sample->next;
+            DDS_ReaderCache_freeSampleI(path, sample);
+        }
+        ZELOsapiHeap_freeStructure(instance);
+    }
+    path->lastInstance = nullptr;
+    path->sampleCount = 0;
+}
