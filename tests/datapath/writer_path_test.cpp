@@ -116,7 +116,7 @@ protected:
     }
 
     // A reader on the wire itself, transient-local when `durable`.
-    RawReader *addRawReader(const char *topicName, const char *typeName, bool durable) {
+    RawReader *addRawReader(const char *topicName, const char *typeName, bool durable, int32_t reliability = 0) {
         auto *raw = new RawReader;
         ZELWireEndpointParams params{};
         for (int word = 0; word < 3; ++word) {
@@ -127,6 +127,7 @@ protected:
         params.typeName = typeName;
         params.keyed = std::strcmp(topicName, "Shapes") == 0 ? ZEL_TRUE : ZEL_FALSE;
         params.qos.durabilityKind = durable ? 1 : 0;
+        params.qos.reliabilityKind = reliability;
         ZELNtpTime_fromNanoseconds(&params.qos.deadlinePeriod, UINT64_MAX);
         ZELNtpTime_fromNanoseconds(&params.qos.livelinessLeaseDuration, UINT64_MAX);
         ZELWireReaderListener listener{};
@@ -384,6 +385,27 @@ TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEvents) {
     const DDS_Long lose = DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER;
     std::lock_guard<std::mutex> guard(events.mutex);
     EXPECT_EQ(events.kinds, (std::vector<DDS_Long>{create, gain, create, gain, lose, remove, lose, remove}));
+}
+
+TEST_F(WriterPathTest, IncompatibleReadersCountByPolicyUntilReset) {
+    qos.reliability.kind = DDS_BEST_EFFORT_RELIABILITY_QOS;
+    DDS_DataWriter *writer = createWriter(shapes);
+    ASSERT_NE(writer, nullptr);
+    addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), false, 1);
+    addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), false, 1);
+    DDS_OfferedIncompatibleQosStatus status = DDS_OfferedIncompatibleQosStatus_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &status), DDS_RETCODE_OK);
+    EXPECT_EQ(status.total_count, 2);
+    EXPECT_EQ(status.total_count_change, 2);
+    EXPECT_EQ(status.last_policy_id, static_cast<DDS_QosPolicyId_t>(ZEL_WIRE_POLICY_ID_RELIABILITY));
+    ASSERT_EQ(DDS_QosPolicyCountSeq_get_length(&status.policies), 1);
+    EXPECT_EQ(DDS_QosPolicyCountSeq_get_reference(&status.policies, 0)->count, 2);
+    ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &status), DDS_RETCODE_OK);
+    EXPECT_EQ(status.total_count_change, 0);
+    DDS_PublicationMatchedStatus matched{};
+    ASSERT_EQ(DDS_DataWriter_get_publication_matched_status(writer, &matched), DDS_RETCODE_OK);
+    EXPECT_EQ(matched.total_count, 0);
+    DDS_OfferedIncompatibleQosStatus_finalize(&status);
 }
 
 TEST_F(WriterPathTest, AllocationFailuresAreCleanRefusals) {
