@@ -1,6 +1,7 @@
 // Spelling of IDL types in generated C and C++, shared by the generators.
 #pragma once
 
+#include <ostream>
 #include <string>
 
 #include "generator.h"
@@ -38,5 +39,10 @@ std::string outputBaseName(const SourceFile &file, const GeneratorOptions &optio
 
 // "API " or "" when no export macro was given.
 std::string exportPrefix(const GeneratorOptions &options);
+
+// The typed data writer and data reader of a type with a plug-in: their
+// declarations in the header and their definitions in the plug-in source.
+void writeTypedDeclarations(std::ostream &out, const Declaration &declaration, const GeneratorOptions &options);
+void writeTypedDefinitions(std::ostream &out, const Declaration &declaration);
 
 }  // namespace zelidl::gen

@@ -115,6 +115,7 @@ void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOption
             << "TypeSupport_register_type(DDS_DomainParticipant *participant, const char *type_name);\n";
         out << api << "DDS_ReturnCode_t " << f
             << "TypeSupport_unregister_type(DDS_DomainParticipant *participant, const char *type_name);\n";
+        gen::writeTypedDeclarations(out, d, options);
     }
 }
 
@@ -138,7 +139,9 @@ std::string generateHeader(const SourceFile &file, const GeneratorOptions &optio
     // files that have plug-ins depend on the DDS API.
     if (std::any_of(file.declarations.begin(), file.declarations.end(),
                     [&options](const Declaration *d) { return gen::hasPlugin(*d, options); })) {
-        out << "#include \"vurnc/dds_domain.h\"\n";
+        out << "#include \"vurnc/dds_domain.h\"\n"
+               "#include \"vurnc/dds_publication.h\"\n"
+               "#include \"vurnc/dds_subscription.h\"\n";
     }
     if (!options.exportHeader.empty()) {
         out << "#include \"" << options.exportHeader << "\"\n";

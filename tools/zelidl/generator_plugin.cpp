@@ -414,9 +414,174 @@ std::string generatePluginSource(const SourceFile &file, const GeneratorOptions 
         if (gen::hasPlugin(*d, options)) {
             writePluginRecordI(out, *d);
             writeRegistrationI(out, *d);
+            gen::writeTypedDefinitions(out, *d);
         }
     }
     return out.str();
 }
+
+
+// The typed data writer and data reader of each type with a plug-in: thin
+// wrappers that check their arguments and hand the sample to the untyped
+// data path. FooDataWriter and FooDataReader are never defined: a typed
+// pointer is the DDS entity pointer under another name.
+namespace gen {
+
+
+namespace {
+
+// The type name the plug-in registers by default, as a C expression.
+std::string typeNameExpressionI(const Declaration &d)
+{
+    return hasKeyOperations(d) ? d.flatName() + "TypeSupport_get_type_name()" : "\"" + d.scopedName() + "\"";
+}
+
+struct WriterOp {
+    const char *name;     // the typed operation's suffix
+    const char *untyped;  // the data path's operation
+    const char *extra;    // parameters after the sample
+    const char *args;     // their names
+    bool returnsHandle;
+};
+
+const WriterOp kWriterOps[] = {
+        {"write", "write_untyped_generalI", "const DDS_InstanceHandle_t *handle", "handle", false},
+        {"write_w_timestamp", "write_w_timestamp_untyped_generalI",
+         "const DDS_InstanceHandle_t *handle, const struct DDS_Time_t *source_timestamp", "handle, source_timestamp",
+         false},
+        {"write_w_params", "write_w_params_untyped_generalI", "struct DDS_WriteParams_t *params", "params", false},
+        {"dispose", "dispose_untyped_generalI", "const DDS_InstanceHandle_t *handle", "handle", false},
+        {"dispose_w_timestamp", "dispose_w_timestamp_untyped_generalI",
+         "const DDS_InstanceHandle_t *handle, const struct DDS_Time_t *source_timestamp", "handle, source_timestamp",
+         false},
+        {"dispose_w_params", "dispose_w_params_untyped_generalI", "struct DDS_WriteParams_t *params", "params", false},
+        {"register_instance", "register_instance_untypedI", "", "", true},
+        {"register_instance_w_timestamp", "register_instance_w_timestamp_untypedI",
+         "const struct DDS_Time_t *source_timestamp", "source_timestamp", true},
+        {"register_instance_w_params", "register_instance_w_params_untypedI", "struct DDS_WriteParams_t *params",
+         "params", true},
+        {"unregister_instance", "unregister_instance_untyped_generalI", "const DDS_InstanceHandle_t *handle", "handle",
+         false},
+        {"unregister_instance_w_timestamp", "unregister_instance_w_timestamp_untyped_generalI",
+         "const DDS_InstanceHandle_t *handle, const struct DDS_Time_t *source_timestamp", "handle, source_timestamp",
+         false},
+        {"unregister_instance_w_params", "unregister_instance_w_params_untyped_generalI",
+         "struct DDS_WriteParams_t *params", "params", false},
+};
+
+const char *const kReadParams =
+        "DDS_Long max_samples, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states, "
+        "DDS_InstanceStateMask instance_states";
+
+std::string writerSignatureI(const Declaration &d, const WriterOp &op)
+{
+    const std::string f = d.flatName();
+    std::string s = std::string(op.returnsHandle ? "DDS_InstanceHandle_t " : "DDS_ReturnCode_t ") + f +
+                    "DataWriter_" + op.name + "(" + f + "DataWriter *self, const " + f + " *instance_data";
+    if (op.extra[0] != '\0') {
+        s += std::string(", ") + op.extra;
+    }
+    return s + ")";
+}
+
+}  // namespace
+
+void writeTypedDeclarations(std::ostream &out, const Declaration &d, const GeneratorOptions &options)
+{
+    const std::string api = exportPrefix(options);
+    const std::string f = d.flatName();
+    const std::string w = f + "DataWriter";
+    const std::string r = f + "DataReader";
+    const std::string seq = d.sequenceName();
+    out << "typedef struct " << w << " " << w << ";\n";
+    out << "typedef struct " << r << " " << r << ";\n";
+    out << api << w << " *" << w << "_narrow(DDS_DataWriter *writer);\n";
+    out << api << "DDS_DataWriter *" << w << "_as_datawriter(" << w << " *writer);\n";
+    for (const WriterOp &op : kWriterOps) {
+        out << api << writerSignatureI(d, op) << ";\n";
+    }
+    out << api << "DDS_ReturnCode_t " << w << "_get_key_value(" << w << " *self, " << f
+        << " *key_holder, const DDS_InstanceHandle_t *handle);\n";
+    out << api << "DDS_InstanceHandle_t " << w << "_lookup_instance(" << w << " *self, const " << f
+        << " *key_holder);\n";
+    out << api << r << " *" << r << "_narrow(DDS_DataReader *reader);\n";
+    out << api << "DDS_DataReader *" << r << "_as_datareader(" << r << " *reader);\n";
+    for (const char *which : {"read", "take"}) {
+        out << api << "DDS_ReturnCode_t " << r << "_" << which << "(" << r << " *self, " << seq
+            << " *received_data, struct DDS_SampleInfoSeq *info_seq, " << kReadParams << ");\n";
+    }
+    out << api << "DDS_ReturnCode_t " << r << "_return_loan(" << r << " *self, " << seq
+        << " *received_data, struct DDS_SampleInfoSeq *info_seq);\n";
+}
+
+void writeTypedDefinitions(std::ostream &out, const Declaration &d)
+{
+    const std::string f = d.flatName();
+    const std::string w = f + "DataWriter";
+    const std::string r = f + "DataReader";
+    const std::string seq = d.sequenceName();
+    out << "\n" << w << " *" << w << "_narrow(DDS_DataWriter *writer)\n{\n"
+        << "    if (writer == nullptr) {\n"
+        << "        zelidlLogI(\"TDataWriter_narrow\", ZEL_LOG_BAD_PARAMETER_s, \"null writer\");\n"
+        << "        return nullptr;\n    }\n"
+        << "    if (!DDS_DataWriter_compare_typeI(writer, " << typeNameExpressionI(d) << ")) {\n"
+        << "        zelidlLogI(\"TDataWriter_narrow\", ZEL_LOG_BAD_PARAMETER_s, \"wrong type writer\");\n"
+        << "        return nullptr;\n    }\n"
+        << "    return reinterpret_cast<" << w << " *>(writer);\n}\n";
+    out << "\nDDS_DataWriter *" << w << "_as_datawriter(" << w << " *writer)\n{\n"
+        << "    if (writer == nullptr) {\n"
+        << "        zelidlLogI(\"TDataWriter_as_datawriter\", ZEL_LOG_BAD_PARAMETER_s, \"null writer\");\n"
+        << "        return nullptr;\n    }\n"
+        << "    return reinterpret_cast<DDS_DataWriter *>(writer);\n}\n";
+    for (const WriterOp &op : kWriterOps) {
+        out << "\n" << writerSignatureI(d, op) << "\n{\n"
+            << "    return DDS_DataWriter_" << op.untyped << "(reinterpret_cast<DDS_DataWriter *>(self), instance_data"
+            << (op.args[0] != '\0' ? ", " : "") << op.args << ");\n}\n";
+    }
+    out << "\nDDS_ReturnCode_t " << w << "_get_key_value(" << w << " *self, " << f
+        << " *key_holder, const DDS_InstanceHandle_t *handle)\n{\n"
+        << "    return DDS_DataWriter_get_key_value_untypedI(reinterpret_cast<DDS_DataWriter *>(self), key_holder, "
+           "handle);\n}\n";
+    out << "\nDDS_InstanceHandle_t " << w << "_lookup_instance(" << w << " *self, const " << f
+        << " *key_holder)\n{\n"
+        << "    return DDS_DataWriter_lookup_instance_untypedI(reinterpret_cast<DDS_DataWriter *>(self), "
+           "key_holder);\n}\n";
+
+    out << "\n" << r << " *" << r << "_narrow(DDS_DataReader *reader)\n{\n"
+        << "    if (reader == nullptr) {\n"
+        << "        zelidlLogI(\"TDataReader_narrow\", ZEL_LOG_BAD_PARAMETER_s, \"null reader\");\n"
+        << "        return nullptr;\n    }\n"
+        << "    if (!DDS_DataReader_compare_typeI(reader, " << typeNameExpressionI(d) << ")) {\n"
+        << "        zelidlLogI(\"TDataReader_narrow\", ZEL_LOG_BAD_PARAMETER_s, \"wrong type reader\");\n"
+        << "        return nullptr;\n    }\n"
+        << "    return reinterpret_cast<" << r << " *>(reader);\n}\n";
+    out << "\nDDS_DataReader *" << r << "_as_datareader(" << r << " *reader)\n{\n"
+        << "    if (reader == nullptr) {\n"
+        << "        zelidlLogI(\"TDataReader_as_datareader\", ZEL_LOG_BAD_PARAMETER_s, \"null reader\");\n"
+        << "        return nullptr;\n    }\n"
+        << "    return reinterpret_cast<DDS_DataReader *>(reader);\n}\n";
+    for (const char *which : {"read", "take"}) {
+        const std::string name = r + "_" + which;
+        out << "\nDDS_ReturnCode_t " << name << "(" << r << " *self, " << seq
+            << " *received_data, struct DDS_SampleInfoSeq *info_seq, " << kReadParams << ")\n{\n"
+            << "    if (received_data == nullptr) {\n"
+            << "        zelidlLogI(\"" << name << "\", ZEL_LOG_BAD_PARAMETER_s, \"received_data\");\n"
+            << "        return DDS_RETCODE_BAD_PARAMETER;\n    }\n"
+            << "    return DDS_DataReader_read_or_take_untypedI(reinterpret_cast<DDS_DataReader *>(self), "
+               "reinterpret_cast<ZELSequence *>(received_data), info_seq, max_samples, sample_states, view_states, "
+               "instance_states, "
+            << (std::string(which) == "take" ? "DDS_BOOLEAN_TRUE" : "DDS_BOOLEAN_FALSE") << ");\n}\n";
+    }
+    const std::string loan = r + "_return_loan";
+    out << "\nDDS_ReturnCode_t " << loan << "(" << r << " *self, " << seq
+        << " *received_data, struct DDS_SampleInfoSeq *info_seq)\n{\n"
+        << "    const DDS_ReturnCode_t result = DDS_DataReader_return_loan_untypedI(reinterpret_cast<DDS_DataReader "
+           "*>(self), reinterpret_cast<ZELSequence *>(received_data), info_seq);\n"
+        << "    if (result != DDS_RETCODE_OK) {\n"
+        << "        zelidlLogI(\"" << loan << "\", ZEL_LOG_ANY_FAILURE_s, \"unloan sequence\");\n    }\n"
+        << "    return result;\n}\n";
+}
+
+}  // namespace gen
 
 }  // namespace zelidl
