@@ -108,6 +108,9 @@ DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *reader) {
         }
         path->keepAll = reader->qos.history.kind == DDS_KEEP_ALL_HISTORY_QOS;
         path->depth = reader->qos.history.depth > 0 ? reader->qos.history.depth : 1;
+        path->maxSamples = reader->qos.resource_limits.max_samples;
+        path->maxInstances = reader->qos.resource_limits.max_instances;
+        path->maxSamplesPerInstance = reader->qos.resource_limits.max_samples_per_instance;
         wireQos = DDS_WireEndpointQos_fromReaderQosI(&reader->qos);
     }
     if (!DDS_DataReaderPath_attachPluginI(path)) {

@@ -50,9 +50,15 @@ struct DDS_DataReaderPathI {
     bool keyed;                             // fixed
     bool keepAll;                           // fixed
     DDS_Long depth;                         // fixed
+    DDS_Long maxSamples;                    // fixed; -1 unlimited
+    DDS_Long maxInstances;                  // fixed; -1 unlimited
+    DDS_Long maxSamplesPerInstance;         // fixed; -1 unlimited
     DDS_ReaderInstanceI *instances;         // [mutex] first-arrival order
     DDS_ReaderInstanceI *lastInstance;      // [mutex]
+    DDS_Long instanceCount;                 // [mutex]
     DDS_Long sampleCount;                   // [mutex]
+    DDS_Long sampleCountPeak;               // [mutex]
+    DDS_SampleRejectedStatus rejected;      // [mutex]
     DDS_ReaderLoanI *loans;                 // [mutex] outstanding loans
     DDS_SubscriptionMatchedStatus matched;  // [mutex]
     DDS_RequestedIncompatibleQosStatus incompatible; // [mutex]; its policies stay empty

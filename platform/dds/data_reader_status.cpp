@@ -63,6 +63,48 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status(
     return DDS_DataReader_get_requested_incompatible_qos_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status_ex(DDS_DataReader *self,
+                                                                       struct DDS_SampleRejectedStatus *status,
+                                                                       DDS_Boolean reset) {
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    DDS_DataReaderPathI *path =
+            DDS_DataReader_getPathI(self, status, "DDS_DataReader_get_sample_rejected_status", &result);
+    if (path == nullptr) {
+        return result;
+    }
+    std::lock_guard<std::mutex> guard(path->mutex);
+    *status = path->rejected;
+    if (reset) {
+        path->rejected.total_count_change = 0;
+    }
+    return DDS_RETCODE_OK;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataReader *self,
+                                                                    struct DDS_SampleRejectedStatus *status) {
+    return DDS_DataReader_get_sample_rejected_status_ex(self, status, DDS_BOOLEAN_TRUE);
+}
+
+// Samples held in the cache, invalid-data ones included; `reset` restarts
+// the peak from the current count.
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_DataReader *self,
+                                                                        struct DDS_DataReaderCacheStatus *status,
+                                                                        DDS_Boolean reset) {
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    DDS_DataReaderPathI *path =
+            DDS_DataReader_getPathI(self, status, "DDS_DataReader_get_datareader_cache_status", &result);
+    if (path == nullptr) {
+        return result;
+    }
+    std::lock_guard<std::mutex> guard(path->mutex);
+    status->sample_count = path->sampleCount;
+    status->sample_count_peak = path->sampleCountPeak;
+    if (reset) {
+        path->sampleCountPeak = path->sampleCount;
+    }
+    return DDS_RETCODE_OK;
+}
+
 VURNC_API DDS_Boolean DDS_DataReader_compare_typeI(const DDS_DataReader *self, const char *type_name) {
     if (self == nullptr || type_name == nullptr) {
         return DDS_BOOLEAN_FALSE;

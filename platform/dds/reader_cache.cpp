@@ -6,12 +6,16 @@
 #include "vurncore/cdr_stream.h"
 #include "vurncore/heap.h"
 
-static DDS_ReaderInstanceI *DDS_ReaderCache_findOrAddInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]) {
+static DDS_ReaderInstanceI *DDS_ReaderCache_findInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]) {
     for (DDS_ReaderInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
         if (std::memcmp(instance->keyHash, keyHash, 16) == 0) {
             return instance;
         }
     }
+    return nullptr;
+}
+
+static DDS_ReaderInstanceI *DDS_ReaderCache_addInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]) {
     auto *instance = static_cast<DDS_ReaderInstanceI *>(
             ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderInstanceI), "DRIN"));
     if (instance == nullptr) {
@@ -26,6 +30,7 @@ static DDS_ReaderInstanceI *DDS_ReaderCache_findOrAddInstanceI(DDS_DataReaderPat
         path->instances = instance;
     }
     path->lastInstance = instance;
+    path->instanceCount++;
     return instance;
 }
 
@@ -77,11 +82,47 @@ static void DDS_ReaderCache_appendI(DDS_DataReaderPathI *path, DDS_ReaderInstanc
     instance->newest = sample;
     instance->sampleCount++;
     path->sampleCount++;
+    if (path->sampleCount > path->sampleCountPeak) {
+        path->sampleCountPeak = path->sampleCount;
+    }
+}
+
+// The limit a sample for `instance` (NULL: a new one) would exceed, or
+// DDS_NOT_REJECTED. Under KEEP_LAST a full instance replaces its oldest
+// sample and grows no further.
+static DDS_SampleRejectedStatusKind DDS_ReaderCache_checkLimitsI(const DDS_DataReaderPathI *path,
+                                                                 const DDS_ReaderInstanceI *instance) {
+    if (instance == nullptr && path->maxInstances >= 0 && path->instanceCount >= path->maxInstances) {
+        return DDS_REJECTED_BY_INSTANCES_LIMIT;
+    }
+    DDS_Long held = instance != nullptr ? instance->sampleCount : 0;
+    if (!path->keepAll && held >= path->depth) {
+        return DDS_NOT_REJECTED;
+    }
+    if (path->maxSamplesPerInstance >= 0 && held >= path->maxSamplesPerInstance) {
+        return DDS_REJECTED_BY_SAMPLES_PER_INSTANCE_LIMIT;
+    }
+    if (path->maxSamples >= 0 && path->sampleCount >= path->maxSamples) {
+        return DDS_REJECTED_BY_SAMPLES_LIMIT;
+    }
+    return DDS_NOT_REJECTED;
 }
 
 ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
-    // A sample the reader cannot hold (out of heap, malformed) is rejected.
-    DDS_ReaderInstanceI *instance = DDS_ReaderCache_findOrAddInstanceI(path, sample->keyHash);
+    // A sample beyond the resource limits is rejected and counted; one the
+    // reader cannot hold (out of heap, malformed) is rejected all the same.
+    DDS_ReaderInstanceI *instance = DDS_ReaderCache_findInstanceI(path, sample->keyHash);
+    DDS_SampleRejectedStatusKind reason = DDS_ReaderCache_checkLimitsI(path, instance);
+    if (reason != DDS_NOT_REJECTED) {
+        path->rejected.total_count++;
+        path->rejected.total_count_change++;
+        path->rejected.last_reason = reason;
+        path->rejected.last_instance_handle = DDS_InstanceHandle_fromKeyHashI(sample->keyHash);
+        return ZEL_WIRE_DELIVERY_REJECTED;
+    }
+    if (instance == nullptr) {
+        instance = DDS_ReaderCache_addInstanceI(path, sample->keyHash);
+    }
     if (instance == nullptr) {
         return ZEL_WIRE_DELIVERY_REJECTED;
     }
@@ -136,5 +177,6 @@ void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path) {
         ZELOsapiHeap_freeStructure(instance);
     }
     path->lastInstance = nullptr;
+    path->instanceCount = 0;
     path->sampleCount = 0;
 }

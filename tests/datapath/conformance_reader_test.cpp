@@ -201,12 +201,52 @@ TEST_F(ReaderConformanceTest, MatchesCountUntilResetAndADisabledReaderRefuses) {
     EXPECT_EQ(matched.current_count_change, 0);
 }
 
+TEST_F(ReaderConformanceTest, ResourceLimitsRejectSamplesWithTheirReason) {
+    readerQos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
+    readerQos.resource_limits.max_samples = 3;
+    readerQos.resource_limits.max_instances = 2;
+    readerQos.resource_limits.max_samples_per_instance = 2;
+    DDS_DataReader *reader = createReader();
+    ASSERT_NE(reader, nullptr);
+    ASSERT_EQ(write("red", 1), DDS_RETCODE_OK);
+    ASSERT_EQ(write("red", 2), DDS_RETCODE_OK);
+    ASSERT_EQ(write("red", 3), DDS_RETCODE_OK);  // a full instance under KEEP_ALL
+    DDS_SampleRejectedStatus rejected{};
+    ASSERT_EQ(DDS_DataReader_get_sample_rejected_status_ex(reader, &rejected, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_EQ(rejected.total_count, 1);
+    EXPECT_EQ(rejected.last_reason, DDS_REJECTED_BY_SAMPLES_PER_INSTANCE_LIMIT);
+    ASSERT_EQ(write("blue", 4), DDS_RETCODE_OK);
+    ASSERT_EQ(write("blue", 5), DDS_RETCODE_OK);  // the reader's whole cache is full
+    ASSERT_EQ(write("green", 6), DDS_RETCODE_OK); // a third instance
+    ASSERT_EQ(DDS_DataReader_get_sample_rejected_status(reader, &rejected), DDS_RETCODE_OK);
+    EXPECT_EQ(rejected.total_count, 3);
+    EXPECT_EQ(rejected.total_count_change, 3);
+    EXPECT_EQ(rejected.last_reason, DDS_REJECTED_BY_INSTANCES_LIMIT);
+    ASSERT_EQ(DDS_DataReader_get_sample_rejected_status(reader, &rejected), DDS_RETCODE_OK);
+    EXPECT_EQ(rejected.total_count_change, 0);
+
+    // Taking makes room; the peak stays until a reset.
+    dp_ShapeSeq copies = ZEL_SEQUENCE_INITIALIZER;
+    DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_TRUE(dp_ShapeSeq_set_maximum(&copies, 2));
+    ASSERT_TRUE(DDS_SampleInfoSeq_set_maximum(&infos, 2));
+    ASSERT_EQ(takeAll(reader, &copies, &infos, DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
+    DDS_DataReaderCacheStatus cache{};
+    ASSERT_EQ(DDS_DataReader_get_datareader_cache_status_ex(reader, &cache, DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
+    EXPECT_EQ(cache.sample_count, 1);
+    EXPECT_EQ(cache.sample_count_peak, 3);
+    ASSERT_EQ(DDS_DataReader_get_datareader_cache_status_ex(reader, &cache, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    EXPECT_EQ(cache.sample_count_peak, 1);
+    dp_ShapeSeq_finalize(&copies);
+    DDS_SampleInfoSeq_finalize(&infos);
+}
+
 TEST_F(ReaderConformanceTest, AllocationFailuresRefuseCleanly) {
     zeltest::LogCapture logs;
     // The fixture's writer would keep a history across attempts: each attempt has its own.
     ASSERT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
     writer = nullptr;
-    zeltest::forEachAllocationFailure([&](long) {
+    long allocations = zeltest::forEachAllocationFailure([&](long) {
         writer = DDS_Publisher_create_datawriter(publisher, shapes, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
         DDS_DataReader *reader = createReader();
         if (writer != nullptr && reader != nullptr && write("red", 1) == DDS_RETCODE_OK &&
@@ -227,6 +267,8 @@ TEST_F(ReaderConformanceTest, AllocationFailuresRefuseCleanly) {
         }
         writer = nullptr;
     });
+    // Creation, enabling, delivery and the loan all allocate: each failure was met.
+    EXPECT_GT(allocations, 20);
 }
 
 } // namespace

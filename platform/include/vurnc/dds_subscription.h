@@ -105,6 +105,16 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status_
         DDS_DataReader *self, struct DDS_RequestedIncompatibleQosStatus *status, DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status(
         DDS_DataReader *self, struct DDS_RequestedIncompatibleQosStatus *status);
+/* Samples refused by the resource limits: count, last reason and instance. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status_ex(DDS_DataReader *self,
+                                                                       struct DDS_SampleRejectedStatus *status,
+                                                                       DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataReader *self,
+                                                                    struct DDS_SampleRejectedStatus *status);
+/* Samples in the cache and their peak; `reset` restarts the peak. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_DataReader *self,
+                                                                        struct DDS_DataReaderCacheStatus *status,
+                                                                        DDS_Boolean reset);
 /* True when the reader's registered type is called `type_name`. */
 VURNC_API DDS_Boolean DDS_DataReader_compare_typeI(const DDS_DataReader *self, const char *type_name);
 
