@@ -49,6 +49,13 @@ const char *const kTopicTypeOnly[] = {
     "Plugin_instance_to_key", "Plugin_key_to_instance", "Plugin_instance_to_keyhash",
     "Plugin_serialized_sample_to_keyhash", "Plugin_new", "Plugin_delete", "TypeSupport_get_type_name",
     "TypeSupport_register_type", "TypeSupport_unregister_type",
+    "DataWriter_narrow", "DataWriter_as_datawriter", "DataWriter_write", "DataWriter_write_w_timestamp",
+    "DataWriter_write_w_params", "DataWriter_dispose", "DataWriter_dispose_w_timestamp",
+    "DataWriter_dispose_w_params", "DataWriter_register_instance", "DataWriter_register_instance_w_timestamp",
+    "DataWriter_register_instance_w_params", "DataWriter_unregister_instance",
+    "DataWriter_unregister_instance_w_timestamp", "DataWriter_unregister_instance_w_params",
+    "DataWriter_get_key_value", "DataWriter_lookup_instance", "DataReader_narrow", "DataReader_as_datareader",
+    "DataReader_read", "DataReader_take", "DataReader_return_loan",
 };
 
 class ExportedFamilyTest : public ::testing::Test {
@@ -85,6 +92,8 @@ TEST_F(ExportedFamilyTest, EveryTypeExportsItsFamilyAndTopicTypesTheirKeysAndPlu
         const bool isTopicType = std::find(keyed.begin(), keyed.end(), type) != keyed.end();
         if (!isTopicType) {
             EXPECT_EQ(symbol(type + "Plugin_serialize_key"), nullptr) << type << " has no key operations";
+            EXPECT_EQ(symbol(type + "DataWriter_narrow") != nullptr, type == "DDSMonitoring_DomainParticipantFactoryQos")
+                    << type << ": only types with a plug-in get typed writers";
             EXPECT_EQ(symbol(type + "Plugin_new") != nullptr, type == "DDSMonitoring_DomainParticipantFactoryQos")
                     << type << ": only the factory QoS has a plug-in besides the topic types";
         }
@@ -101,7 +110,8 @@ TEST_F(ExportedFamilyTest, EveryTypeExportsItsFamilyAndTopicTypesTheirKeysAndPlu
         scoped.replace(0, std::string("zel_dds_monitoring_").size(), "zel::dds::monitoring::");
         EXPECT_EQ(typeName(), scoped);
     }
-    for (const char *operation : {"Plugin_delete", "TypeSupport_register_type", "TypeSupport_unregister_type"}) {
+    for (const char *operation : {"Plugin_delete", "TypeSupport_register_type", "TypeSupport_unregister_type",
+                                  "DataWriter_write", "DataReader_take"}) {
         EXPECT_NE(symbol(std::string("DDSMonitoring_DomainParticipantFactoryQos") + operation), nullptr) << operation;
     }
 }
