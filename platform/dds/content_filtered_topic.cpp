@@ -1,14 +1,19 @@
 // Content-filtered topics: a name, a related topic of the same participant,
-// a filter expression and its parameters. The data path compiles and
-// evaluates the filter; this layer keeps what it is given.
+// a filter expression and its parameters. The filter is compiled at
+// creation against the related topic's type and rebound when the parameters
+// change; readers of the topic evaluate it.
 #include <cstring>
 #include <new>
 
+#include "content_filter.h"
 #include "entity_private.h"
 #include "vurncore/dds_string.h"
 #include "vurncore/heap.h"
 
 static void DDS_ContentFilteredTopic_freeI(DDS_ContentFilteredTopic *topic) {
+    if (topic->filter != nullptr) {
+        ZELContentFilter_delete(topic->filter);
+    }
     DDS_StringSeq_finalize(&topic->parameters);
     DDS_String_free(topic->filterExpression);
     DDS_String_free(topic->description.typeName);
@@ -30,6 +35,11 @@ void DDS_TopicDescription_addReaderI(DDS_TopicDescription *description, DDS_Long
     } else {
         DDS_ContentFilteredTopic_narrow(description)->readerCount += delta;
     }
+}
+
+bool DDS_ContentFilteredTopic_evaluateI(DDS_ContentFilteredTopic *topic, const void *sample) {
+    std::lock_guard<std::mutex> guard(topic->filterMutex);
+    return ZELContentFilter_evaluate(topic->filter, sample) != DDS_BOOLEAN_FALSE;
 }
 
 DDS_ReturnCode_t DDS_ContentFilteredTopic_deleteI(DDS_ContentFilteredTopic *topic) {
@@ -82,6 +92,21 @@ VURNC_API DDS_ContentFilteredTopic *DDS_DomainParticipant_create_contentfiltered
         topic->filterExpression == nullptr || !DDS_StringSeq_initialize(&topic->parameters) ||
         (expressionParameters != nullptr && DDS_StringSeq_copy(&topic->parameters, expressionParameters) == nullptr)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "content-filtered topic");
+        DDS_ContentFilteredTopic_freeI(topic);
+        return nullptr;
+    }
+    // Filters read samples in place: a type without a sample description cannot have one.
+    const ZELCdrTypeDesc *typeDesc = relatedTopic->type->plugin.typeDesc;
+    if (typeDesc == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s,
+                                  "related type has no sample description to filter");
+        DDS_ContentFilteredTopic_freeI(topic);
+        return nullptr;
+    }
+    ZELContentFilterError error{};
+    topic->filter = ZELContentFilter_compile(typeDesc, filterExpression, &topic->parameters, &error);
+    if (topic->filter == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, error.message);
         DDS_ContentFilteredTopic_freeI(topic);
         return nullptr;
     }
@@ -147,8 +172,9 @@ VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_get_expression_parameters(co
 
 VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(
         DDS_ContentFilteredTopic *self, const struct DDS_StringSeq *parameters) {
+    const char *const context = "DDS_ContentFilteredTopic_set_expression_parameters";
     if (self == nullptr || parameters == nullptr) {
-        ZELLog_printContextAndMsg("DDS_ContentFilteredTopic_set_expression_parameters", &ZEL_LOG_BAD_PARAMETER_s,
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s,
                                   self == nullptr ? "self" : "parameters");
         return DDS_RETCODE_BAD_PARAMETER;
     }
@@ -156,9 +182,23 @@ VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(
     if (!guard.held()) {
         return guard.result();
     }
-    // The sequence copy swaps the new texts in only once all are copied.
-    return DDS_StringSeq_copy(&self->parameters, parameters) != nullptr ? DDS_RETCODE_OK
-                                                                        : DDS_RETCODE_OUT_OF_RESOURCES;
+    // The filter is rebound first: on failure it keeps its previous binding
+    // and the stored parameters stay as they were.
+    ZELContentFilterError error{};
+    {
+        std::lock_guard<std::mutex> filterGuard(self->filterMutex);
+        if (!ZELContentFilter_setParameters(self->filter, parameters, &error)) {
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, error.message);
+            return DDS_RETCODE_BAD_PARAMETER;
+        }
+    }
+    // The sequence copy swaps the new texts in only once all are copied; on
+    // failure the filter is bound to the parameters it was given anyway.
+    if (DDS_StringSeq_copy(&self->parameters, parameters) == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "copy parameters");
+        return DDS_RETCODE_OUT_OF_RESOURCES;
+    }
+    return DDS_RETCODE_OK;
 }
 
 } // extern "C"

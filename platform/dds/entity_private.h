@@ -17,6 +17,7 @@
 #define VURNC_ENTITY_PRIVATE_H
 
 #include <atomic>
+#include <mutex>
 
 #include "vurnc/dds_c.h"
 #include "vurncore/log.h"
@@ -151,7 +152,8 @@ struct DDS_ContentFilteredTopicImpl {
     char *filterExpression;         /* fixed at creation */
     DDS_StringSeq parameters;       /* [participant lock] */
     DDS_Long readerCount;           /* [participant lock] */
-    void *filter;                   /* the compiled filter, owned by the data path */
+    struct ZELContentFilter *filter; /* compiled at creation against the related type [filterMutex] */
+    std::mutex filterMutex;         /* leaf lock: readers evaluate while parameters may be rebound */
 };
 
 struct DDS_PublisherImpl {
@@ -241,6 +243,9 @@ bool DDS_Entity_autoenablesI(DDS_EntityImpl *entity);
 // Each takes the participant lock itself; the precondition is checked.
 DDS_ReturnCode_t DDS_Topic_deleteI(DDS_Topic *topic, bool ignoreFinds);
 DDS_ReturnCode_t DDS_ContentFilteredTopic_deleteI(DDS_ContentFilteredTopic *topic);
+// Whether a sample of the related type passes the topic's filter; takes
+// only the topic's leaf filter lock, so a reader may call it under its own.
+bool DDS_ContentFilteredTopic_evaluateI(DDS_ContentFilteredTopic *topic, const void *sample);
 DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer);
 DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader);
 
