@@ -67,6 +67,7 @@ static void DDS_DataReaderPath_onUnmatchedI(void *context, const ZELWireMatchInf
         std::lock_guard<std::mutex> guard(path->mutex);
         path->matched.current_count--;
         path->matched.current_count_change--;
+        DDS_ReaderCache_forgetWriterI(path, &match->remoteGuid);
     }
     DDS_EntityImpl *entity = &path->reader->entity;
     DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER,

@@ -30,6 +30,14 @@ struct DDS_ReaderInstanceI {
     DDS_Long noWritersGenerations;
 };
 
+// What the reader remembers of a writer that sent it samples: the last
+// sequence number, to recognize duplicates and gaps.
+struct DDS_ReaderRemoteWriterI {
+    DDS_ReaderRemoteWriterI *next;
+    ZELWireGuid guid;
+    int64_t lastSequenceNumber;
+};
+
 // The record a loan keeps in the sequence's read token: the lent samples,
 // owned by the loan (taken ones moved, read ones copied) so that the cache
 // may drop its own while the application holds them.
@@ -59,6 +67,9 @@ struct DDS_DataReaderPathI {
     DDS_Long sampleCount;                   // [mutex]
     DDS_Long sampleCountPeak;               // [mutex]
     DDS_SampleRejectedStatus rejected;      // [mutex]
+    DDS_SampleLostStatus lost;              // [mutex]
+    DDS_ReaderRemoteWriterI *remoteWriters; // [mutex] those that sent samples, until unmatched
+    int64_t duplicateCount;                 // [mutex]
     DDS_ReaderLoanI *loans;                 // [mutex] outstanding loans
     DDS_SubscriptionMatchedStatus matched;  // [mutex]
     DDS_RequestedIncompatibleQosStatus incompatible; // [mutex]; its policies stay empty
@@ -73,6 +84,8 @@ bool DDS_DataReader_hasLoansI(DDS_DataReader *reader);
 ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZELWireSample *sample);
 // Frees a sample and its plug-in data.
 void DDS_ReaderCache_freeSampleI(DDS_DataReaderPathI *path, DDS_ReaderSampleI *sample);
+// Forgets what the cache knew of an unmatched writer's sequence numbers.
+void DDS_ReaderCache_forgetWriterI(DDS_DataReaderPathI *path, const ZELWireGuid *guid);
 // Frees every instance and sample (at detach).
 void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path);
 

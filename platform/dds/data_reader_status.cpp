@@ -85,6 +85,28 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataRea
     return DDS_DataReader_get_sample_rejected_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
+// Samples missing from a writer's sequence of sequence numbers.
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status_ex(DDS_DataReader *self,
+                                                                   struct DDS_SampleLostStatus *status,
+                                                                   DDS_Boolean reset) {
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    DDS_DataReaderPathI *path = DDS_DataReader_getPathI(self, status, "DDS_DataReader_get_sample_lost_status", &result);
+    if (path == nullptr) {
+        return result;
+    }
+    std::lock_guard<std::mutex> guard(path->mutex);
+    *status = path->lost;
+    if (reset) {
+        path->lost.total_count_change = 0;
+    }
+    return DDS_RETCODE_OK;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status(DDS_DataReader *self,
+                                                                struct DDS_SampleLostStatus *status) {
+    return DDS_DataReader_get_sample_lost_status_ex(self, status, DDS_BOOLEAN_TRUE);
+}
+
 // Samples held in the cache, invalid-data ones included; `reset` restarts
 // the peak from the current count.
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_DataReader *self,

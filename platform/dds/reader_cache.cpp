@@ -108,7 +108,55 @@ static DDS_SampleRejectedStatusKind DDS_ReaderCache_checkLimitsI(const DDS_DataR
     return DDS_NOT_REJECTED;
 }
 
+// Whether the sample repeats one already received from its writer. A gap
+// in a writer's sequence numbers counts its missing samples as lost (a
+// best-effort writer's samples the wire dropped, or samples the writer
+// sent while this reader was not matched to it after a first sample). A
+// writer the reader cannot remember (out of heap) is not checked.
+static bool DDS_ReaderCache_isDuplicateI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
+    DDS_ReaderRemoteWriterI *remote = path->remoteWriters;
+    while (remote != nullptr && std::memcmp(&remote->guid, &sample->writerGuid, sizeof(ZELWireGuid)) != 0) {
+        remote = remote->next;
+    }
+    if (remote == nullptr) {
+        remote = static_cast<DDS_ReaderRemoteWriterI *>(
+                ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderRemoteWriterI), "DRRW"));
+        if (remote == nullptr) {
+            return false;
+        }
+        *remote = DDS_ReaderRemoteWriterI{path->remoteWriters, sample->writerGuid, sample->sequenceNumber};
+        path->remoteWriters = remote;
+        return false;
+    }
+    if (sample->sequenceNumber <= remote->lastSequenceNumber) {
+        return true;
+    }
+    int64_t missing = sample->sequenceNumber - remote->lastSequenceNumber - 1;
+    if (missing > 0) {
+        path->lost.total_count += static_cast<DDS_Long>(missing);
+        path->lost.total_count_change += static_cast<DDS_Long>(missing);
+        path->lost.last_reason = DDS_LOST_BY_WRITER;
+    }
+    remote->lastSequenceNumber = sample->sequenceNumber;
+    return false;
+}
+
+void DDS_ReaderCache_forgetWriterI(DDS_DataReaderPathI *path, const ZELWireGuid *guid) {
+    for (DDS_ReaderRemoteWriterI **link = &path->remoteWriters; *link != nullptr; link = &(*link)->next) {
+        if (std::memcmp(&(*link)->guid, guid, sizeof(ZELWireGuid)) == 0) {
+            DDS_ReaderRemoteWriterI *remote = *link;
+            *link = remote->next;
+            ZELOsapiHeap_freeStructure(remote);
+            return;
+        }
+    }
+}
+
 ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
+    if (DDS_ReaderCache_isDuplicateI(path, sample)) {
+        path->duplicateCount++;
+        return ZEL_WIRE_DELIVERY_DUPLICATE;
+    }
     // A sample beyond the resource limits is rejected and counted; one the
     // reader cannot hold (out of heap, malformed) is rejected all the same.
     DDS_ReaderInstanceI *instance = DDS_ReaderCache_findInstanceI(path, sample->keyHash);
@@ -166,6 +214,11 @@ ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZE
 }
 
 void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path) {
+    while (path->remoteWriters != nullptr) {
+        DDS_ReaderRemoteWriterI *remote = path->remoteWriters;
+        path->remoteWriters = remote->next;
+        ZELOsapiHeap_freeStructure(remote);
+    }
     while (path->instances != nullptr) {
         DDS_ReaderInstanceI *instance = path->instances;
         path->instances = instance->next;

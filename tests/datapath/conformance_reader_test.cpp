@@ -7,11 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include "data_path_private.h"
+#include "data_reader_private.h"
 #include "datapath_types.h"
 #include "heap_check.h"
 #include "log_capture.h"
 #include "vurnc/dds_publication.h"
+#include "vurncore/clock.h"
 #include "vurnc/dds_subscription.h"
 
 namespace {
@@ -239,6 +240,54 @@ TEST_F(ReaderConformanceTest, ResourceLimitsRejectSamplesWithTheirReason) {
     EXPECT_EQ(cache.sample_count_peak, 1);
     dp_ShapeSeq_finalize(&copies);
     DDS_SampleInfoSeq_finalize(&infos);
+}
+
+TEST_F(ReaderConformanceTest, RepeatedSequenceNumbersAreDuplicatesAndGapsAreLost) {
+    DDS_DataReader *reader = createReader();
+    ASSERT_NE(reader, nullptr);
+    // A writer on the wire itself, whose sequence numbers the test chooses.
+    ZELWireEndpointParams params{};
+    for (int word = 0; word < 3; ++word) {
+        params.guid.value[word] = static_cast<uint32_t>(participant->entity.key.value[word]);
+    }
+    params.guid.value[3] = 0x00fe0002u;
+    params.topicName = "Shapes";
+    params.typeName = dp_ShapeTypeSupport_get_type_name();
+    params.keyed = ZEL_TRUE;
+    ZELNtpTime_fromNanoseconds(&params.qos.deadlinePeriod, UINT64_MAX);
+    ZELNtpTime_fromNanoseconds(&params.qos.livelinessLeaseDuration, UINT64_MAX);
+    ZELWireWriterListener listener{};
+    const ZELWireOps *ops = DDS_Entity_getWireI(&participant->entity)->ops;
+    ZELWireWriter *raw = ops->createWriter(participant->wireParticipant, &params, &listener);
+    ASSERT_NE(raw, nullptr);
+    // The octets are no sample: the first delivery is rejected, yet counts
+    // for its writer's sequence.
+    const uint8_t junk[4] = {0xff, 0xff, 0xff, 0xff};
+    ZELWireSample sample{};
+    sample.data = junk;
+    sample.size = sizeof(junk);
+    ZELNtpTime_fromNanoseconds(&sample.lifespan, UINT64_MAX);
+    for (int64_t sequenceNumber : {1, 1, 4}) {
+        sample.sequenceNumber = sequenceNumber;
+        ASSERT_TRUE(ops->write(raw, &sample));
+    }
+    ZELWireCounters counters{};
+    ops->getReaderCounters(static_cast<ZELWireReader *>(reader->wireReader), &counters);
+    EXPECT_EQ(counters.sampleCount, 3);
+    EXPECT_EQ(counters.duplicateSampleCount, 1);
+    DDS_SampleLostStatus lost{};
+    ASSERT_EQ(DDS_DataReader_get_sample_lost_status(reader, &lost), DDS_RETCODE_OK);
+    EXPECT_EQ(lost.total_count, 2);
+    EXPECT_EQ(lost.last_reason, DDS_LOST_BY_WRITER);
+    // Unmatched and matched again, a writer starts a new sequence.
+    ops->deleteWriter(raw);
+    raw = ops->createWriter(participant->wireParticipant, &params, &listener);
+    ASSERT_NE(raw, nullptr);
+    sample.sequenceNumber = 1;
+    ASSERT_TRUE(ops->write(raw, &sample));
+    ops->getReaderCounters(static_cast<ZELWireReader *>(reader->wireReader), &counters);
+    EXPECT_EQ(counters.duplicateSampleCount, 1);
+    ops->deleteWriter(raw);
 }
 
 TEST_F(ReaderConformanceTest, AllocationFailuresRefuseCleanly) {

@@ -111,6 +111,13 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status_ex(DDS_Data
                                                                        DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataReader *self,
                                                                     struct DDS_SampleRejectedStatus *status);
+/* Samples missing from a writer's sequence numbers (a gap counts each
+ * missing number once). */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status_ex(DDS_DataReader *self,
+                                                                   struct DDS_SampleLostStatus *status,
+                                                                   DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status(DDS_DataReader *self,
+                                                                struct DDS_SampleLostStatus *status);
 /* Samples in the cache and their peak; `reset` restarts the peak. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_DataReader *self,
                                                                         struct DDS_DataReaderCacheStatus *status,
