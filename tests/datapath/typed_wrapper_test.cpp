@@ -112,4 +112,28 @@ TEST_F(TypedWrapperTest, KeyedSamplesTravelThroughTypedWriterAndLentReaderSample
     dp_Shape_finalize(&shape);
 }
 
+TEST_F(TypedWrapperTest, InstanceLifecycleByKeyThroughTypedWriter)
+{
+    dp_ShapeDataWriter *typedWriter = dp_ShapeDataWriter_narrow(writer);
+    ASSERT_NE(typedWriter, nullptr);
+    dp_Shape shape{};
+    dp_Shape key{};
+    ASSERT_TRUE(dp_Shape_initialize(&shape) && dp_Shape_initialize(&key));
+    std::snprintf(shape.color, 33, "%s", "cyan");
+    const DDS_Time_t when = {5, 0};
+    const DDS_InstanceHandle_t handle = dp_ShapeDataWriter_register_instance_w_timestamp(typedWriter, &shape, &when);
+    ASSERT_TRUE(handle.isValid);
+    EXPECT_EQ(dp_ShapeDataWriter_write_w_timestamp(typedWriter, &shape, &handle, &when), DDS_RETCODE_OK);
+    // The key comes back from the handle alone.
+    ASSERT_EQ(dp_ShapeDataWriter_get_key_value(typedWriter, &key, &handle), DDS_RETCODE_OK);
+    EXPECT_STREQ(key.color, "cyan");
+    EXPECT_EQ(dp_ShapeDataWriter_dispose_w_timestamp(typedWriter, &shape, &handle, &when), DDS_RETCODE_OK);
+    EXPECT_EQ(dp_ShapeDataWriter_unregister_instance(typedWriter, &shape, &handle), DDS_RETCODE_OK);
+    // Unregistered: the writer no longer knows the instance.
+    EXPECT_FALSE(dp_ShapeDataWriter_lookup_instance(typedWriter, &shape).isValid);
+    EXPECT_EQ(dp_ShapeDataWriter_unregister_instance(typedWriter, &shape, &handle), DDS_RETCODE_BAD_PARAMETER);
+    dp_Shape_finalize(&key);
+    dp_Shape_finalize(&shape);
+}
+
 }  // namespace
