@@ -29,6 +29,9 @@ static void DDS_DataReaderPath_deleteI(DDS_DataReaderPathI *path) {
 
 static bool DDS_DataReaderPath_attachPluginI(DDS_DataReaderPathI *path) {
     const PRESTypePlugin *plugin = path->plugin;
+    if (plugin->createSampleFnc == nullptr && plugin->onEndpointAttachedFnc == nullptr) {
+        return true;  // a plug-in that cannot make samples: matches, but every sample is rejected
+    }
     path->participantData = plugin->onParticipantAttachedFnc != nullptr
                                     ? plugin->onParticipantAttachedFnc(plugin)
                                     : PRESTypePluginDefaultParticipantData_new(plugin);

@@ -44,6 +44,9 @@ void DDS_ReaderCache_freeSampleI(DDS_DataReaderPathI *path, DDS_ReaderSampleI *s
 // Deserializes the octets of a data sample (whole) or of a dispose or
 // unregistration (the key only); NULL when out of heap or malformed.
 static void *DDS_ReaderCache_deserializeI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
+    if (path->plugin->createSampleFnc == nullptr) {
+        return nullptr;  // a plug-in that cannot make samples: its readers reject every sample
+    }
     void *data = path->plugin->createSampleFnc();
     if (data == nullptr) {
         return nullptr;
