@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "entity_set.h"
+#include "entity_statistics.h"
 #include "log/monitor_log_macros.h"
 #include "monitor_publisher.h"
 #include "vurncore/dds_string.h"
@@ -39,8 +40,7 @@ bool ZELDefaultMonitorPublisher_completeAttachI(ZELDefaultMonitorPublisher *self
     object->skipReaderProperties = settings.skipReaderProperties;
     object->skipMonitorEntities = settings.skipMonitorEntities;
     object->resetStatusChangeCounts = settings.resetStatusChangeCounts;
-    object->statisticsState[0] = 0u;
-    object->statisticsState[1] = 0u;
+    object->previousCpuReading = ZELDefaultMonitorCpuReading{};
 
     if (self->factory == nullptr) {
         ZELMonitorLog_errorWithContext(context, ZEL_LOG_CREATION_FAILURE_s, "factory");
@@ -175,6 +175,12 @@ ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onDomainParticipantDe
     // Disposing the participant's description and statistics comes here,
     // for a started set, with the description and statistics publishing.
     ZELDefaultMonitorEntitySet *set = participantObject->entities;
+    if (set != nullptr && ZELDefaultMonitorEntitySet_isStarted(set) &&
+        !ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(
+                participantObject, participantObject->participant, DDS_BOOLEAN_TRUE)) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "dispose participant stats");
+        return ZEL_MONITOR_RESULT_FAILURE;
+    }
     if (set != nullptr && publisher->sharedEntities == nullptr) {
         if (!ZELDefaultMonitorPublisher_stopThreadAndDeleteEntitiesI(participantObject->participant, set)) {
             ZELMonitorLog_error(ZEL_LOG_DESTRUCTION_FAILURE_s, "entities");

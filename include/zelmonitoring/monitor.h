@@ -28,6 +28,15 @@ struct ZELDefaultMonitorVersion {
 
 struct ZELDefaultMonitorPublisher;
 struct ZELDefaultMonitorParticipantObject;
+
+/* The process's CPU time, user and kernel, each as seconds and a 32-bit
+ * binary fraction of a second. */
+struct ZELDefaultMonitorCpuReading {
+    uint32_t userSec;
+    uint32_t userFraction;
+    uint32_t kernelSec;
+    uint32_t kernelFraction;
+};
 /* The publisher, topics, writers and publishing thread that the plug-in
  * publishes through; private to the plug-in. */
 struct ZELDefaultMonitorEntitySet;
@@ -85,7 +94,10 @@ struct ZELDefaultMonitorParticipantObject {
     DDS_Boolean getProcessStatistics;
     DDS_Boolean skipMonitorEntities;
     DDS_Boolean resetStatusChangeCounts;
-    uint64_t statisticsState[2]; /* the statistics cycle's own */
+    /* The reading of the previous participant statistics sample, so that
+     * each sample reports the CPU time since the last one; zero at attach.
+     * [the monitored participant's lock: only the statistics cycle uses it] */
+    struct ZELDefaultMonitorCpuReading previousCpuReading;
     DDS_Boolean skipParticipantProperties;
     DDS_Boolean skipWriterProperties;
     DDS_Boolean skipReaderProperties;

@@ -1,0 +1,70 @@
+// Statistics of one topic: its names, its participant and how many
+// topics of the same name and another type the domain has.
+#include "entity_statistics.h"
+#include "statistics_sampling.h"
+
+extern "C" {
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_Topic *topic, DDS_Boolean keyOnly,
+        zel_dds_monitoring_TopicEntityStatistics *sample) {
+    const DDS_BuiltinTopicKey_t *key = DDS_Topic_get_builtin_topic_key(topic);
+    if (key == nullptr) {
+        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+        return DDS_BOOLEAN_FALSE;
+    }
+    ZELDefaultMonitorStatistics_copyKeyI(&sample->topic_key, key);
+    ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
+    if (keyOnly) {
+        return DDS_BOOLEAN_TRUE;
+    }
+    DDS_TopicDescription *description = DDS_Topic_as_topicdescription(topic);
+    if (description == nullptr) {
+        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "topicdescription");
+        return DDS_BOOLEAN_FALSE;
+    }
+    DDS_DomainParticipant *participant = DDS_TopicDescription_get_participant(description);
+    if (participant == nullptr) {
+        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "participant");
+        return DDS_BOOLEAN_FALSE;
+    }
+    DDS_BuiltinTopicKey_t participantKey{};
+    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &participantKey) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+        return DDS_BOOLEAN_FALSE;
+    }
+    ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &participantKey);
+    ZELDefaultMonitorStatistics_copyNameI(sample->topic_name, 256, DDS_TopicDescription_get_name(description));
+    ZELDefaultMonitorStatistics_copyNameI(sample->type_name, 256, DDS_TopicDescription_get_type_name(description));
+    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    if (DDS_Topic_get_inconsistent_topic_status_ex(
+                topic, ZELDefaultMonitorStatistics_asStatusI<DDS_InconsistentTopicStatus>(
+                               &sample->inconsistent_topic_status.status),
+                participantObject->resetStatusChangeCounts) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "InconsistentTopicStatus");
+        return DDS_BOOLEAN_FALSE;
+    }
+    return DDS_BOOLEAN_TRUE;
+}
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_publishTopicStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
+        const zel_dds_monitoring_TopicEntityStatistics *sample) {
+    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorTopicStatsKindI>(__func__, participantObject, dispose,
+                                                                                  sample);
+}
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_Topic *topic, DDS_Boolean dispose) {
+    using Sample = zel_dds_monitoring_TopicEntityStatistics;
+    return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorTopicStatsKindI>(
+            __func__, participantObject,
+            [&](Sample *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleTopicStatsI(participantObject, topic, dispose, sample);
+            },
+            [&](const Sample *sample) {
+                return ZELDefaultMonitorParticipantObject_publishTopicStatsI(participantObject, dispose, sample);
+            });
+}
+
+}  // extern "C"

@@ -1,0 +1,255 @@
+// One statistics sample per entity: keys, names and counts that follow
+// what the application did, the reset of change counts, dispose by key
+// alone, and failures logged by the status that could not be read.
+#include <cstring>
+
+#include "entity_statistics.h"
+#include "statistics_fixture.h"
+
+namespace {
+
+using stattest::Application;
+using stattest::sameKey;
+using zeltest::recordText;
+
+class EntityStatisticsTest : public stattest::StatisticsTest {};
+
+TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscovered) {
+    DDS_DataReader *observed = observe<stattest::ParticipantKind>();
+    ZELDefaultMonitorParticipantObject *skipping = nullptr;
+    const Application first = monitoredApplication({}, &skipping);
+    ZELDefaultMonitorParticipantObject *counting = nullptr;
+    const Application second = monitoredApplication({{"zel.monitor.config.skip_monitor_entities", "false"},
+                                                     {"zel.monitor.config.get_process_statistics", "FALSE"}},
+                                                    &counting);
+    createWriter(first);
+
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(skipping, first.participant,
+                                                                                    DDS_BOOLEAN_FALSE));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(counting, second.participant,
+                                                                                    DDS_BOOLEAN_FALSE));
+    const auto samples = taken<stattest::ParticipantKind>(observed);
+    ASSERT_EQ(samples.size(), 2u);
+    const auto &a = *samples[0];
+    const auto &b = *samples[1];
+    EXPECT_TRUE(sameKey(a.participant_key, stattest::participantKey(first.participant)));
+    EXPECT_EQ(a.period.sec, 3600);
+    EXPECT_EQ(a.period.nanosec, 0u);
+    EXPECT_EQ(a.domain_id, kDomain);
+    EXPECT_EQ(a.host_id, publisher_->hostId);
+    EXPECT_EQ(a.process_id, publisher_->processId);
+    // The other monitored participant and the observer; the application's
+    // writer and the observer's reader, without the 26 monitoring writers.
+    EXPECT_EQ(a.remoteParticipantCount, 2);
+    EXPECT_EQ(a.remoteWriterCount, 1);
+    EXPECT_EQ(a.remoteReaderCount, 1);
+    EXPECT_EQ(b.remoteParticipantCount, 2);
+    EXPECT_EQ(b.remoteWriterCount, 27);
+    EXPECT_EQ(b.remoteReaderCount, 1);
+
+    // Process figures only where asked for; each sample reports the CPU
+    // time since the participant's previous one.
+    EXPECT_EQ(b.process.physical_memory_bytes, 0u);
+    EXPECT_EQ(b.process.user_cpu_time.sec, 0);
+    EXPECT_EQ(b.process.user_cpu_time.nanosec, 0u);
+    EXPECT_GT(a.process.physical_memory_bytes, 0u);
+    EXPECT_GT(a.process.total_memory_bytes, 0u);
+    const auto nanoseconds = [](const DDSMonitoring_Duration_t &d) {
+        return static_cast<int64_t>(d.sec) * 1000000000 + d.nanosec;
+    };
+    EXPECT_GT(nanoseconds(a.process.user_cpu_time) + nanoseconds(a.process.kernel_cpu_time), 0);
+    EXPECT_EQ(nanoseconds(a.process.user_cpu_time), nanoseconds(a.process.user_cpu_time_change));
+    EXPECT_EQ(nanoseconds(a.process.kernel_cpu_time), nanoseconds(a.process.kernel_cpu_time_change));
+
+    volatile double burn = 0;
+    for (int i = 0; i < 2000000; ++i) {
+        burn = burn + i * 0.5;
+    }
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(skipping, first.participant,
+                                                                                    DDS_BOOLEAN_FALSE));
+    const auto laterSamples = taken<stattest::ParticipantKind>(observed);
+    ASSERT_EQ(laterSamples.size(), 1u);
+    const auto &later = laterSamples[0]->process;
+    EXPECT_GE(nanoseconds(later.user_cpu_time), nanoseconds(a.process.user_cpu_time));
+    // Each figure is rounded up to whole nanoseconds on its own.
+    EXPECT_NEAR(static_cast<double>(nanoseconds(later.user_cpu_time) - nanoseconds(a.process.user_cpu_time)),
+                static_cast<double>(nanoseconds(later.user_cpu_time_change)), 2.0);
+}
+
+TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication) {
+    DDS_DataReader *writers = observe<stattest::WriterKind>();
+    DDS_DataReader *topics = observe<stattest::TopicKind>();
+    DDS_DataReader *matched = observe<stattest::WriterMatchedKind>();
+    DDS_DataReader *locators = observe<stattest::WriterLocatorKind>();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication({}, &object);
+    const Application remote = application();
+    DDS_DataWriter *writer = createWriter(app);
+    DDS_DataReader *reader = createReader(remote);
+    for (DDS_Long sensor = 0; sensor < 3; ++sensor) {
+        ASSERT_EQ(write(writer, sensor), DDS_RETCODE_OK);
+    }
+
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_FALSE));
+    auto writerSamples = taken<stattest::WriterKind>(writers);
+    ASSERT_EQ(writerSamples.size(), 1u);
+    const auto &w = *writerSamples[0];
+    EXPECT_TRUE(sameKey(w.datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_TRUE(sameKey(w.publisher_key, *DDS_Publisher_get_builtin_topic_key(app.publisher)));
+    EXPECT_TRUE(sameKey(w.topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
+    EXPECT_TRUE(sameKey(w.participant_key, stattest::participantKey(app.participant)));
+    EXPECT_STREQ(w.topic_name, "Readings");
+    EXPECT_EQ(w.period.sec, 3600);
+    EXPECT_EQ(w.domain_id, kDomain);
+    EXPECT_EQ(w.publication_matched_status.status.total_count, 1);
+    EXPECT_EQ(w.publication_matched_status.status.current_count, 1);
+    EXPECT_EQ(w.datawriter_protocol_status.status.pushed_sample_count, 3);
+
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats(object, app.topic, DDS_BOOLEAN_FALSE));
+    auto topicSamples = taken<stattest::TopicKind>(topics);
+    ASSERT_EQ(topicSamples.size(), 1u);
+    EXPECT_TRUE(sameKey(topicSamples[0]->topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
+    EXPECT_TRUE(sameKey(topicSamples[0]->participant_key, stattest::participantKey(app.participant)));
+    EXPECT_STREQ(topicSamples[0]->topic_name, "Readings");
+    EXPECT_STREQ(topicSamples[0]->type_name, st_ReadingTypeSupport_get_type_name());
+    EXPECT_EQ(topicSamples[0]->inconsistent_topic_status.status.total_count, 0);
+
+    // The matched subscription is keyed by the writer and the reader.
+    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_matched_subscriptions(writer, &handles), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_InstanceHandleSeq_get_length(&handles), 1);
+    const DDS_InstanceHandle_t subscription = DDS_InstanceHandleSeq_get(&handles, 0);
+    DDS_InstanceHandleSeq_finalize(&handles);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(object, writer, &subscription,
+                                                                                      DDS_BOOLEAN_FALSE));
+    auto matchedSamples = taken<stattest::WriterMatchedKind>(matched);
+    ASSERT_EQ(matchedSamples.size(), 1u);
+    EXPECT_TRUE(sameKey(matchedSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_EQ(0, std::memcmp(matchedSamples[0]->subscription_handle.value, subscription.value, 16));
+    EXPECT_EQ(matchedSamples[0]->subscription_handle.length, 16u);
+    EXPECT_TRUE(matchedSamples[0]->subscription_handle.isValid);
+    EXPECT_EQ(matchedSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 3);
+
+    DDS_LocatorSeq matchedLocators = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_matched_subscription_locators(writer, &matchedLocators), DDS_RETCODE_OK);
+    ASSERT_GE(DDS_LocatorSeq_get_length(&matchedLocators), 1);
+    const DDS_Locator_t *locator = DDS_LocatorSeq_get_reference(&matchedLocators, 0);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(object, writer, locator,
+                                                                                                 DDS_BOOLEAN_FALSE));
+    auto locatorSamples = taken<stattest::WriterLocatorKind>(locators);
+    ASSERT_EQ(locatorSamples.size(), 1u);
+    EXPECT_EQ(locatorSamples[0]->subscription_locator.kind, locator->kind);
+    EXPECT_EQ(locatorSamples[0]->subscription_locator._port, locator->_port);
+    EXPECT_EQ(0, std::memcmp(locatorSamples[0]->subscription_locator.address, locator->address, 16));
+    DDS_LocatorSeq_finalize(&matchedLocators);
+    EXPECT_NE(reader, nullptr);
+}
+
+TEST_F(EntityStatisticsTest, ChangeCountsAreResetOnlyWhenConfigured) {
+    DDS_DataReader *writers = observe<stattest::WriterKind>();
+    ZELDefaultMonitorParticipantObject *resetting = nullptr;
+    const Application app = monitoredApplication({{"zel.monitor.config.reset_status_change_counts", "true"}},
+                                                 &resetting);
+    ZELDefaultMonitorParticipantObject *keeping = nullptr;
+    const Application other = monitoredApplication({}, &keeping);
+    DDS_DataWriter *reset = createWriter(app);
+    DDS_DataWriter *kept = createWriter(other);
+    createReader(app);
+
+    // Each writer matched the one reader and then stayed idle.
+    for (int period = 0; period < 2; ++period) {
+        ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(resetting, reset, DDS_BOOLEAN_FALSE));
+        ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(keeping, kept, DDS_BOOLEAN_FALSE));
+    }
+    const auto samples = taken<stattest::WriterKind>(writers);
+    std::vector<DDS_Long> resetChanges;
+    std::vector<DDS_Long> keptChanges;
+    for (const auto &sample : samples) {
+        EXPECT_EQ(sample->publication_matched_status.status.total_count, 1);
+        const DDS_Long change = sample->publication_matched_status.status.total_count_change;
+        (sameKey(sample->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(reset)) ? resetChanges : keptChanges)
+                .push_back(change);
+    }
+    EXPECT_EQ(resetChanges, (std::vector<DDS_Long>{1, 0}));
+    EXPECT_EQ(keptChanges, (std::vector<DDS_Long>{1, 1}));
+}
+
+TEST_F(EntityStatisticsTest, AFailedStatusReadPublishesNothingAndADisposeGoesByTheKey) {
+    DDS_DataReader *writers = observe<stattest::WriterKind>();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication({}, &object);
+    DDS_PublisherQos qos = DDS_PublisherQos_INITIALIZER;
+    DDS_DomainParticipant_get_default_publisher_qos(app.participant, &qos);
+    qos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
+    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(app.participant, &qos, nullptr, 0);
+    DDS_PublisherQos_finalize(&qos);
+    ASSERT_NE(publisher, nullptr);
+    DDS_DataWriter *disabled =
+            DDS_Publisher_create_datawriter(publisher, app.topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(disabled, nullptr);
+
+    zeltest::LogCapture capture;
+    EXPECT_FALSE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, disabled, DDS_BOOLEAN_FALSE));
+    EXPECT_EQ(capture.lines(),
+              (std::vector<zeltest::CapturedLine>{
+                      zeltest::expectedLine("ZELDefaultMonitorParticipantObject_sampleWriterStatsI",
+                                            ZEL_LOG_GET_FAILURE_s,
+                                            recordText(ZEL_LOG_GET_FAILURE_s, "LivelinessLostStatus")),
+                      zeltest::expectedLine("ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats",
+                                            ZEL_LOG_GET_FAILURE_s,
+                                            recordText(ZEL_LOG_GET_FAILURE_s, "sample writer stats"))}));
+    EXPECT_TRUE(taken<stattest::WriterKind>(writers).empty());
+
+    // Once published, the instance is disposed by its key.
+    DDS_DataWriter *writer = createWriter(app);
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_FALSE));
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_TRUE));
+    const auto samples = taken<stattest::WriterKind>(writers);
+    ASSERT_EQ(samples.size(), 2u);
+    EXPECT_TRUE(samples[0].valid);
+    EXPECT_TRUE(sameKey(samples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_FALSE(samples[1].valid);
+    EXPECT_TRUE(samples[1].disposed);
+    EXPECT_EQ(0, std::memcmp(samples[1].instance.value, samples[0].instance.value, 16));
+}
+
+TEST_F(EntityStatisticsTest, AKindWhoseTopicWasLeftOutPublishesNothing) {
+    DDS_DataReader *writers = observe<stattest::WriterKind>();
+    DDS_DataReader *participants = observe<stattest::ParticipantKind>();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication(
+            {{"zel.monitor.config.topics", "zel/dds/monitoring/domainParticipantEntityStatistics"}}, &object);
+    DDS_DataWriter *writer = createWriter(app);
+    zeltest::LogCapture capture;
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_FALSE));
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(object, app.participant,
+                                                                                    DDS_BOOLEAN_FALSE));
+    EXPECT_TRUE(capture.lines().empty());
+    EXPECT_TRUE(taken<stattest::WriterKind>(writers).empty());
+    EXPECT_EQ(taken<stattest::ParticipantKind>(participants).size(), 1u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(EntityStatisticsTest, DetachDisposesTheParticipantStatisticsOnceTheyWerePublished) {
+    DDS_DataReader *observed = observe<stattest::ParticipantKind>();
+    ZELDefaultMonitorParticipantObject *published = nullptr;
+    const Application app = monitoredApplication({}, &published);
+    ZELDefaultMonitorParticipantObject *silent = nullptr;
+    monitoredApplication({}, &silent);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(published, app.participant,
+                                                                                    DDS_BOOLEAN_FALSE));
+    objects_.clear();
+    // Nothing was published for the second one: nothing to dispose.
+    EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(silent), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(published), ZEL_MONITOR_RESULT_OK);
+    const auto samples = taken<stattest::ParticipantKind>(observed);
+    ASSERT_EQ(samples.size(), 2u);
+    EXPECT_TRUE(sameKey(samples[0]->participant_key, stattest::participantKey(app.participant)));
+    EXPECT_FALSE(samples[1].valid);
+    EXPECT_TRUE(samples[1].disposed);
+}
+
+}  // namespace
