@@ -1,6 +1,7 @@
 // Attaching a reader to the wire when it is enabled, and detaching it when
 // it is deleted: the type plug-in's endpoint data, the cache and the wire
 // reader, and the wire's callbacks into them.
+#include <cstring>
 #include <new>
 
 #include "data_reader_private.h"
@@ -47,8 +48,22 @@ static bool DDS_DataReaderPath_attachPluginI(DDS_DataReaderPathI *path) {
 
 static void DDS_DataReaderPath_onMatchedI(void *context, const ZELWireMatchInfo *match) {
     auto *path = static_cast<DDS_DataReaderPathI *>(context);
+    auto *record = static_cast<DDS_ReaderMatchI *>(ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderMatchI), "DRMA"));
+    if (record == nullptr) {
+        // The match still counts; only its handle and protocol status are not listed.
+        ZELLog_printContextAndMsg("DDS_DataReader_onMatched", &ZEL_LOG_CREATION_FAILURE_s, "match record");
+    }
     {
         std::lock_guard<std::mutex> guard(path->mutex);
+        if (record != nullptr) {
+            *record = DDS_ReaderMatchI{path->matches, match->remoteGuid, ZELWireCounters{}};
+            path->matches = record;
+        }
+        // A writer is alive from its match on.
+        DDS_LivelinessChangedStatus *liveliness = &path->liveliness;
+        ++liveliness->alive_count;
+        ++liveliness->alive_count_change;
+        liveliness->last_publication_handle = DDS_InstanceHandle_fromWireGuidI(&match->remoteGuid);
         DDS_SubscriptionMatchedStatus *status = &path->matched;
         status->total_count++;
         status->total_count_change++;
@@ -71,6 +86,18 @@ static void DDS_DataReaderPath_onUnmatchedI(void *context, const ZELWireMatchInf
         path->matched.current_count--;
         path->matched.current_count_change--;
         DDS_ReaderCache_forgetWriterI(path, &match->remoteGuid);
+        for (DDS_ReaderMatchI **link = &path->matches; *link != nullptr; link = &(*link)->next) {
+            if (std::memcmp(&(*link)->guid, &match->remoteGuid, sizeof(ZELWireGuid)) == 0) {
+                DDS_ReaderMatchI *record = *link;
+                *link = record->next;
+                ZELOsapiHeap_freeStructure(record);
+                break;
+            }
+        }
+        DDS_LivelinessChangedStatus *liveliness = &path->liveliness;
+        --liveliness->alive_count;
+        --liveliness->alive_count_change;
+        liveliness->last_publication_handle = DDS_InstanceHandle_fromWireGuidI(&match->remoteGuid);
     }
     DDS_EntityImpl *entity = &path->reader->entity;
     DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER,

@@ -38,6 +38,13 @@ struct DDS_ReaderRemoteWriterI {
     int64_t lastSequenceNumber;
 };
 
+// A matched writer as the reader follows it.
+struct DDS_ReaderMatchI {
+    DDS_ReaderMatchI *next;
+    ZELWireGuid guid;
+    ZELWireCounters base;    // the match's counters at the last reset of its protocol status
+};
+
 // The record a loan keeps in the sequence's read token: the lent samples,
 // owned by the loan (taken ones moved, read ones copied) so that the cache
 // may drop its own while the application holds them.
@@ -74,6 +81,10 @@ struct DDS_DataReaderPathI {
     DDS_SubscriptionMatchedStatus matched;  // [mutex]
     DDS_RequestedIncompatibleQosStatus incompatible; // [mutex]; its policies stay empty
     int64_t receivedCount;                  // [mutex] samples accepted into the cache
+    DDS_ReaderMatchI *matches;              // [mutex] matched writers with a record
+    DDS_LivelinessChangedStatus liveliness; // [mutex]
+    DDS_RequestedDeadlineMissedStatus deadlineMissed; // [mutex]
+    ZELWireCounters protocolBase;           // [mutex] the reader's counters at the last reset
 };
 
 // Whether the reader has outstanding loans (its deletion is refused then).
@@ -86,7 +97,7 @@ ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZE
 void DDS_ReaderCache_freeSampleI(DDS_DataReaderPathI *path, DDS_ReaderSampleI *sample);
 // Forgets what the cache knew of an unmatched writer's sequence numbers.
 void DDS_ReaderCache_forgetWriterI(DDS_DataReaderPathI *path, const ZELWireGuid *guid);
-// Frees every instance and sample (at detach).
+// Frees every instance, sample and match record (at detach).
 void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path);
 
 #endif

@@ -217,6 +217,11 @@ ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZE
 }
 
 void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path) {
+    while (path->matches != nullptr) {
+        DDS_ReaderMatchI *match = path->matches;
+        path->matches = match->next;
+        ZELOsapiHeap_freeStructure(match);
+    }
     while (path->remoteWriters != nullptr) {
         DDS_ReaderRemoteWriterI *remote = path->remoteWriters;
         path->remoteWriters = remote->next;

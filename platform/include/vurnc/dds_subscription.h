@@ -122,6 +122,28 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status(DDS_DataReader 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_DataReader *self,
                                                                         struct DDS_DataReaderCacheStatus *status,
                                                                         DDS_Boolean reset);
+/* Matched writers alive and not alive, their changes and the last writer
+ * whose liveliness changed. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status_ex(DDS_DataReader *self,
+                                                                          struct DDS_LivelinessChangedStatus *status,
+                                                                          DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status(DDS_DataReader *self,
+                                                                       struct DDS_LivelinessChangedStatus *status);
+/* Deadline periods an instance went without a sample, and the last such
+ * instance. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status_ex(
+        DDS_DataReader *self, struct DDS_RequestedDeadlineMissedStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status(
+        DDS_DataReader *self, struct DDS_RequestedDeadlineMissedStatus *status);
+/* What the reader received from all writers, or from one matched writer;
+ * BAD_PARAMETER for a handle of no matched publication. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_protocol_status_ex(
+        DDS_DataReader *self, struct DDS_DataReaderProtocolStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_matched_publication_datareader_protocol_status_ex(
+        DDS_DataReader *self, struct DDS_DataReaderProtocolStatus *status,
+        const DDS_InstanceHandle_t *publication_handle, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_matched_publications(DDS_DataReader *self,
+                                                                  struct DDS_InstanceHandleSeq *handles);
 /* True when the reader's registered type is called `type_name`. */
 VURNC_API DDS_Boolean DDS_DataReader_compare_typeI(const DDS_DataReader *self, const char *type_name);
 
