@@ -33,6 +33,10 @@ DDS_InstanceHandle_t DDS_InstanceHandle_fromKeyHashI(const uint8_t keyHash[16]) 
     return handle;
 }
 
+bool DDS_Handle_isNilI(const DDS_InstanceHandle_t *handle) {
+    return handle == nullptr || !handle->isValid;
+}
+
 bool DDS_InstanceHandle_equalsI(const DDS_InstanceHandle_t *left, const DDS_InstanceHandle_t *right) {
     return left->isValid == right->isValid && left->length == right->length &&
            std::memcmp(left->value, right->value, sizeof(left->value)) == 0;

@@ -35,6 +35,8 @@ ZELWireGuid DDS_Entity_getWireGuidI(const DDS_EntityImpl *entity);
 DDS_InstanceHandle_t DDS_InstanceHandle_fromWireGuidI(const ZELWireGuid *guid);
 // The instance handle of a key hash: its 16 octets, length 16, valid.
 DDS_InstanceHandle_t DDS_InstanceHandle_fromKeyHashI(const uint8_t keyHash[16]);
+// Whether a handle designates no instance (NULL or not valid).
+bool DDS_Handle_isNilI(const DDS_InstanceHandle_t *handle);
 // Whether two handles are equal (valid flag, length and octets).
 bool DDS_InstanceHandle_equalsI(const DDS_InstanceHandle_t *left, const DDS_InstanceHandle_t *right);
 

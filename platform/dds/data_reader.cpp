@@ -14,6 +14,17 @@ static void DDS_DataReader_freeI(DDS_DataReader *reader) {
 DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
     DDS_DomainParticipant *participant = reader->entity.participant;
     auto *subscriber = reinterpret_cast<DDS_Subscriber *>(reader->entity.parent);
+    // Its read conditions are the application's to delete first.
+    bool hasConditions = false;
+    {
+        DDS_EntityLockGuardI guard(&reader->entity);
+        hasConditions = reader->readConditions != nullptr;
+    }
+    if (hasConditions) {
+        ZELLog_printContextAndMsg("DDS_Subscriber_delete_datareader", &ZEL_LOG_PRECONDITION_NOT_MET_s,
+                                  "outstanding read conditions");
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
     // Lent samples belong to the reader's cache record: refused until returned.
     if (DDS_DataReader_hasLoansI(reader)) {
         ZELLog_printContextAndMsg("DDS_Subscriber_delete_datareader", &ZEL_LOG_PRECONDITION_NOT_MET_s,

@@ -21,6 +21,7 @@ struct DDS_ReaderSampleI {
 struct DDS_ReaderInstanceI {
     DDS_ReaderInstanceI *next;  // in order of first arrival
     uint8_t keyHash[16];
+    void *key;                  // a plug-in sample holding the key; NULL for a keyless type
     DDS_UnsignedLong instanceState;
     bool viewed;                // some sample was read or taken since it became alive
     DDS_ReaderSampleI *oldest;
@@ -90,9 +91,25 @@ struct DDS_DataReaderPathI {
 // Whether the reader has outstanding loans (its deletion is refused then).
 bool DDS_DataReader_hasLoansI(DDS_DataReader *reader);
 
+// A read condition: the states it selects, fixed at creation.
+struct DDS_ReadConditionImpl {
+    DDS_ReadConditionImpl *next;        // [reader's entity lock] in the reader's list
+    DDS_DataReader *reader;             // fixed
+    DDS_SampleStateMask sampleStates;   // fixed
+    DDS_ViewStateMask viewStates;       // fixed
+    DDS_InstanceStateMask instanceStates; // fixed
+};
+
+// Whether some sample of the cache is in the given states (false for a
+// reader that is not enabled).
+bool DDS_DataReader_hasSamplesInStatesI(DDS_DataReader *reader, DDS_SampleStateMask sampleStates,
+                                        DDS_ViewStateMask viewStates, DDS_InstanceStateMask instanceStates);
+
 // ---- cache (reader_cache.cpp); all under the path's mutex ----
 // Stores what the wire delivered; the wire counts the outcome.
 ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZELWireSample *sample);
+// The instance of a key hash, or NULL.
+DDS_ReaderInstanceI *DDS_ReaderCache_findInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]);
 // Frees a sample and its plug-in data.
 void DDS_ReaderCache_freeSampleI(DDS_DataReaderPathI *path, DDS_ReaderSampleI *sample);
 // Forgets what the cache knew of an unmatched writer's sequence numbers.

@@ -21,10 +21,6 @@ struct DDS_WriteRequestI {
     const char *context;
 };
 
-bool DDS_Handle_isNilI(const DDS_InstanceHandle_t *handle) {
-    return handle == nullptr || !handle->isValid;
-}
-
 bool DDS_Time_isInvalidI(const DDS_Time_t *time) {
     return time == nullptr || time->sec < 0;
 }

@@ -186,6 +186,7 @@ struct DDS_DataReaderImpl {
     void *endpointData;     /* type plug-in endpoint data, owned by the data path */
     void *wireReader;       /* owned by the data path */
     struct DDS_DataReaderPathI *path; /* the data path; set by attach, cleared by detach */
+    struct DDS_ReadConditionImpl *readConditions; /* [lock] */
 };
 
 // ---- factory services ----
@@ -248,6 +249,8 @@ DDS_ReturnCode_t DDS_ContentFilteredTopic_deleteI(DDS_ContentFilteredTopic *topi
 bool DDS_ContentFilteredTopic_evaluateI(DDS_ContentFilteredTopic *topic, const void *sample);
 DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer);
 DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader);
+// Deletes every read condition of the reader (delete_contained_entities).
+void DDS_DataReader_deleteReadConditionsI(DDS_DataReader *reader);
 
 // ---- topic descriptions ----
 // The topic a description stands for: itself, or a content-filtered

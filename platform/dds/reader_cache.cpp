@@ -6,7 +6,7 @@
 #include "vurncore/cdr_stream.h"
 #include "vurncore/heap.h"
 
-static DDS_ReaderInstanceI *DDS_ReaderCache_findInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]) {
+DDS_ReaderInstanceI *DDS_ReaderCache_findInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]) {
     for (DDS_ReaderInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
         if (std::memcmp(instance->keyHash, keyHash, 16) == 0) {
             return instance;
@@ -15,14 +15,30 @@ static DDS_ReaderInstanceI *DDS_ReaderCache_findInstanceI(DDS_DataReaderPathI *p
     return nullptr;
 }
 
-static DDS_ReaderInstanceI *DDS_ReaderCache_addInstanceI(DDS_DataReaderPathI *path, const uint8_t keyHash[16]) {
+static void *DDS_ReaderCache_deserializeI(DDS_DataReaderPathI *path, const ZELWireSample *sample);
+
+// A new instance for the sample's key hash. A keyed instance keeps the
+// sample's key (get_key_value hands it back), so an instance whose key
+// cannot be read is not made.
+static DDS_ReaderInstanceI *DDS_ReaderCache_addInstanceI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
+    void *key = nullptr;
+    if (path->keyed) {
+        key = DDS_ReaderCache_deserializeI(path, sample);
+        if (key == nullptr) {
+            return nullptr;
+        }
+    }
     auto *instance = static_cast<DDS_ReaderInstanceI *>(
             ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderInstanceI), "DRIN"));
     if (instance == nullptr) {
+        if (key != nullptr) {
+            path->plugin->deleteSampleFnc(key);
+        }
         return nullptr;
     }
     *instance = DDS_ReaderInstanceI{};
-    std::memcpy(instance->keyHash, keyHash, 16);
+    std::memcpy(instance->keyHash, sample->keyHash, 16);
+    instance->key = key;
     instance->instanceState = DDS_ALIVE_INSTANCE_STATE;
     if (path->lastInstance != nullptr) {
         path->lastInstance->next = instance;
@@ -172,7 +188,7 @@ ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZE
         return ZEL_WIRE_DELIVERY_REJECTED;
     }
     if (instance == nullptr) {
-        instance = DDS_ReaderCache_addInstanceI(path, sample->keyHash);
+        instance = DDS_ReaderCache_addInstanceI(path, sample);
     }
     if (instance == nullptr) {
         return ZEL_WIRE_DELIVERY_REJECTED;
@@ -234,6 +250,9 @@ void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path) {
             DDS_ReaderSampleI *sample = instance->oldest;
             instance->oldest = sample->next;
             DDS_ReaderCache_freeSampleI(path, sample);
+        }
+        if (instance->key != nullptr) {
+            path->plugin->deleteSampleFnc(instance->key);
         }
         ZELOsapiHeap_freeStructure(instance);
     }

@@ -200,6 +200,7 @@ VURNC_API DDS_ReturnCode_t DDS_Subscriber_delete_contained_entities(DDS_Subscrib
             }
             reader = DDS_EntityList_entryI<DDS_DataReader>(self->readers.head);
         }
+        DDS_DataReader_deleteReadConditionsI(reader);
         DDS_ReturnCode_t result = DDS_DataReader_deleteI(reader);
         if (result != DDS_RETCODE_OK) {
             return result;

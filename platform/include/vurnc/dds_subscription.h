@@ -9,6 +9,8 @@
 
 ZEL_EXTERN_C_BEGIN
 
+typedef struct DDS_ReadConditionImpl DDS_ReadCondition;
+
 struct DDS_SubscriberListener {
     struct DDS_Listener as_listener;
 };
@@ -89,6 +91,64 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_untypedI(DDS_DataReader *
                                                                 DDS_ViewStateMask view_states,
                                                                 DDS_InstanceStateMask instance_states,
                                                                 DDS_Boolean take);
+/* The other read and take forms behave as read_or_take_untypedI (loans,
+ * copies, max_samples, NO_DATA) but select differently:
+ * - w_condition: the states of `condition`, a read condition of this
+ *   reader (another's: PRECONDITION_NOT_MET);
+ * - instance: only the instance of `a_handle` (unknown: BAD_PARAMETER);
+ * - next_instance: instances ordered by handle, only the first one whose
+ *   handle is greater than `previous_handle` (DDS_HANDLE_NIL: from the
+ *   smallest) and that has samples in the states. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_w_condition_untypedI(DDS_DataReader *self,
+                                                                            struct ZELSequence *data,
+                                                                            struct DDS_SampleInfoSeq *info_seq,
+                                                                            DDS_Long max_samples,
+                                                                            DDS_ReadCondition *condition,
+                                                                            DDS_Boolean take);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_instance_untypedI(
+        DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
+        const DDS_InstanceHandle_t *a_handle, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states,
+        DDS_InstanceStateMask instance_states, DDS_Boolean take);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_instance_untypedI(
+        DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
+        const DDS_InstanceHandle_t *previous_handle, DDS_SampleStateMask sample_states,
+        DDS_ViewStateMask view_states, DDS_InstanceStateMask instance_states, DDS_Boolean take);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_instance_w_condition_untypedI(
+        DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
+        const DDS_InstanceHandle_t *previous_handle, DDS_ReadCondition *condition, DDS_Boolean take);
+/* The oldest sample not yet read (instances in order of first arrival),
+ * copied into `received_data` (left as it was for an invalid-data sample)
+ * with its info; NO_DATA when every sample has been read. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_sample_untypedI(DDS_DataReader *self,
+                                                                            void *received_data,
+                                                                            struct DDS_SampleInfo *sample_info,
+                                                                            DDS_Boolean take);
+/* Writes the key members of the instance of `handle` into `key_holder`;
+ * BAD_PARAMETER for an instance the reader does not know. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_key_value_untypedI(DDS_DataReader *self, void *key_holder,
+                                                                 const DDS_InstanceHandle_t *handle);
+/* The handle of the key's instance; DDS_HANDLE_NIL when the reader does
+ * not know it. */
+VURNC_API DDS_InstanceHandle_t DDS_DataReader_lookup_instance_untypedI(DDS_DataReader *self, const void *key_holder);
+
+/* Read conditions. A condition selects samples by its states for the
+ * _w_condition forms; it is triggered while the reader holds a sample in
+ * them. NULL when out of heap. A reader is deleted only once its
+ * conditions are (PRECONDITION_NOT_MET otherwise);
+ * delete_contained_entities of the reader or its subscriber deletes them. */
+VURNC_API DDS_ReadCondition *DDS_DataReader_create_readcondition(DDS_DataReader *self,
+                                                                DDS_SampleStateMask sample_states,
+                                                                DDS_ViewStateMask view_states,
+                                                                DDS_InstanceStateMask instance_states);
+/* PRECONDITION_NOT_MET for a condition of another reader. */
+VURNC_API DDS_ReturnCode_t DDS_DataReader_delete_readcondition(DDS_DataReader *self, DDS_ReadCondition *condition);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_delete_contained_entities(DDS_DataReader *self);
+VURNC_API DDS_SampleStateMask DDS_ReadCondition_get_sample_state_mask(const DDS_ReadCondition *self);
+VURNC_API DDS_ViewStateMask DDS_ReadCondition_get_view_state_mask(const DDS_ReadCondition *self);
+VURNC_API DDS_InstanceStateMask DDS_ReadCondition_get_instance_state_mask(const DDS_ReadCondition *self);
+VURNC_API DDS_DataReader *DDS_ReadCondition_get_datareader(const DDS_ReadCondition *self);
+VURNC_API DDS_Boolean DDS_ReadCondition_get_trigger_value(const DDS_ReadCondition *self);
+
 /* Gives back the samples a read or take lent. PRECONDITION_NOT_MET when
  * they were not lent by this reader. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_return_loan_untypedI(DDS_DataReader *self, struct ZELSequence *data,
