@@ -55,7 +55,11 @@ const char *const kTopicTypeOnly[] = {
     "DataWriter_register_instance_w_params", "DataWriter_unregister_instance",
     "DataWriter_unregister_instance_w_timestamp", "DataWriter_unregister_instance_w_params",
     "DataWriter_get_key_value", "DataWriter_lookup_instance", "DataReader_narrow", "DataReader_as_datareader",
-    "DataReader_read", "DataReader_take", "DataReader_return_loan",
+    "DataReader_read", "DataReader_take", "DataReader_return_loan", "DataReader_read_w_condition",
+    "DataReader_take_w_condition", "DataReader_read_next_sample", "DataReader_take_next_sample",
+    "DataReader_read_instance", "DataReader_take_instance", "DataReader_read_next_instance",
+    "DataReader_take_next_instance", "DataReader_read_next_instance_w_condition",
+    "DataReader_take_next_instance_w_condition", "DataReader_get_key_value", "DataReader_lookup_instance",
 };
 
 class ExportedFamilyTest : public ::testing::Test {

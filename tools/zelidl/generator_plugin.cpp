@@ -469,9 +469,45 @@ const WriterOp kWriterOps[] = {
          "struct DDS_WriteParams_t *params", "params", false},
 };
 
-const char *const kReadParams =
-        "DDS_Long max_samples, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states, "
-        "DDS_InstanceStateMask instance_states";
+// The read and take forms into a sequence, after (self, received_data,
+// info_seq, max_samples).
+struct ReaderOp {
+    const char *name;     // the suffix after read / take
+    const char *untyped;  // the data path's operation
+    const char *extra;    // parameters after max_samples
+    const char *args;     // their names
+};
+
+const ReaderOp kReaderOps[] = {
+        {"", "read_or_take_untypedI",
+         "DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states, DDS_InstanceStateMask instance_states",
+         "sample_states, view_states, instance_states"},
+        {"_w_condition", "read_or_take_w_condition_untypedI", "DDS_ReadCondition *condition", "condition"},
+        {"_instance", "read_or_take_instance_untypedI",
+         "const DDS_InstanceHandle_t *a_handle, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states, "
+         "DDS_InstanceStateMask instance_states",
+         "a_handle, sample_states, view_states, instance_states"},
+        {"_next_instance", "read_or_take_next_instance_untypedI",
+         "const DDS_InstanceHandle_t *previous_handle, DDS_SampleStateMask sample_states, "
+         "DDS_ViewStateMask view_states, DDS_InstanceStateMask instance_states",
+         "previous_handle, sample_states, view_states, instance_states"},
+        {"_next_instance_w_condition", "read_or_take_next_instance_w_condition_untypedI",
+         "const DDS_InstanceHandle_t *previous_handle, DDS_ReadCondition *condition", "previous_handle, condition"},
+};
+
+std::string readerSignatureI(const Declaration &d, const ReaderOp &op, const char *which)
+{
+    const std::string r = d.flatName() + "DataReader";
+    return "DDS_ReturnCode_t " + r + "_" + which + op.name + "(" + r + " *self, " + d.sequenceName() +
+           " *received_data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples, " + op.extra + ")";
+}
+
+std::string nextSampleSignatureI(const Declaration &d, const char *which)
+{
+    const std::string f = d.flatName();
+    return "DDS_ReturnCode_t " + f + "DataReader_" + which + "_next_sample(" + f + "DataReader *self, " + f +
+           " *received_data, struct DDS_SampleInfo *sample_info)";
+}
 
 std::string writerSignatureI(const Declaration &d, const WriterOp &op)
 {
@@ -507,9 +543,15 @@ void writeTypedDeclarations(std::ostream &out, const Declaration &d, const Gener
     out << api << r << " *" << r << "_narrow(DDS_DataReader *reader);\n";
     out << api << "DDS_DataReader *" << r << "_as_datareader(" << r << " *reader);\n";
     for (const char *which : {"read", "take"}) {
-        out << api << "DDS_ReturnCode_t " << r << "_" << which << "(" << r << " *self, " << seq
-            << " *received_data, struct DDS_SampleInfoSeq *info_seq, " << kReadParams << ");\n";
+        for (const ReaderOp &op : kReaderOps) {
+            out << api << readerSignatureI(d, op, which) << ";\n";
+        }
+        out << api << nextSampleSignatureI(d, which) << ";\n";
     }
+    out << api << "DDS_ReturnCode_t " << r << "_get_key_value(" << r << " *self, " << f
+        << " *key_holder, const DDS_InstanceHandle_t *handle);\n";
+    out << api << "DDS_InstanceHandle_t " << r << "_lookup_instance(" << r << " *self, const " << f
+        << " *key_holder);\n";
     out << api << "DDS_ReturnCode_t " << r << "_return_loan(" << r << " *self, " << seq
         << " *received_data, struct DDS_SampleInfoSeq *info_seq);\n";
 }
@@ -561,17 +603,34 @@ void writeTypedDefinitions(std::ostream &out, const Declaration &d)
         << "        return nullptr;\n    }\n"
         << "    return reinterpret_cast<DDS_DataReader *>(reader);\n}\n";
     for (const char *which : {"read", "take"}) {
-        const std::string name = r + "_" + which;
-        out << "\nDDS_ReturnCode_t " << name << "(" << r << " *self, " << seq
-            << " *received_data, struct DDS_SampleInfoSeq *info_seq, " << kReadParams << ")\n{\n"
+        const char *const take = std::string(which) == "take" ? "DDS_BOOLEAN_TRUE" : "DDS_BOOLEAN_FALSE";
+        for (const ReaderOp &op : kReaderOps) {
+            out << "\n" << readerSignatureI(d, op, which) << "\n{\n"
+                << "    if (received_data == nullptr) {\n"
+                << "        zelidlLogI(\"" << r << "_" << which << op.name
+                << "\", ZEL_LOG_BAD_PARAMETER_s, \"received_data\");\n"
+                << "        return DDS_RETCODE_BAD_PARAMETER;\n    }\n"
+                << "    return DDS_DataReader_" << op.untyped << "(reinterpret_cast<DDS_DataReader *>(self), "
+                   "reinterpret_cast<ZELSequence *>(received_data), info_seq, max_samples, "
+                << op.args << ", " << take << ");\n}\n";
+        }
+        out << "\n" << nextSampleSignatureI(d, which) << "\n{\n"
             << "    if (received_data == nullptr) {\n"
-            << "        zelidlLogI(\"" << name << "\", ZEL_LOG_BAD_PARAMETER_s, \"received_data\");\n"
+            << "        zelidlLogI(\"" << r << "_" << which
+            << "_next_sample\", ZEL_LOG_BAD_PARAMETER_s, \"received_data\");\n"
             << "        return DDS_RETCODE_BAD_PARAMETER;\n    }\n"
-            << "    return DDS_DataReader_read_or_take_untypedI(reinterpret_cast<DDS_DataReader *>(self), "
-               "reinterpret_cast<ZELSequence *>(received_data), info_seq, max_samples, sample_states, view_states, "
-               "instance_states, "
-            << (std::string(which) == "take" ? "DDS_BOOLEAN_TRUE" : "DDS_BOOLEAN_FALSE") << ");\n}\n";
+            << "    return DDS_DataReader_read_or_take_next_sample_untypedI(reinterpret_cast<DDS_DataReader *>(self), "
+               "received_data, sample_info, "
+            << take << ");\n}\n";
     }
+    out << "\nDDS_ReturnCode_t " << r << "_get_key_value(" << r << " *self, " << f
+        << " *key_holder, const DDS_InstanceHandle_t *handle)\n{\n"
+        << "    return DDS_DataReader_get_key_value_untypedI(reinterpret_cast<DDS_DataReader *>(self), key_holder, "
+           "handle);\n}\n";
+    out << "\nDDS_InstanceHandle_t " << r << "_lookup_instance(" << r << " *self, const " << f
+        << " *key_holder)\n{\n"
+        << "    return DDS_DataReader_lookup_instance_untypedI(reinterpret_cast<DDS_DataReader *>(self), "
+           "key_holder);\n}\n";
     const std::string loan = r + "_return_loan";
     out << "\nDDS_ReturnCode_t " << loan << "(" << r << " *self, " << seq
         << " *received_data, struct DDS_SampleInfoSeq *info_seq)\n{\n"
