@@ -1,7 +1,13 @@
 // Dispatch of the middleware's entity events: one table of the event codes
-// the plug-in knows, with the name it logs and the action it takes.
+// the plug-in knows, with the name it logs and the action it takes. Each
+// action publishes or disposes one description or statistics sample, under
+// shared conditions: the monitoring entities are enabled, the sample's
+// writer exists, an entity whose QoS changed is enabled, and the entity's
+// topic passes the user-topic filter.
+#include "entity_description.h"
 #include "entity_set.h"
 #include "log/monitor_log_macros.h"
+#include "related_topic.h"
 #include "vurnc/dds_monitor.h"
 
 namespace {
@@ -17,10 +23,100 @@ struct ZELDefaultMonitorEvent {
     ZELDefaultMonitorEventAction action;
 };
 
+// The topic by whose name the user-topic filter judges an event.
+enum class ZELDefaultMonitorRelatedTopic {
+    NONE,         // participant, publisher and subscriber events are never filtered
+    TOPIC,        // the topic itself
+    WRITER_TOPIC, // the writer's topic
+    READER_TOPIC, // the reader's topic, or the related topic of its content filter
+};
+
+// One publish or dispose step and the conditions under which it runs.
+struct ZELDefaultMonitorEventStep {
+    ZELDefaultMonitorTopic slot;
+    bool requiresEnabledEntity;  // QoS changes of entities not yet enabled are not published
+    ZELDefaultMonitorRelatedTopic related;
+    const char *failure;         // logged when the operation fails
+};
+
+enum class ZELDefaultMonitorGate { RUN, SKIP, FAIL };
+
+ZELDefaultMonitorGate ZELDefaultMonitorEvent_checkI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                    DDS_Entity *entity, const ZELDefaultMonitorEventStep &step) {
+    const ZELDefaultMonitorEntitySet *set = participantObject->entities;
+    if (set == nullptr || !ZELDefaultMonitorEntitySet_isStarted(set) || set->writers[step.slot] == nullptr) {
+        return ZELDefaultMonitorGate::SKIP;
+    }
+    if (step.requiresEnabledEntity && !DDS_Entity_is_enabled(entity)) {
+        return ZELDefaultMonitorGate::SKIP;
+    }
+    if (participantObject->userTopics == nullptr || step.related == ZELDefaultMonitorRelatedTopic::NONE) {
+        return ZELDefaultMonitorGate::RUN;
+    }
+    DDS_Topic *topic = nullptr;
+    switch (step.related) {
+    case ZELDefaultMonitorRelatedTopic::TOPIC:
+        // A topic that cannot be had is reported by the filter and kept.
+        topic = DDS_Topic_narrow_from_entity(entity);
+        break;
+    case ZELDefaultMonitorRelatedTopic::WRITER_TOPIC:
+    case ZELDefaultMonitorRelatedTopic::READER_TOPIC:
+        topic = step.related == ZELDefaultMonitorRelatedTopic::WRITER_TOPIC
+                        ? DDS_DataWriter_get_topic(DDS_DataWriter_narrow(entity))
+                        : ZELDefaultMonitorParticipantObject_getActualReaderTopicI(DDS_DataReader_narrow(entity),
+                                                                                   nullptr);
+        if (topic == nullptr) {
+            ZELMonitorLog_errorWithContext(kContext, ZEL_LOG_GET_FAILURE_s, "related topic");
+            return ZELDefaultMonitorGate::FAIL;
+        }
+        break;
+    case ZELDefaultMonitorRelatedTopic::NONE:
+        break;
+    }
+    return ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)
+                   ? ZELDefaultMonitorGate::SKIP
+                   : ZELDefaultMonitorGate::RUN;
+}
+
+// Runs `operation` (returning a boolean) when the step's conditions hold.
+template <typename Operation>
+DDS_UnsignedLong ZELDefaultMonitorEvent_runI(ZELDefaultMonitorParticipantObject *participantObject,
+                                             DDS_Entity *entity, const ZELDefaultMonitorEventStep &step,
+                                             Operation operation) {
+    switch (ZELDefaultMonitorEvent_checkI(participantObject, entity, step)) {
+    case ZELDefaultMonitorGate::SKIP:
+        return ZEL_MONITOR_RESULT_OK;
+    case ZELDefaultMonitorGate::FAIL:
+        return ZEL_MONITOR_RESULT_FAILURE;
+    case ZELDefaultMonitorGate::RUN:
+        break;
+    }
+    if (!operation()) {
+        ZELMonitorLog_errorWithContext(kContext, ZEL_LOG_ANY_FAILURE_s, step.failure);
+        return ZEL_MONITOR_RESULT_FAILURE;
+    }
+    return ZEL_MONITOR_RESULT_OK;
+}
+
+// ---- descriptions ----
+
+template <bool requiresEnabledEntity>
+DDS_UnsignedLong ZELDefaultMonitorEvent_participantDescI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                         DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_PARTICIPANT_DESCRIPTION,
+                                                        requiresEnabledEntity, ZELDefaultMonitorRelatedTopic::NONE,
+                                                        "publish participant desc"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
+                participantObject, DDS_DomainParticipant_narrow(entity), DDS_BOOLEAN_FALSE);
+    });
+}
+
 // The monitored participant was enabled: the monitoring entities follow
-// (once; a shared set is enabled again harmlessly by each participant).
+// (once; a shared set is enabled again harmlessly by each participant),
+// then the participant is described.
 DDS_UnsignedLong ZELDefaultMonitorEvent_onParticipantEnableI(ZELDefaultMonitorParticipantObject *participantObject,
-                                                            DDS_Entity *, const void *) {
+                                                            DDS_Entity *entity, const void *eventData) {
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
     if (set == nullptr || !ZELDefaultMonitorEntitySet_isStarted(set)) {
         if (!ZELDefaultMonitorPublisher_enableEntitiesAndStartThreadI(participantObject)) {
@@ -28,49 +124,120 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_onParticipantEnableI(ZELDefaultMonitorPa
             return ZEL_MONITOR_RESULT_FAILURE;
         }
     }
-    return ZEL_MONITOR_RESULT_OK;
+    return ZELDefaultMonitorEvent_participantDescI<false>(participantObject, entity, eventData);
 }
 
-// Events that need no action of the plug-in, and those whose descriptions
-// and statistics are not published yet.
+template <bool dispose, bool requiresEnabledEntity>
+DDS_UnsignedLong ZELDefaultMonitorEvent_topicDescI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                   DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_TOPIC_DESCRIPTION, requiresEnabledEntity,
+                                                        ZELDefaultMonitorRelatedTopic::TOPIC,
+                                                        dispose ? "dispose topic desc" : "publish topic desc"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
+                participantObject, DDS_Topic_narrow_from_entity(entity), dispose);
+    });
+}
+
+template <bool dispose, bool requiresEnabledEntity>
+DDS_UnsignedLong ZELDefaultMonitorEvent_publisherDescI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                       DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {
+            ZEL_MONITOR_TOPIC_PUBLISHER_DESCRIPTION, requiresEnabledEntity, ZELDefaultMonitorRelatedTopic::NONE,
+            dispose ? "dispose publisher desc" : "publish publisher desc"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
+                participantObject, DDS_Publisher_narrow(entity), dispose);
+    });
+}
+
+template <bool dispose, bool requiresEnabledEntity>
+DDS_UnsignedLong ZELDefaultMonitorEvent_subscriberDescI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                        DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {
+            ZEL_MONITOR_TOPIC_SUBSCRIBER_DESCRIPTION, requiresEnabledEntity, ZELDefaultMonitorRelatedTopic::NONE,
+            dispose ? "dispose subscriber desc" : "publish subscriber desc"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
+                participantObject, DDS_Subscriber_narrow(entity), dispose);
+    });
+}
+
+template <bool dispose, bool requiresEnabledEntity>
+DDS_UnsignedLong ZELDefaultMonitorEvent_writerDescI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                    DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAWRITER_DESCRIPTION,
+                                                        requiresEnabledEntity,
+                                                        ZELDefaultMonitorRelatedTopic::WRITER_TOPIC,
+                                                        dispose ? "dispose writer desc" : "publish writer desc"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
+                participantObject, DDS_DataWriter_narrow(entity), dispose);
+    });
+}
+
+template <bool dispose, bool requiresEnabledEntity>
+DDS_UnsignedLong ZELDefaultMonitorEvent_readerDescI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                    DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAREADER_DESCRIPTION,
+                                                        requiresEnabledEntity,
+                                                        ZELDefaultMonitorRelatedTopic::READER_TOPIC,
+                                                        dispose ? "dispose reader desc" : "publish reader desc"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
+                participantObject, DDS_DataReader_narrow(entity), dispose);
+    });
+}
+
+// Events that need no action of the plug-in.
 DDS_UnsignedLong ZELDefaultMonitorEvent_ignoreI(ZELDefaultMonitorParticipantObject *, DDS_Entity *, const void *) {
     return ZEL_MONITOR_RESULT_OK;
 }
 
-// The description and statistics work fills in the actions that publish
-// and dispose samples: the participant description after enabling, QoS
-// changes, enabling and deletion of topics, publishers, subscribers,
-// writers and readers, and the locator-pair and match-pair statistics.
 constexpr ZELDefaultMonitorEvent kEvents[] = {
         {DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, "PARTICIPANT_ENABLE_AFTER",
          &ZELDefaultMonitorEvent_onParticipantEnableI},
-        {DDS_MONITOR_EVENT_PARTICIPANT_QOS_CHANGE_AFTER, "PARTICIPANT_QOS_CHANGE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
+        {DDS_MONITOR_EVENT_PARTICIPANT_QOS_CHANGE_AFTER, "PARTICIPANT_QOS_CHANGE_AFTER",
+         &ZELDefaultMonitorEvent_participantDescI<true>},
         {DDS_MONITOR_EVENT_PARTICIPANT_DELETE_CONTAINED_ENTITIES_BEFORE, "PARTICIPANT_DELETE_CONTAINED_ENTITIES_BEFORE",
          &ZELDefaultMonitorEvent_ignoreI},
         {DDS_MONITOR_EVENT_TOPIC_CREATE_AFTER, "TOPIC_CREATE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_TOPIC_ENABLE_AFTER, "TOPIC_ENABLE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_TOPIC_QOS_CHANGE_AFTER, "TOPIC_QOS_CHANGE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, "TOPIC_DELETE_BEFORE", &ZELDefaultMonitorEvent_ignoreI},
+        {DDS_MONITOR_EVENT_TOPIC_ENABLE_AFTER, "TOPIC_ENABLE_AFTER", &ZELDefaultMonitorEvent_topicDescI<false, false>},
+        {DDS_MONITOR_EVENT_TOPIC_QOS_CHANGE_AFTER, "TOPIC_QOS_CHANGE_AFTER",
+         &ZELDefaultMonitorEvent_topicDescI<false, true>},
+        {DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, "TOPIC_DELETE_BEFORE", &ZELDefaultMonitorEvent_topicDescI<true, false>},
         {DDS_MONITOR_EVENT_PUBLISHER_CREATE_AFTER, "PUBLISHER_CREATE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_PUBLISHER_ENABLE_AFTER, "PUBLISHER_ENABLE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_PUBLISHER_QOS_CHANGE_AFTER, "PUBLISHER_QOS_CHANGE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_PUBLISHER_DELETE_BEFORE, "PUBLISHER_DELETE_BEFORE", &ZELDefaultMonitorEvent_ignoreI},
+        {DDS_MONITOR_EVENT_PUBLISHER_ENABLE_AFTER, "PUBLISHER_ENABLE_AFTER",
+         &ZELDefaultMonitorEvent_publisherDescI<false, false>},
+        {DDS_MONITOR_EVENT_PUBLISHER_QOS_CHANGE_AFTER, "PUBLISHER_QOS_CHANGE_AFTER",
+         &ZELDefaultMonitorEvent_publisherDescI<false, true>},
+        {DDS_MONITOR_EVENT_PUBLISHER_DELETE_BEFORE, "PUBLISHER_DELETE_BEFORE",
+         &ZELDefaultMonitorEvent_publisherDescI<true, false>},
         {DDS_MONITOR_EVENT_PUBLISHER_DELETE_CONTAINED_ENTITIES_BEFORE, "PUBLISHER_DELETE_CONTAINED_ENTITIES_BEFORE",
          &ZELDefaultMonitorEvent_ignoreI},
         {DDS_MONITOR_EVENT_SUBSCRIBER_CREATE_AFTER, "SUBSCRIBER_CREATE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_SUBSCRIBER_ENABLE_AFTER, "SUBSCRIBER_ENABLE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_SUBSCRIBER_QOS_CHANGE_AFTER, "SUBSCRIBER_QOS_CHANGE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_SUBSCRIBER_DELETE_BEFORE, "SUBSCRIBER_DELETE_BEFORE", &ZELDefaultMonitorEvent_ignoreI},
+        {DDS_MONITOR_EVENT_SUBSCRIBER_ENABLE_AFTER, "SUBSCRIBER_ENABLE_AFTER",
+         &ZELDefaultMonitorEvent_subscriberDescI<false, false>},
+        {DDS_MONITOR_EVENT_SUBSCRIBER_QOS_CHANGE_AFTER, "SUBSCRIBER_QOS_CHANGE_AFTER",
+         &ZELDefaultMonitorEvent_subscriberDescI<false, true>},
+        {DDS_MONITOR_EVENT_SUBSCRIBER_DELETE_BEFORE, "SUBSCRIBER_DELETE_BEFORE",
+         &ZELDefaultMonitorEvent_subscriberDescI<true, false>},
         {DDS_MONITOR_EVENT_SUBSCRIBER_DELETE_CONTAINED_ENTITIES_BEFORE, "SUBSCRIBER_DELETE_CONTAINED_ENTITIES_BEFORE",
          &ZELDefaultMonitorEvent_ignoreI},
         {DDS_MONITOR_EVENT_DATAWRITER_CREATE_AFTER, "DATAWRITER_CREATE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, "DATAWRITER_ENABLE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, "DATAWRITER_QOS_CHANGE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, "DATAWRITER_DELETE_BEFORE", &ZELDefaultMonitorEvent_ignoreI},
+        {DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, "DATAWRITER_ENABLE_AFTER",
+         &ZELDefaultMonitorEvent_writerDescI<false, false>},
+        {DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, "DATAWRITER_QOS_CHANGE_AFTER",
+         &ZELDefaultMonitorEvent_writerDescI<false, true>},
+        {DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, "DATAWRITER_DELETE_BEFORE",
+         &ZELDefaultMonitorEvent_writerDescI<true, false>},
         {DDS_MONITOR_EVENT_DATAREADER_CREATE_AFTER, "DATAREADER_CREATE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_DATAREADER_ENABLE_AFTER, "DATAREADER_ENABLE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_DATAREADER_QOS_CHANGE_AFTER, "DATAREADER_QOS_CHANGE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
-        {DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, "DATAREADER_DELETE_BEFORE", &ZELDefaultMonitorEvent_ignoreI},
+        {DDS_MONITOR_EVENT_DATAREADER_ENABLE_AFTER, "DATAREADER_ENABLE_AFTER",
+         &ZELDefaultMonitorEvent_readerDescI<false, false>},
+        {DDS_MONITOR_EVENT_DATAREADER_QOS_CHANGE_AFTER, "DATAREADER_QOS_CHANGE_AFTER",
+         &ZELDefaultMonitorEvent_readerDescI<false, true>},
+        {DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, "DATAREADER_DELETE_BEFORE",
+         &ZELDefaultMonitorEvent_readerDescI<true, false>},
         {DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_CREATE_AFTER, "DATAWRITER_LOCATOR_PAIR_CREATE_AFTER",
          &ZELDefaultMonitorEvent_ignoreI},
         {DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER, "DATAWRITER_LOCATOR_PARI_DELETE_AFTER",

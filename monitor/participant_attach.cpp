@@ -2,6 +2,7 @@
 // detaching it.
 #include <cstdio>
 
+#include "entity_description.h"
 #include "entity_set.h"
 #include "entity_statistics.h"
 #include "log/monitor_log_macros.h"
@@ -172,9 +173,15 @@ ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onDomainParticipantDe
     }
     ZELMonitorLog_info(ZEL_MONITOR_LOG_INFO_s, "detaching");
     ZELDefaultMonitorPublisher *publisher = participantObject->publisher;
-    // Disposing the participant's description and statistics comes here,
-    // for a started set, with the description and statistics publishing.
     ZELDefaultMonitorEntitySet *set = participantObject->entities;
+    if (set != nullptr && ZELDefaultMonitorEntitySet_isStarted(set)) {
+        if (set->writers[ZEL_MONITOR_TOPIC_PARTICIPANT_DESCRIPTION] != nullptr &&
+            !ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
+                    participantObject, participantObject->participant, DDS_BOOLEAN_TRUE)) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "dispose participant desc");
+            return ZEL_MONITOR_RESULT_FAILURE;
+        }
+    }
     if (set != nullptr && ZELDefaultMonitorEntitySet_isStarted(set) &&
         !ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(
                 participantObject, participantObject->participant, DDS_BOOLEAN_TRUE)) {

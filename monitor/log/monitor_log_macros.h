@@ -45,3 +45,14 @@ inline uint32_t ZELMonitorLog_loadMaskI(uint32_t &mask) {
 // report under that operation's name rather than its own.
 #define ZELMonitorLog_errorWithContext(context, message, ...) \
     ZELMonitorLog_printI(context, ZEL_MONITOR_LOG_LEVEL_ERROR, message __VA_OPT__(, ) __VA_ARGS__)
+
+// Progress reported under an operation's name from a helper working for it.
+#define ZELMonitorLog_infoWithContext(context, message, ...) \
+    ZELMonitorLog_printI(context, ZEL_MONITOR_LOG_LEVEL_INFO, message __VA_OPT__(, ) __VA_ARGS__)
+
+// True when failures of the plug-in are printed at all, for lines that go
+// straight to ZELLog_debug.
+inline bool ZELMonitorLog_isErrorEnabledI() {
+    return (ZELMonitorLog_loadMaskI(ZEL_Monitor_Log_g_instrumentationMask) & ZEL_MONITOR_LOG_LEVEL_ERROR) != 0u &&
+           (ZELMonitorLog_loadMaskI(ZEL_Monitor_Log_g_submoduleMask) & ZEL_MONITOR_LOG_SUBMODULE_MONITOR) != 0u;
+}
