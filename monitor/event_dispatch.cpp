@@ -4,11 +4,15 @@
 // shared conditions: the monitoring entities are enabled, the sample's
 // writer exists, an entity whose QoS changed is enabled, and the entity's
 // topic passes the user-topic filter.
+#include <cstring>
+
 #include "entity_description.h"
 #include "entity_set.h"
+#include "entity_statistics.h"
 #include "log/monitor_log_macros.h"
 #include "related_topic.h"
 #include "vurnc/dds_monitor.h"
+#include "vurncore/netio_locator.h"
 
 namespace {
 
@@ -189,6 +193,112 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_readerDescI(ZELDefaultMonitorParticipant
     });
 }
 
+// ---- statistics ----
+
+// Deleting a topic, writer or reader disposes its description, then (when
+// that succeeded or was skipped) its statistics.
+template <DDS_UnsignedLong (*describe)(ZELDefaultMonitorParticipantObject *, DDS_Entity *, const void *),
+          DDS_UnsignedLong (*forget)(ZELDefaultMonitorParticipantObject *, DDS_Entity *, const void *)>
+DDS_UnsignedLong ZELDefaultMonitorEvent_deleteI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                DDS_Entity *entity, const void *eventData) {
+    if (describe(participantObject, entity, eventData) != ZEL_MONITOR_RESULT_OK) {
+        return ZEL_MONITOR_RESULT_FAILURE;
+    }
+    return forget(participantObject, entity, eventData);
+}
+
+DDS_UnsignedLong ZELDefaultMonitorEvent_disposeTopicStatsI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                           DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_TOPIC_STATISTICS, false,
+                                                        ZELDefaultMonitorRelatedTopic::TOPIC, "dispose topic stats"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats(
+                participantObject, DDS_Topic_narrow_from_entity(entity), DDS_BOOLEAN_TRUE);
+    });
+}
+
+DDS_UnsignedLong ZELDefaultMonitorEvent_disposeWriterStatsI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                            DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS, false,
+                                                        ZELDefaultMonitorRelatedTopic::WRITER_TOPIC,
+                                                        "dispose writer stats"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(
+                participantObject, DDS_DataWriter_narrow(entity), DDS_BOOLEAN_TRUE);
+    });
+}
+
+// The locator of a locator-pair event: the invalid locator with the
+// event's kind, port and address.
+DDS_Locator_t ZELDefaultMonitorEvent_toLocatorI(const ZELNetioLocator &address) {
+    DDS_Locator_t locator = DDS_LOCATOR_INVALID;
+    locator.kind = address.kind;
+    locator._port = address.port;
+    std::memcpy(locator.address, address.address, sizeof(locator.address));
+    return locator;
+}
+
+template <bool dispose>
+DDS_UnsignedLong ZELDefaultMonitorEvent_writerLocatorStatsI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                            DDS_Entity *entity, const void *eventData) {
+    static constexpr ZELDefaultMonitorEventStep step = {
+            ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS, false,
+            ZELDefaultMonitorRelatedTopic::WRITER_TOPIC,
+            dispose ? "dispose writer matched with locator stat" : "publish writer stats with locator"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        if (eventData == nullptr) {
+            return false;
+        }
+        const DDS_Locator_t locator = ZELDefaultMonitorEvent_toLocatorI(*static_cast<const ZELNetioLocator *>(eventData));
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
+                       participantObject, DDS_DataWriter_narrow(entity), &locator, dispose) != DDS_BOOLEAN_FALSE;
+    });
+}
+
+// The remote endpoint of a match-pair event: its GUID words, each most
+// significant octet first, as a valid handle.
+DDS_InstanceHandle_t ZELDefaultMonitorEvent_toRemoteHandleI(const void *eventData) {
+    uint32_t words[4];
+    std::memcpy(words, eventData, sizeof(words));
+    DDS_InstanceHandle_t handle = DDS_HANDLE_NIL;
+    for (size_t word = 0; word < 4; ++word) {
+        for (size_t octet = 0; octet < 4; ++octet) {
+            handle.value[word * 4 + octet] = static_cast<DDS_Octet>(words[word] >> (24 - 8 * octet));
+        }
+    }
+    handle.length = 16;
+    handle.isValid = DDS_BOOLEAN_TRUE;
+    return handle;
+}
+
+template <bool dispose>
+DDS_UnsignedLong ZELDefaultMonitorEvent_matchedStatsI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                      DDS_Entity *entity, const void *eventData) {
+    static constexpr ZELDefaultMonitorEventStep writerStep = {
+            ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS, false,
+            ZELDefaultMonitorRelatedTopic::WRITER_TOPIC,
+            dispose ? "dispose writer matched stats" : "publish writer matched stats"};
+    // The kind is checked first: a wrong one is reported whatever the state.
+    switch (DDS_Entity_get_entity_kind(entity)) {
+    case DDS_DATAWRITER_ENTITY_KIND:
+        return ZELDefaultMonitorEvent_runI(participantObject, entity, writerStep, [&] {
+            if (eventData == nullptr) {
+                return false;
+            }
+            const DDS_InstanceHandle_t subscription = ZELDefaultMonitorEvent_toRemoteHandleI(eventData);
+            return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(
+                           participantObject, DDS_DataWriter_narrow(entity), &subscription, dispose) !=
+                   DDS_BOOLEAN_FALSE;
+        });
+    case DDS_DATAREADER_ENTITY_KIND:
+        // Matched-publication statistics of readers are not published yet.
+        return ZEL_MONITOR_RESULT_OK;
+    default:
+        ZELMonitorLog_errorWithContext(kContext, ZEL_LOG_ANY_FAILURE_s, "wrong entity kind in matched stats");
+        return ZEL_MONITOR_RESULT_FAILURE;
+    }
+}
+
 // Events that need no action of the plug-in.
 DDS_UnsignedLong ZELDefaultMonitorEvent_ignoreI(ZELDefaultMonitorParticipantObject *, DDS_Entity *, const void *) {
     return ZEL_MONITOR_RESULT_OK;
@@ -205,7 +315,9 @@ constexpr ZELDefaultMonitorEvent kEvents[] = {
         {DDS_MONITOR_EVENT_TOPIC_ENABLE_AFTER, "TOPIC_ENABLE_AFTER", &ZELDefaultMonitorEvent_topicDescI<false, false>},
         {DDS_MONITOR_EVENT_TOPIC_QOS_CHANGE_AFTER, "TOPIC_QOS_CHANGE_AFTER",
          &ZELDefaultMonitorEvent_topicDescI<false, true>},
-        {DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, "TOPIC_DELETE_BEFORE", &ZELDefaultMonitorEvent_topicDescI<true, false>},
+        {DDS_MONITOR_EVENT_TOPIC_DELETE_BEFORE, "TOPIC_DELETE_BEFORE",
+         &ZELDefaultMonitorEvent_deleteI<&ZELDefaultMonitorEvent_topicDescI<true, false>,
+                                         &ZELDefaultMonitorEvent_disposeTopicStatsI>},
         {DDS_MONITOR_EVENT_PUBLISHER_CREATE_AFTER, "PUBLISHER_CREATE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
         {DDS_MONITOR_EVENT_PUBLISHER_ENABLE_AFTER, "PUBLISHER_ENABLE_AFTER",
          &ZELDefaultMonitorEvent_publisherDescI<false, false>},
@@ -230,7 +342,8 @@ constexpr ZELDefaultMonitorEvent kEvents[] = {
         {DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, "DATAWRITER_QOS_CHANGE_AFTER",
          &ZELDefaultMonitorEvent_writerDescI<false, true>},
         {DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, "DATAWRITER_DELETE_BEFORE",
-         &ZELDefaultMonitorEvent_writerDescI<true, false>},
+         &ZELDefaultMonitorEvent_deleteI<&ZELDefaultMonitorEvent_writerDescI<true, false>,
+                                         &ZELDefaultMonitorEvent_disposeWriterStatsI>},
         {DDS_MONITOR_EVENT_DATAREADER_CREATE_AFTER, "DATAREADER_CREATE_AFTER", &ZELDefaultMonitorEvent_ignoreI},
         {DDS_MONITOR_EVENT_DATAREADER_ENABLE_AFTER, "DATAREADER_ENABLE_AFTER",
          &ZELDefaultMonitorEvent_readerDescI<false, false>},
@@ -239,13 +352,13 @@ constexpr ZELDefaultMonitorEvent kEvents[] = {
         {DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, "DATAREADER_DELETE_BEFORE",
          &ZELDefaultMonitorEvent_readerDescI<true, false>},
         {DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_CREATE_AFTER, "DATAWRITER_LOCATOR_PAIR_CREATE_AFTER",
-         &ZELDefaultMonitorEvent_ignoreI},
+         &ZELDefaultMonitorEvent_writerLocatorStatsI<false>},
         {DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER, "DATAWRITER_LOCATOR_PARI_DELETE_AFTER",
-         &ZELDefaultMonitorEvent_ignoreI},
+         &ZELDefaultMonitorEvent_writerLocatorStatsI<true>},
         {DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER, "ENTITY_MATCH_PAIR_CREATE_AFTER",
-         &ZELDefaultMonitorEvent_ignoreI},
+         &ZELDefaultMonitorEvent_matchedStatsI<false>},
         {DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER, "ENTITY_MATCH_PAIR_DELETE_AFTER",
-         &ZELDefaultMonitorEvent_ignoreI},
+         &ZELDefaultMonitorEvent_matchedStatsI<true>},
 };
 
 const ZELDefaultMonitorEvent *ZELDefaultMonitorEvent_findI(DDS_Long code) {
