@@ -124,3 +124,14 @@ ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *q
 ZELWireEndpointQos DDS_WireEndpointQos_fromReaderQosI(const DDS_DataReaderQos *qos) {
     return DDS_WireEndpointQos_fromQosI(qos);
 }
+
+int64_t DDS_NtpTime_periodsSinceI(const ZELNtpTime *since, const ZELNtpTime *now, const ZELNtpTime *period) {
+    if (ZELNtpTime_isInfinite(period) || ZELNtpTime_compare(now, since) <= 0) {
+        return 0;
+    }
+    const uint64_t periodNs = ZELNtpTime_toNanoseconds(period);
+    if (periodNs == 0) {
+        return 0;
+    }
+    return static_cast<int64_t>((ZELNtpTime_toNanoseconds(now) - ZELNtpTime_toNanoseconds(since)) / periodNs);
+}

@@ -51,6 +51,10 @@ DDS_Time_t DDS_Time_fromNtpI(const struct ZELNtpTime *time);
 bool DDS_DomainParticipantFactory_getNowI(DDS_DomainParticipantFactory *factory, struct ZELNtpTime *now,
                                           const char *context);
 bool DDS_DomainParticipantFactory_getWallTimeI(struct ZELNtpTime *now, const char *context);
+// How many whole `period`s fit in `now - since` (0 when the period is
+// infinite or zero, or time stood still): deadlines and leases that lapsed.
+int64_t DDS_NtpTime_periodsSinceI(const struct ZELNtpTime *since, const struct ZELNtpTime *now,
+                                  const struct ZELNtpTime *period);
 
 // What matching needs of an endpoint's QoS.
 ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *qos);

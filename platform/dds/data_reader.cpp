@@ -151,11 +151,20 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_qos(DDS_DataReader *self, struct D
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_set_qos(DDS_DataReader *self, const struct DDS_DataReaderQos *qos) {
-    return DDS_Entity_setQosI<DDS_DataReaderQos>(
+    const DDS_ReturnCode_t result = DDS_Entity_setQosI<DDS_DataReaderQos>(
             self != nullptr ? &self->entity : nullptr, self != nullptr ? &self->qos : nullptr, qos,
             &DDS_DATAREADER_QOS_DEFAULT,
             self != nullptr ? &reinterpret_cast<DDS_Subscriber *>(self->entity.parent)->defaultReaderQos : nullptr,
             true, DDS_MONITOR_EVENT_DATAREADER_QOS_CHANGE_AFTER, "DDS_DataReader_set_qos");
+    if (result == DDS_RETCODE_OK && self->path != nullptr) {
+        // The data path's mutex is below the reader's lock.
+        DDS_EntityLockGuardI guard(&self->entity);
+        if (guard.held()) {
+            std::lock_guard<std::mutex> pathGuard(self->path->mutex);
+            DDS_DataReaderPath_refreshQosI(self->path, &self->qos);
+        }
+    }
+    return result;
 }
 
 VURNC_API void *DDS_DataReader_get_endpoint_dataI(const DDS_DataReader *self) {

@@ -55,8 +55,19 @@ static void DDS_DataReaderPath_onMatchedI(void *context, const ZELWireMatchInfo 
     }
     {
         std::lock_guard<std::mutex> guard(path->mutex);
+        DDS_DataReaderPath_catchUpI(path);
         if (record != nullptr) {
-            *record = DDS_ReaderMatchI{path->matches, match->remoteGuid, ZELWireCounters{}};
+            *record = DDS_ReaderMatchI{};
+            record->next = path->matches;
+            record->guid = match->remoteGuid;
+            // An automatic writer is asserted by its participant, alive as
+            // long as the process is: its lease never lapses on this wire.
+            record->leaseDuration = match->remoteQos.livelinessLeaseDuration;
+            if (match->remoteQos.livelinessKind == DDS_AUTOMATIC_LIVELINESS_QOS) {
+                ZELNtpTime_fromNanoseconds(&record->leaseDuration, UINT64_MAX);
+            }
+            record->lastHeard = path->now;
+            record->alive = true;
             path->matches = record;
         }
         // A writer is alive from its match on.
@@ -86,18 +97,27 @@ static void DDS_DataReaderPath_onUnmatchedI(void *context, const ZELWireMatchInf
         path->matched.current_count--;
         path->matched.current_count_change--;
         DDS_ReaderCache_forgetWriterI(path, &match->remoteGuid);
+        DDS_DataReaderPath_catchUpI(path);
+        bool wasAlive = true;
         for (DDS_ReaderMatchI **link = &path->matches; *link != nullptr; link = &(*link)->next) {
             if (std::memcmp(&(*link)->guid, &match->remoteGuid, sizeof(ZELWireGuid)) == 0) {
                 DDS_ReaderMatchI *record = *link;
                 *link = record->next;
+                wasAlive = record->alive;
                 ZELOsapiHeap_freeStructure(record);
                 break;
             }
         }
         DDS_LivelinessChangedStatus *liveliness = &path->liveliness;
-        --liveliness->alive_count;
-        --liveliness->alive_count_change;
+        if (wasAlive) {
+            --liveliness->alive_count;
+            --liveliness->alive_count_change;
+        } else {
+            --liveliness->not_alive_count;
+            --liveliness->not_alive_count_change;
+        }
         liveliness->last_publication_handle = DDS_InstanceHandle_fromWireGuidI(&match->remoteGuid);
+        DDS_DataReaderPath_releaseWriterI(path, &match->remoteGuid, true);
     }
     DDS_EntityImpl *entity = &path->reader->entity;
     DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER,
@@ -115,6 +135,7 @@ static void DDS_DataReaderPath_onIncompatibleI(void *context, const ZELWireGuid 
 static ZELWireDeliveryResult DDS_DataReaderPath_onSampleI(void *context, const ZELWireSample *sample) {
     auto *path = static_cast<DDS_DataReaderPathI *>(context);
     std::lock_guard<std::mutex> guard(path->mutex);
+    DDS_DataReaderPath_catchUpI(path);
     return DDS_ReaderCache_storeI(path, sample);
 }
 
@@ -129,6 +150,7 @@ DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *reader) {
     DDS_Topic *related = DDS_TopicDescription_get_topicI(reader->topicDescription);
     path->reader = reader;
     path->plugin = &related->type->plugin;
+    path->filter = DDS_ContentFilteredTopic_narrow(reader->topicDescription);
     path->keyed = path->plugin->getKeyKindFnc != nullptr && path->plugin->getKeyKindFnc() == PRES_TYPEPLUGIN_USER_KEY;
     ZELWireEndpointQos wireQos{};
     {
@@ -142,6 +164,8 @@ DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *reader) {
         path->maxSamples = reader->qos.resource_limits.max_samples;
         path->maxInstances = reader->qos.resource_limits.max_instances;
         path->maxSamplesPerInstance = reader->qos.resource_limits.max_samples_per_instance;
+        path->exclusive = reader->qos.ownership.kind == DDS_EXCLUSIVE_OWNERSHIP_QOS;
+        DDS_DataReaderPath_refreshQosI(path, &reader->qos);
         wireQos = DDS_WireEndpointQos_fromReaderQosI(&reader->qos);
     }
     if (!DDS_DataReaderPath_attachPluginI(path)) {

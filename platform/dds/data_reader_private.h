@@ -7,6 +7,7 @@
 
 #include "data_path_private.h"
 #include "vurnc/dds_subscription.h"
+#include "vurncore/clock.h"
 #include "vurncore/type_plugin.h"
 
 // A sample in the cache; `data` is a plug-in sample, or NULL for the
@@ -16,6 +17,13 @@ struct DDS_ReaderSampleI {
     void *data;
     bool read;
     DDS_SampleInfo info;      // states are filled when handed out
+    uint64_t expiresAtNs;     // factory clock; UINT64_MAX when its writer gave it no lifespan
+};
+
+// A writer that wrote an instance and has not unregistered it.
+struct DDS_ReaderInstanceWriterI {
+    DDS_ReaderInstanceWriterI *next;
+    ZELWireGuid guid;
 };
 
 struct DDS_ReaderInstanceI {
@@ -29,6 +37,13 @@ struct DDS_ReaderInstanceI {
     DDS_Long sampleCount;
     DDS_Long disposedGenerations;
     DDS_Long noWritersGenerations;
+    DDS_ReaderInstanceWriterI *writers; // those it counts as its writers
+    bool hasData;                       // a data sample was accepted since it was made
+    ZELNtpTime lastData;                // factory clock: the last data sample accepted
+    int64_t missedDeadlines;            // deadline periods since lastData already counted
+    bool owned;                         // exclusive ownership: `owner` owns it
+    ZELWireGuid owner;
+    int32_t ownerStrength;
 };
 
 // What the reader remembers of a writer that sent it samples: the last
@@ -44,6 +59,9 @@ struct DDS_ReaderMatchI {
     DDS_ReaderMatchI *next;
     ZELWireGuid guid;
     ZELWireCounters base;    // the match's counters at the last reset of its protocol status
+    ZELNtpTime leaseDuration; // its liveliness lease; infinite for an automatic writer
+    ZELNtpTime lastHeard;     // factory clock: its match or its last sample
+    bool alive;
 };
 
 // The record a loan keeps in the sequence's read token: the lent samples,
@@ -86,6 +104,12 @@ struct DDS_DataReaderPathI {
     DDS_LivelinessChangedStatus liveliness; // [mutex]
     DDS_RequestedDeadlineMissedStatus deadlineMissed; // [mutex]
     ZELWireCounters protocolBase;           // [mutex] the reader's counters at the last reset
+    DDS_ContentFilteredTopic *filter;       // fixed; NULL when the reader's topic is not filtered
+    bool exclusive;                         // fixed: exclusive ownership
+    ZELNtpTime deadline;                    // [mutex] refreshed by set_qos
+    ZELNtpTime minimumSeparation;           // [mutex] refreshed by set_qos
+    bool hasNow;                            // [mutex] the factory clock answered at the last catch-up
+    ZELNtpTime now;                         // [mutex] factory clock at the last catch-up; stamps arrivals
 };
 
 // Whether the reader has outstanding loans (its deletion is refused then).
@@ -116,5 +140,28 @@ void DDS_ReaderCache_freeSampleI(DDS_DataReaderPathI *path, DDS_ReaderSampleI *s
 void DDS_ReaderCache_forgetWriterI(DDS_DataReaderPathI *path, const ZELWireGuid *guid);
 // Frees every instance, sample and match record (at detach).
 void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path);
+
+// ---- QoS on arrival and over time (data_reader_qos.cpp), under the
+// path's mutex ----
+// Whether a delivered sample for `instance` (NULL: a new one) goes on into
+// the cache; when not, `*result` is what the wire is told (filtered by
+// content or time, or received and dropped: a sample of a writer that does
+// not own the instance, an unregistration by one of several writers).
+bool DDS_DataReaderPath_admitI(DDS_DataReaderPathI *path, DDS_ReaderInstanceI *instance,
+                               const ZELWireSample *sample, ZELWireDeliveryResult *result);
+// Notes a sample just stored as `record` of `instance`: its expiry, its
+// writer's liveliness, the instance's writers, owner and deadline.
+void DDS_DataReaderPath_acceptedI(DDS_DataReaderPathI *path, DDS_ReaderInstanceI *instance,
+                                  DDS_ReaderSampleI *record, const ZELWireSample *sample);
+// Reads the factory clock and brings the reader up to it: writers whose
+// lease lapsed lose their liveliness, deadlines missed are counted,
+// samples whose lifespan ended leave the cache. Runs before every arrival,
+// read, take and status read.
+void DDS_DataReaderPath_catchUpI(DDS_DataReaderPathI *path);
+// A writer that unmatched (`unmatched`) or lost its liveliness no longer
+// keeps its instances alive nor owns them.
+void DDS_DataReaderPath_releaseWriterI(DDS_DataReaderPathI *path, const ZELWireGuid *guid, bool unmatched);
+// Copies the QoS the path keeps from the reader's QoS.
+void DDS_DataReaderPath_refreshQosI(DDS_DataReaderPathI *path, const DDS_DataReaderQos *qos);
 
 #endif

@@ -294,6 +294,7 @@ static DDS_ReturnCode_t DDS_DataReader_readOrTakeI(DDS_DataReader *self, ZELSequ
         max = max < 0 || max > room ? room : max;
     }
     std::lock_guard<std::mutex> guard(path->mutex);
+    DDS_DataReaderPath_catchUpI(path);
     DDS_ReaderSelectionI *selected = nullptr;
     DDS_Long count = 0;
     DDS_ReturnCode_t result = DDS_DataReaderPath_collectI(path, request, max, &selected, &count);
@@ -337,6 +338,7 @@ bool DDS_DataReader_hasSamplesInStatesI(DDS_DataReader *reader, DDS_SampleStateM
     const DDS_ReadRequestI request{1,       sampleStates, viewStates, instanceStates, DDS_ReaderInstancesI::all,
                                    nullptr, false,        nullptr};
     std::lock_guard<std::mutex> guard(path->mutex);
+    DDS_DataReaderPath_catchUpI(path);
     return DDS_DataReaderPath_selectI(path, &request, nullptr, 1, nullptr) > 0;
 }
 
@@ -415,6 +417,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_sample_untypedI(DDS_
         return DDS_RETCODE_NOT_ENABLED;
     }
     std::lock_guard<std::mutex> guard(path->mutex);
+    DDS_DataReaderPath_catchUpI(path);
     DDS_ReaderSelectionI selected{};
     if (DDS_DataReaderPath_selectI(path, &request, nullptr, 1, &selected) == 0) {
         return DDS_RETCODE_NO_DATA;

@@ -5,7 +5,8 @@
 
 namespace {
 
-// Runs `copy` on the enabled reader's path under its mutex.
+// Runs `copy` on the enabled reader's path under its mutex, brought up to
+// the factory's clock first.
 template <typename Copy>
 DDS_ReturnCode_t DDS_DataReader_withStatusI(DDS_DataReader *self, const void *status, const char *context,
                                             Copy copy) {
@@ -18,6 +19,7 @@ DDS_ReturnCode_t DDS_DataReader_withStatusI(DDS_DataReader *self, const void *st
         return DDS_RETCODE_NOT_ENABLED;
     }
     std::lock_guard<std::mutex> guard(path->mutex);
+    DDS_DataReaderPath_catchUpI(path);
     return copy(path);
 }
 

@@ -5,19 +5,6 @@
 
 #include "data_writer_private.h"
 
-// How many whole `period`s fit in `now - since` (0 when the period is
-// infinite or zero, or time stood still).
-static int64_t DDS_NtpTime_periodsSinceI(const ZELNtpTime *since, const ZELNtpTime *now, const ZELNtpTime *period) {
-    if (ZELNtpTime_isInfinite(period) || ZELNtpTime_compare(now, since) <= 0) {
-        return 0;
-    }
-    const uint64_t periodNs = ZELNtpTime_toNanoseconds(period);
-    if (periodNs == 0) {
-        return 0;
-    }
-    return static_cast<int64_t>((ZELNtpTime_toNanoseconds(now) - ZELNtpTime_toNanoseconds(since)) / periodNs);
-}
-
 void DDS_DataWriterPath_checkDeadlinesI(DDS_DataWriterPathI *path, const ZELNtpTime *now) {
     for (DDS_WriterInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
         const int64_t periods = DDS_NtpTime_periodsSinceI(&instance->lastWrite, now, &path->deadline);

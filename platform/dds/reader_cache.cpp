@@ -179,6 +179,10 @@ ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZE
     // A sample beyond the resource limits is rejected and counted; one the
     // reader cannot hold (out of heap, malformed) is rejected all the same.
     DDS_ReaderInstanceI *instance = DDS_ReaderCache_findInstanceI(path, sample->keyHash);
+    ZELWireDeliveryResult admission = ZEL_WIRE_DELIVERY_ACCEPTED;
+    if (!DDS_DataReaderPath_admitI(path, instance, sample, &admission)) {
+        return admission;
+    }
     DDS_SampleRejectedStatusKind reason = DDS_ReaderCache_checkLimitsI(path, instance);
     if (reason != DDS_NOT_REJECTED) {
         path->rejected.total_count++;
@@ -228,6 +232,7 @@ ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZE
     record->info.disposed_generation_count = instance->disposedGenerations;
     record->info.no_writers_generation_count = instance->noWritersGenerations;
     DDS_ReaderCache_appendI(path, instance, record);
+    DDS_DataReaderPath_acceptedI(path, instance, record, sample);
     path->receivedCount++;
     return ZEL_WIRE_DELIVERY_ACCEPTED;
 }
@@ -237,6 +242,13 @@ void DDS_ReaderCache_clearI(DDS_DataReaderPathI *path) {
         DDS_ReaderMatchI *match = path->matches;
         path->matches = match->next;
         ZELOsapiHeap_freeStructure(match);
+    }
+    for (DDS_ReaderInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
+        while (instance->writers != nullptr) {
+            DDS_ReaderInstanceWriterI *writer = instance->writers;
+            instance->writers = writer->next;
+            ZELOsapiHeap_freeStructure(writer);
+        }
     }
     while (path->remoteWriters != nullptr) {
         DDS_ReaderRemoteWriterI *remote = path->remoteWriters;

@@ -64,12 +64,14 @@ struct ZELWireEndpointParams {
 };
 
 // A match as the local endpoint sees it. For a writer the locators are the
-// reader's; a reader is given none.
+// reader's; a reader is given none. The remote QoS tells a reader how long
+// a writer's liveliness lasts without samples.
 struct ZELWireMatchInfo {
     struct ZELWireGuid remoteGuid;
     ZELBoolean remoteVendorSpecific;
     const struct ZELNetioLocator *remoteLocators;
     uint32_t remoteLocatorCount;
+    struct ZELWireEndpointQos remoteQos;
 };
 
 enum ZELWireSampleKind {

@@ -66,6 +66,7 @@ void ZELLoopbackMatch_getInfoI(const ZELLoopbackMatchI *match, const ZELLoopback
     info->remoteVendorSpecific = remote->vendorSpecific ? ZEL_TRUE : ZEL_FALSE;
     info->remoteLocators = remote->isWriter ? nullptr : &remote->locator;
     info->remoteLocatorCount = remote->isWriter ? 0u : 1u;
+    info->remoteQos = remote->qos;
 }
 
 static void ZELLoopbackMatch_linkI(ZELLoopbackMatchI *match) {
