@@ -63,6 +63,7 @@ struct Received {
     bool valid;
     bool disposed;
     DDS_InstanceHandle_t instance;
+    DDS_Time_t sourceTime;
     const typename Kind::Sample &operator*() const { return *data; }
     const typename Kind::Sample *operator->() const { return data.get(); }
 };
@@ -225,7 +226,7 @@ protected:
                 const DDS_SampleInfo *info = DDS_SampleInfoSeq_get_reference(&infos, i);
                 received.push_back({copy, info->valid_data != 0,
                                     info->instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE,
-                                    info->instance_handle});
+                                    info->instance_handle, info->source_timestamp});
             }
             EXPECT_EQ(Kind::returnLoan(typed, &samples, &infos), DDS_RETCODE_OK);
         }

@@ -1,0 +1,198 @@
+// The statistics walk over the topics and the data writers of one
+// monitored participant.
+#include "statistics_walk.h"
+
+#include "entity_set.h"
+#include "entity_statistics.h"
+#include "log/monitor_log_macros.h"
+#include "related_topic.h"
+
+namespace {
+
+bool ZELDefaultMonitorParticipantObject_hasWriterI(const ZELDefaultMonitorParticipantObject *participantObject,
+                                                   int slot) {
+    return participantObject->entities != nullptr && participantObject->entities->writers[slot] != nullptr;
+}
+
+// What one writer contributes: its own statistics and, once it is enabled,
+// those of its matches.
+bool ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, bool withWriter,
+        bool withMatched, bool withLocators) {
+    const char *const context = "ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI";
+    bool ok = true;
+    if (withWriter &&
+        !ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(participantObject, writer, DDS_BOOLEAN_FALSE)) {
+        ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s, "sample and publish writer stats");
+        ok = false;
+    }
+    if (!DDS_Entity_is_enabled(DDS_DataWriter_as_entity(writer))) {
+        return ok;
+    }
+    if (withMatched && !ZELDefaultMonitorParticipantObject_sampleAndPublishAllWriterMatchedStatsI(
+                               participantObject, writer, DDS_BOOLEAN_FALSE)) {
+        ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s, "sample and publish all writer matched stats");
+        ok = false;
+    }
+    if (withLocators && !ZELDefaultMonitorParticipantObject_sampleAndPublishAllWriterMatchedWithLocatorStatsI(
+                                participantObject, writer, DDS_BOOLEAN_FALSE)) {
+        ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s,
+                                       "sample and publish all writer matched with locator stats");
+        ok = false;
+    }
+    return ok;
+}
+
+}  // namespace
+
+extern "C" {
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllTopicsStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject) {
+    DDS_TopicSeq topics = ZEL_SEQUENCE_INITIALIZER;
+    if (DDS_DomainParticipant_get_topics(participantObject->participant, &topics) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get topics");
+        DDS_TopicSeq_finalize(&topics);
+        return DDS_BOOLEAN_FALSE;
+    }
+    bool ok = true;
+    for (DDS_Long i = 0; i < DDS_TopicSeq_get_length(&topics); ++i) {
+        DDS_Topic *topic = DDS_TopicSeq_get(&topics, i);
+        if (topic == nullptr) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get topic reference");
+            ok = false;
+            continue;
+        }
+        if (participantObject->userTopics != nullptr &&
+            ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
+            continue;
+        }
+        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats(participantObject, topic,
+                                                                           DDS_BOOLEAN_FALSE)) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish topic stats");
+            ok = false;
+        }
+    }
+    DDS_TopicSeq_finalize(&topics);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject) {
+    const bool withWriter =
+            ZELDefaultMonitorParticipantObject_hasWriterI(participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS);
+    const bool withMatched = ZELDefaultMonitorParticipantObject_hasWriterI(
+            participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS);
+    const bool withLocators = ZELDefaultMonitorParticipantObject_hasWriterI(
+            participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS);
+    DDS_PublisherSeq publishers = ZEL_SEQUENCE_INITIALIZER;
+    if (DDS_DomainParticipant_get_publishers(participantObject->participant, &publishers) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get publishers");
+        DDS_PublisherSeq_finalize(&publishers);
+        return DDS_BOOLEAN_FALSE;
+    }
+    bool ok = true;
+    DDS_DataWriterSeq writers = ZEL_SEQUENCE_INITIALIZER;
+    for (DDS_Long p = 0; p < DDS_PublisherSeq_get_length(&publishers); ++p) {
+        DDS_Publisher *publisher = DDS_PublisherSeq_get(&publishers, p);
+        if (publisher == nullptr) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get publisher reference");
+            ok = false;
+            continue;
+        }
+        // The publisher's writers cannot come or go while they are visited.
+        if (DDS_Entity_lock(DDS_Publisher_as_entity(publisher)) != DDS_RETCODE_OK) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "lock publisher");
+            ok = false;
+            continue;
+        }
+        if (DDS_Publisher_get_all_datawriters(publisher, &writers) != DDS_RETCODE_OK) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all writers");
+            ok = false;
+        } else {
+            for (DDS_Long w = 0; w < DDS_DataWriterSeq_get_length(&writers); ++w) {
+                DDS_DataWriter *writer = DDS_DataWriterSeq_get(&writers, w);
+                if (writer == nullptr) {
+                    ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get writer reference");
+                    ok = false;
+                    continue;
+                }
+                if (participantObject->userTopics != nullptr) {
+                    DDS_Topic *topic = DDS_DataWriter_get_topic(writer);
+                    if (topic == nullptr) {
+                        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "related topic");
+                        ok = false;
+                        continue;
+                    }
+                    if (ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
+                        continue;
+                    }
+                }
+                ok = ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
+                             participantObject, writer, withWriter, withMatched, withLocators) &&
+                     ok;
+            }
+        }
+        if (DDS_Entity_unlock(DDS_Publisher_as_entity(publisher)) != DDS_RETCODE_OK) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "unlock publisher");
+            ok = false;
+        }
+    }
+    DDS_DataWriterSeq_finalize(&writers);
+    DDS_PublisherSeq_finalize(&publishers);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWriterMatchedStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean keyOnly) {
+    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
+    if (DDS_DataWriter_get_matched_subscriptions(writer, &handles) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all matched");
+        DDS_InstanceHandleSeq_finalize(&handles);
+        return DDS_BOOLEAN_FALSE;
+    }
+    bool ok = true;
+    for (DDS_Long i = 0; i < DDS_InstanceHandleSeq_get_length(&handles); ++i) {
+        const DDS_InstanceHandle_t *handle = DDS_InstanceHandleSeq_get_reference(&handles, i);
+        if (handle == nullptr) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get handle");
+            ok = false;
+            continue;
+        }
+        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(participantObject, writer, handle,
+                                                                                   keyOnly)) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish writer match stats");
+            ok = false;
+        }
+    }
+    DDS_InstanceHandleSeq_finalize(&handles);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWriterMatchedWithLocatorStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean keyOnly) {
+    DDS_LocatorSeq locators = ZEL_SEQUENCE_INITIALIZER;
+    if (DDS_DataWriter_get_matched_subscription_locators(writer, &locators) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all matched locators");
+        DDS_LocatorSeq_finalize(&locators);
+        return DDS_BOOLEAN_FALSE;
+    }
+    bool ok = true;
+    for (DDS_Long i = 0; i < DDS_LocatorSeq_get_length(&locators); ++i) {
+        const DDS_Locator_t *locator = DDS_LocatorSeq_get_reference(&locators, i);
+        if (locator == nullptr) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get locator");
+            ok = false;
+            continue;
+        }
+        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
+                    participantObject, writer, locator, keyOnly)) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish writer match with locator stats");
+            ok = false;
+        }
+    }
+    DDS_LocatorSeq_finalize(&locators);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+}  // extern "C"

@@ -1,0 +1,246 @@
+// The statistics cycle: one sample per entity and period with the
+// participant's last, the user-topic filter, failures that do not stop the
+// walk, and the events that reschedule themselves.
+#include <chrono>
+#include <thread>
+
+#include "publisher_thread.h"
+#include "statistics_fixture.h"
+#include "statistics_walk.h"
+
+namespace {
+
+using stattest::Application;
+using stattest::sameKey;
+using zeltest::recordText;
+
+int64_t nanosecondsOf(const DDS_Time_t &time) {
+    return static_cast<int64_t>(time.sec) * 1000000000 + time.nanosec;
+}
+
+size_t matchedLocatorCount(DDS_DataWriter *writer) {
+    DDS_LocatorSeq locators = ZEL_SEQUENCE_INITIALIZER;
+    EXPECT_EQ(DDS_DataWriter_get_matched_subscription_locators(writer, &locators), DDS_RETCODE_OK);
+    const auto count = static_cast<size_t>(DDS_LocatorSeq_get_length(&locators));
+    DDS_LocatorSeq_finalize(&locators);
+    return count;
+}
+
+class StatisticsCycleTest : public stattest::StatisticsTest {
+protected:
+    void observeAll() {
+        participants_ = observe<stattest::ParticipantKind>();
+        topics_ = observe<stattest::TopicKind>();
+        writers_ = observe<stattest::WriterKind>();
+        matched_ = observe<stattest::WriterMatchedKind>();
+        locators_ = observe<stattest::WriterLocatorKind>();
+    }
+
+    DDS_DataReader *participants_ = nullptr;
+    DDS_DataReader *topics_ = nullptr;
+    DDS_DataReader *writers_ = nullptr;
+    DDS_DataReader *matched_ = nullptr;
+    DDS_DataReader *locators_ = nullptr;
+};
+
+TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantLast) {
+    observeAll();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication(
+            {{"zel.monitor.config.publish_period", "1"}, {"zel.monitor.config.usertopics", "Readings"}}, &object);
+    const Application remote = application();
+    DDS_DataWriter *writer = createWriter(app);
+    createReader(remote);
+    ASSERT_EQ(write(writer, 7), DDS_RETCODE_OK);
+
+    // The publishing thread's first period ends one second after enabling.
+    std::vector<stattest::Received<stattest::ParticipantKind>> participantSamples;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (participantSamples.empty() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        participantSamples = taken<stattest::ParticipantKind>(participants_);
+    }
+    ASSERT_EQ(participantSamples.size(), 1u);
+    const auto topicSamples = taken<stattest::TopicKind>(topics_);
+    const auto writerSamples = taken<stattest::WriterKind>(writers_);
+    const auto matchedSamples = taken<stattest::WriterMatchedKind>(matched_);
+    const auto locatorSamples = taken<stattest::WriterLocatorKind>(locators_);
+    // The monitoring topics and writers are filtered out with the topics
+    // the list does not name.
+    ASSERT_EQ(topicSamples.size(), 1u);
+    ASSERT_EQ(writerSamples.size(), 1u);
+    ASSERT_EQ(matchedSamples.size(), 1u);
+    ASSERT_EQ(locatorSamples.size(), matchedLocatorCount(writer));
+    EXPECT_STREQ(topicSamples[0]->topic_name, "Readings");
+    EXPECT_TRUE(sameKey(writerSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_EQ(writerSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 1);
+
+    const int64_t participantTime = nanosecondsOf(participantSamples[0].sourceTime);
+    EXPECT_EQ(participantSamples[0]->period.sec, 1);
+    for (const auto *time : {&topicSamples[0].sourceTime, &writerSamples[0].sourceTime, &matchedSamples[0].sourceTime}) {
+        EXPECT_LE(nanosecondsOf(*time), participantTime);
+    }
+    EXPECT_EQ(topicSamples[0]->period.sec, 1);
+    EXPECT_EQ(writerSamples[0]->period.sec, 1);
+    EXPECT_EQ(matchedSamples[0]->period.sec, 1);
+}
+
+TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) {
+    observeAll();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Read*"}}, &object);
+    DDS_Topic *ignored = DDS_DomainParticipant_create_topic(app.participant, "Ignored",
+                                                            st_ReadingTypeSupport_get_type_name(),
+                                                            &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(ignored, nullptr);
+    ASSERT_NE(DDS_Publisher_create_datawriter(app.publisher, ignored, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0),
+              nullptr);
+    const Application remote = application();
+    DDS_DataWriter *writer = createWriter(app);
+
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    auto writerSamples = taken<stattest::WriterKind>(writers_);
+    ASSERT_EQ(writerSamples.size(), 1u);
+    EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 0);
+    EXPECT_TRUE(taken<stattest::WriterMatchedKind>(matched_).empty());
+    EXPECT_EQ(taken<stattest::TopicKind>(topics_).size(), 1u);
+    auto participantSamples = taken<stattest::ParticipantKind>(participants_);
+    ASSERT_EQ(participantSamples.size(), 1u);
+    EXPECT_EQ(participantSamples[0]->remoteReaderCount, 5);  // the observer's readers
+
+    createReader(remote);
+    createReader(remote);
+    for (DDS_Long sensor = 0; sensor < 4; ++sensor) {
+        ASSERT_EQ(write(writer, sensor), DDS_RETCODE_OK);
+    }
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    writerSamples = taken<stattest::WriterKind>(writers_);
+    ASSERT_EQ(writerSamples.size(), 1u);
+    EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 2);
+    // Four samples, each pushed to both readers.
+    EXPECT_EQ(writerSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 8);
+    EXPECT_EQ(taken<stattest::WriterMatchedKind>(matched_).size(), 2u);
+    participantSamples = taken<stattest::ParticipantKind>(participants_);
+    ASSERT_EQ(participantSamples.size(), 1u);
+    EXPECT_EQ(participantSamples[0]->remoteReaderCount, 7);
+}
+
+TEST_F(StatisticsCycleTest, AWriterNotEnabledGetsItsOwnSampleButNoMatchedOnes) {
+    observeAll();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app =
+            monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
+                                  {"zel.monitor.config.topics", "zel/dds/monitoring/dataWriterEntityMatched*"}},
+                                 &object);
+    DDS_PublisherQos qos = DDS_PublisherQos_INITIALIZER;
+    DDS_DomainParticipant_get_default_publisher_qos(app.participant, &qos);
+    qos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
+    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(app.participant, &qos, nullptr, 0);
+    DDS_PublisherQos_finalize(&qos);
+    DDS_DataWriter *disabled =
+            DDS_Publisher_create_datawriter(publisher, app.topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(disabled, nullptr);
+    DDS_DataWriter *enabled = createWriter(app);
+    createReader(application());
+
+    // The walk would fail at the disabled writer's matches if it went there.
+    zeltest::LogCapture capture;
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    EXPECT_TRUE(capture.lines().empty());
+    const auto matchedSamples = taken<stattest::WriterMatchedKind>(matched_);
+    ASSERT_EQ(matchedSamples.size(), 1u);
+    EXPECT_TRUE(sameKey(matchedSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(enabled)));
+    EXPECT_EQ(taken<stattest::WriterLocatorKind>(locators_).size(), matchedLocatorCount(enabled));
+    // Only the matched kinds were configured.
+    EXPECT_TRUE(taken<stattest::WriterKind>(writers_).empty());
+    EXPECT_TRUE(taken<stattest::ParticipantKind>(participants_).empty());
+    EXPECT_TRUE(taken<stattest::TopicKind>(topics_).empty());
+}
+
+TEST_F(StatisticsCycleTest, AFailureInOneEntityIsLoggedUpTheChainAndTheWalkGoesOn) {
+    observeAll();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    createWriter(app);
+    createReader(application());
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    taken<stattest::ParticipantKind>(participants_);
+    taken<stattest::WriterKind>(writers_);
+
+    // Fail each allocation of the walk in turn, until one fails the
+    // topic's own sample.
+    const std::string walk = "ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI";
+    bool topicFailed = false;
+    for (long n = 1; n < 200 && !topicFailed; ++n) {
+        zeltest::LogCapture capture;
+        ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
+        const DDS_Boolean ok = ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
+        const bool hit = !ZELOsapiHeap_isFailurePending();
+        ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+        ASSERT_TRUE(hit) << "the walk made fewer than " << n << " allocations without failing its topic";
+        topicFailed = capture.contains("ZELDefaultMonitorParticipantObject_sampleAndPublishAllTopicsStatsI",
+                                       ZEL_LOG_ANY_FAILURE_s,
+                                       recordText(ZEL_LOG_ANY_FAILURE_s, "sample and publish topic stats"));
+        const auto writerSamples = taken<stattest::WriterKind>(writers_);
+        const auto participantSamples = taken<stattest::ParticipantKind>(participants_);
+        const auto topicSamples = taken<stattest::TopicKind>(topics_);
+        if (!topicFailed) {
+            continue;
+        }
+        EXPECT_FALSE(ok);
+        EXPECT_TRUE(capture.contains(walk, ZEL_LOG_ANY_FAILURE_s,
+                                     recordText(ZEL_LOG_ANY_FAILURE_s, "sample and publish all topics stats")));
+        EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats",
+                                     ZEL_LOG_INIT_FAILURE_s, recordText(ZEL_LOG_INIT_FAILURE_s, "sample")));
+        // Writers and the participant are still published in that period.
+        EXPECT_EQ(writerSamples.size(), 1u);
+        EXPECT_EQ(participantSamples.size(), 1u);
+        EXPECT_TRUE(topicSamples.empty());
+    }
+    EXPECT_TRUE(topicFailed);
+}
+
+TEST_F(StatisticsCycleTest, EventsRescheduleOnePeriodLaterAndNeverAfterAnInfiniteTime) {
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    monitoredApplication({{"zel.monitor.config.publish_period", "0x10"},
+                          {"zel.monitor.config.topics", "zel/dds/monitoring/domainParticipantEntityStatistics"}},
+                         &object);
+    REDAWorker *worker = DDS_DomainParticipantFactory_get_workerI(factory_);
+    ZELNtpTime next{};
+    const ZELNtpTime now{100, 0xF0000000u};
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(object, &next, &now, &now, nullptr,
+                                                                               worker));
+    EXPECT_EQ(next.sec, 116);
+    EXPECT_EQ(next.frac, 0xF0000000u);
+    const ZELNtpTime infinite{0x7fffffff, 0u};
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(object, &next, &infinite, &infinite,
+                                                                               nullptr, worker));
+    EXPECT_EQ(next.sec, 0x7fffffff);
+    EXPECT_EQ(next.frac, 0xFFFFFFFFu);
+}
+
+TEST_F(StatisticsCycleTest, TheCommonEventWalksEveryParticipantOfTheSharedSet) {
+    DDS_DataReader *participants = observe<stattest::ParticipantKind>();
+    ZELDefaultMonitorParticipantObject *first = nullptr;
+    const zeltest::Properties shared = {{"zel.monitor.config.new_participant_domain_id", "4"},
+                                        {"zel.monitor.config.publish_period", "3600"}};
+    const Application one = monitoredApplication(shared, &first);
+    ZELDefaultMonitorParticipantObject *second = nullptr;
+    const Application two = monitoredApplication(shared, &second);
+    ASSERT_NE(publisher_->sharedEntities, nullptr);
+    ASSERT_EQ(first->entities, second->entities);
+
+    ZELNtpTime next{};
+    const ZELNtpTime now{5, 0u};
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(
+            publisher_, &next, &now, &now, nullptr, DDS_DomainParticipantFactory_get_workerI(factory_)));
+    EXPECT_EQ(next.sec, 3605);
+    const auto samples = taken<stattest::ParticipantKind>(participants);
+    ASSERT_EQ(samples.size(), 2u);
+    EXPECT_TRUE(sameKey(samples[0]->participant_key, stattest::participantKey(one.participant)) ||
+                sameKey(samples[1]->participant_key, stattest::participantKey(one.participant)));
+    EXPECT_TRUE(sameKey(samples[0]->participant_key, stattest::participantKey(two.participant)) ||
+                sameKey(samples[1]->participant_key, stattest::participantKey(two.participant)));
+}
+
+}  // namespace
