@@ -1,0 +1,62 @@
+// The statistics walk while other threads create and delete the entities
+// it visits: the participant and publisher locks keep every entity alive
+// while the walk holds it.
+#include <atomic>
+#include <thread>
+
+#include "statistics_fixture.h"
+#include "statistics_walk.h"
+
+namespace {
+
+using stattest::Application;
+
+class StatisticsConcurrencyTest : public stattest::StatisticsTest {};
+
+TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEntities) {
+    DDS_DataReader *writers = observe<stattest::WriterKind>();
+    DDS_DataReader *participants = observe<stattest::ParticipantKind>();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    const Application remote = application();
+    DDS_DataWriter *steady = createWriter(app);
+
+    std::atomic<int> running{2};
+    std::thread writerChurn([&] {
+        for (int i = 0; i < 40; ++i) {
+            DDS_DataWriter *writer = createWriter(app);
+            EXPECT_EQ(write(writer, i), DDS_RETCODE_OK);
+            EXPECT_EQ(DDS_Publisher_delete_datawriter(app.publisher, writer), DDS_RETCODE_OK);
+        }
+        --running;
+    });
+    std::thread readerChurn([&] {
+        for (int i = 0; i < 40; ++i) {
+            DDS_DataReader *reader = createReader(i % 2 == 0 ? remote : app);
+            EXPECT_EQ(DDS_Subscriber_delete_datareader(i % 2 == 0 ? remote.subscriber : app.subscriber, reader),
+                      DDS_RETCODE_OK);
+        }
+        --running;
+    });
+    // A remote reader may go away between listing the matches and reading
+    // one of them: that match fails, the walk goes on.
+    int walks = 0;
+    while (running.load() > 0) {
+        ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
+        taken<stattest::WriterKind>(writers);
+        taken<stattest::ParticipantKind>(participants);
+        ++walks;
+    }
+    writerChurn.join();
+    readerChurn.join();
+    EXPECT_GT(walks, 0);
+
+    // Once the churn is over, the walk sees only what remains.
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    const auto samples = taken<stattest::WriterKind>(writers);
+    ASSERT_EQ(samples.size(), 1u);
+    EXPECT_TRUE(stattest::sameKey(samples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(steady)));
+    EXPECT_EQ(taken<stattest::ParticipantKind>(participants).size(), 1u);
+}
+
+}  // namespace
