@@ -44,6 +44,12 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(
         ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish all topics stats");
         ok = false;
     }
+    if ((has(ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS) ||
+         has(ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS)) &&
+        !ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(participantObject)) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish all readers stats");
+        ok = false;
+    }
     if ((has(ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS) ||
          has(ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS) ||
          has(ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS)) &&

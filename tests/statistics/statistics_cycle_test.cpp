@@ -34,6 +34,8 @@ protected:
         writers_ = observe<stattest::WriterKind>();
         matched_ = observe<stattest::WriterMatchedKind>();
         locators_ = observe<stattest::WriterLocatorKind>();
+        readers_ = observe<stattest::ReaderKind>();
+        readerMatched_ = observe<stattest::ReaderMatchedKind>();
     }
 
     DDS_DataReader *participants_ = nullptr;
@@ -41,7 +43,17 @@ protected:
     DDS_DataReader *writers_ = nullptr;
     DDS_DataReader *matched_ = nullptr;
     DDS_DataReader *locators_ = nullptr;
+    DDS_DataReader *readers_ = nullptr;
+    DDS_DataReader *readerMatched_ = nullptr;
 };
+
+size_t matchedPublicationCount(DDS_DataReader *reader) {
+    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
+    EXPECT_EQ(DDS_DataReader_get_matched_publications(reader, &handles), DDS_RETCODE_OK);
+    const auto count = static_cast<size_t>(DDS_InstanceHandleSeq_get_length(&handles));
+    DDS_InstanceHandleSeq_finalize(&handles);
+    return count;
+}
 
 TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantLast) {
     observeAll();
@@ -50,7 +62,9 @@ TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantL
             {{"zel.monitor.config.publish_period", "1"}, {"zel.monitor.config.usertopics", "Readings"}}, &object);
     const Application remote = application();
     DDS_DataWriter *writer = createWriter(app);
+    DDS_DataReader *reader = createReader(app);
     createReader(remote);
+    ASSERT_EQ(write(createWriter(remote), 8), DDS_RETCODE_OK);
     ASSERT_EQ(write(writer, 7), DDS_RETCODE_OK);
 
     // The publishing thread's first period ends one second after enabling.
@@ -65,24 +79,35 @@ TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantL
     const auto writerSamples = taken<stattest::WriterKind>(writers_);
     const auto matchedSamples = taken<stattest::WriterMatchedKind>(matched_);
     const auto locatorSamples = taken<stattest::WriterLocatorKind>(locators_);
+    const auto readerSamples = taken<stattest::ReaderKind>(readers_);
+    const auto readerMatchedSamples = taken<stattest::ReaderMatchedKind>(readerMatched_);
     // The monitoring topics and writers are filtered out with the topics
-    // the list does not name.
+    // the list does not name. Each of the monitored writer and reader
+    // matches the other and the remote participant's.
     ASSERT_EQ(topicSamples.size(), 1u);
     ASSERT_EQ(writerSamples.size(), 1u);
-    ASSERT_EQ(matchedSamples.size(), 1u);
+    ASSERT_EQ(readerSamples.size(), 1u);
+    ASSERT_EQ(matchedSamples.size(), 2u);
+    ASSERT_EQ(readerMatchedSamples.size(), matchedPublicationCount(reader));
+    ASSERT_EQ(readerMatchedSamples.size(), 2u);
     ASSERT_EQ(locatorSamples.size(), matchedLocatorCount(writer));
     EXPECT_STREQ(topicSamples[0]->topic_name, "Readings");
     EXPECT_TRUE(sameKey(writerSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
-    EXPECT_EQ(writerSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 1);
+    EXPECT_EQ(writerSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 2);
+    EXPECT_EQ(readerSamples[0]->datareader_protocol_status.status.received_sample_count, 2);
 
     const int64_t participantTime = nanosecondsOf(participantSamples[0].sourceTime);
     EXPECT_EQ(participantSamples[0]->period.sec, 1);
-    for (const auto *time : {&topicSamples[0].sourceTime, &writerSamples[0].sourceTime, &matchedSamples[0].sourceTime}) {
+    for (const auto *time : {&topicSamples[0].sourceTime, &writerSamples[0].sourceTime,
+                             &matchedSamples[1].sourceTime, &readerSamples[0].sourceTime,
+                             &readerMatchedSamples[1].sourceTime}) {
         EXPECT_LE(nanosecondsOf(*time), participantTime);
     }
     EXPECT_EQ(topicSamples[0]->period.sec, 1);
     EXPECT_EQ(writerSamples[0]->period.sec, 1);
     EXPECT_EQ(matchedSamples[0]->period.sec, 1);
+    EXPECT_EQ(readerSamples[0]->period.sec, 1);
+    EXPECT_EQ(readerMatchedSamples[0]->period.sec, 1);
 }
 
 TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) {
@@ -106,7 +131,7 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     EXPECT_EQ(taken<stattest::TopicKind>(topics_).size(), 1u);
     auto participantSamples = taken<stattest::ParticipantKind>(participants_);
     ASSERT_EQ(participantSamples.size(), 1u);
-    EXPECT_EQ(participantSamples[0]->remoteReaderCount, 5);  // the observer's readers
+    EXPECT_EQ(participantSamples[0]->remoteReaderCount, 7);  // the observer's readers
 
     createReader(remote);
     createReader(remote);
@@ -122,7 +147,7 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     EXPECT_EQ(taken<stattest::WriterMatchedKind>(matched_).size(), 2u);
     participantSamples = taken<stattest::ParticipantKind>(participants_);
     ASSERT_EQ(participantSamples.size(), 1u);
-    EXPECT_EQ(participantSamples[0]->remoteReaderCount, 7);
+    EXPECT_EQ(participantSamples[0]->remoteReaderCount, 9);
 }
 
 TEST_F(StatisticsCycleTest, AWriterNotEnabledGetsItsOwnSampleButNoMatchedOnes) {

@@ -1,0 +1,128 @@
+// The statistics walk over the data readers of one monitored participant.
+#include "entity_set.h"
+#include "entity_statistics.h"
+#include "log/monitor_log_macros.h"
+#include "related_topic.h"
+#include "statistics_walk.h"
+
+namespace {
+
+const char *const kAllReaders = "ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI";
+
+// What one reader contributes: its own statistics and, once it is enabled,
+// those of its matches. A reader whose topic the user-topic filter drops
+// contributes nothing.
+bool ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, bool withReader,
+        bool withMatched) {
+    if (participantObject->userTopics != nullptr) {
+        DDS_Topic *topic = ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, nullptr);
+        if (topic == nullptr) {
+            ZELMonitorLog_errorWithContext(kAllReaders, ZEL_LOG_ANY_FAILURE_s, "related topic");
+            return false;
+        }
+        if (ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
+            return true;
+        }
+    }
+    bool ok = true;
+    if (withReader &&
+        !ZELDefaultMonitorParticipantObject_sampleAndPublishReaderStats(participantObject, reader, DDS_BOOLEAN_FALSE)) {
+        ZELMonitorLog_errorWithContext(kAllReaders, ZEL_LOG_ANY_FAILURE_s, "sample and publish reader stats");
+        ok = false;
+    }
+    if (!DDS_Entity_is_enabled(DDS_DataReader_as_entity(reader))) {
+        return ok;
+    }
+    if (withMatched && !ZELDefaultMonitorParticipantObject_sampleAndPublishAllReaderMatchedStatsI(
+                               participantObject, reader, DDS_BOOLEAN_FALSE)) {
+        ZELMonitorLog_errorWithContext(kAllReaders, ZEL_LOG_ANY_FAILURE_s, "sample and publish all reader matched stats");
+        ok = false;
+    }
+    return ok;
+}
+
+}  // namespace
+
+extern "C" {
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject) {
+    const ZELDefaultMonitorEntitySet *set = participantObject->entities;
+    const bool withReader = set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS] != nullptr;
+    const bool withMatched =
+            set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS] != nullptr;
+    DDS_SubscriberSeq subscribers = ZEL_SEQUENCE_INITIALIZER;
+    if (DDS_DomainParticipant_get_subscribers(participantObject->participant, &subscribers) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get subscribers");
+        DDS_SubscriberSeq_finalize(&subscribers);
+        return DDS_BOOLEAN_FALSE;
+    }
+    bool ok = true;
+    DDS_DataReaderSeq readers = ZEL_SEQUENCE_INITIALIZER;
+    for (DDS_Long s = 0; s < DDS_SubscriberSeq_get_length(&subscribers); ++s) {
+        DDS_Subscriber *subscriber = DDS_SubscriberSeq_get(&subscribers, s);
+        if (subscriber == nullptr) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get subscriber reference");
+            ok = false;
+            continue;
+        }
+        // The subscriber's readers cannot come or go while they are visited.
+        if (DDS_Entity_lock(DDS_Subscriber_as_entity(subscriber)) != DDS_RETCODE_OK) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "lock subscriber");
+            ok = false;
+            continue;
+        }
+        if (DDS_Subscriber_get_all_datareaders(subscriber, &readers) != DDS_RETCODE_OK) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all readers");
+            ok = false;
+        } else {
+            for (DDS_Long r = 0; r < DDS_DataReaderSeq_get_length(&readers); ++r) {
+                DDS_DataReader *reader = DDS_DataReaderSeq_get(&readers, r);
+                if (reader == nullptr) {
+                    ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get reader reference");
+                    ok = false;
+                    continue;
+                }
+                ok = ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(participantObject, reader,
+                                                                                          withReader, withMatched) &&
+                     ok;
+            }
+        }
+        if (DDS_Entity_unlock(DDS_Subscriber_as_entity(subscriber)) != DDS_RETCODE_OK) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "unlock subscriber");
+            ok = false;
+        }
+    }
+    DDS_DataReaderSeq_finalize(&readers);
+    DDS_SubscriberSeq_finalize(&subscribers);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReaderMatchedStatsI(
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, DDS_Boolean keyOnly) {
+    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
+    if (DDS_DataReader_get_matched_publications(reader, &handles) != DDS_RETCODE_OK) {
+        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all matched");
+        DDS_InstanceHandleSeq_finalize(&handles);
+        return DDS_BOOLEAN_FALSE;
+    }
+    bool ok = true;
+    for (DDS_Long i = 0; i < DDS_InstanceHandleSeq_get_length(&handles); ++i) {
+        const DDS_InstanceHandle_t *handle = DDS_InstanceHandleSeq_get_reference(&handles, i);
+        if (handle == nullptr) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get handle");
+            ok = false;
+            continue;
+        }
+        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(participantObject, reader, handle,
+                                                                                   keyOnly)) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish reader match stats");
+            ok = false;
+        }
+    }
+    DDS_InstanceHandleSeq_finalize(&handles);
+    return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
+}
+
+}  // extern "C"
