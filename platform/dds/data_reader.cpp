@@ -33,8 +33,9 @@ DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
     }
     DDS_DomainParticipant_notifyMonitorI(participant, DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, &reader->entity,
                                          nullptr);
-    // Unmatches are reported to the monitor from inside: no lock is held.
-    DDS_DataReader_detachI(reader);
+    // Out of the subscriber's list first, under its lock: whoever walks the
+    // list under that lock (the monitor's statistics) never meets a reader
+    // being taken apart.
     {
         DDS_EntityLockGuardI participantGuard(&participant->entity);
         if (!participantGuard.held()) {
@@ -47,6 +48,8 @@ DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
         DDS_EntityList_removeI(&subscriber->readers, &reader->entity.node);
         DDS_TopicDescription_addReaderI(reader->topicDescription, -1);
     }
+    // Unmatches are reported to the monitor from inside: no lock is held.
+    DDS_DataReader_detachI(reader);
     DDS_DataReader_freeI(reader);
     return DDS_RETCODE_OK;
 }

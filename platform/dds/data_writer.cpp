@@ -16,8 +16,9 @@ DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer) {
     auto *publisher = reinterpret_cast<DDS_Publisher *>(writer->entity.parent);
     DDS_DomainParticipant_notifyMonitorI(participant, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, &writer->entity,
                                          nullptr);
-    // Unmatches are reported to the monitor from inside: no lock is held.
-    DDS_DataWriter_detachI(writer);
+    // Out of the publisher's list first, under its lock: whoever walks the
+    // list under that lock (the monitor's statistics) never meets a writer
+    // being taken apart.
     {
         DDS_EntityLockGuardI participantGuard(&participant->entity);
         if (!participantGuard.held()) {
@@ -30,6 +31,8 @@ DDS_ReturnCode_t DDS_DataWriter_deleteI(DDS_DataWriter *writer) {
         DDS_EntityList_removeI(&publisher->writers, &writer->entity.node);
         --writer->topic->useCount;
     }
+    // Unmatches are reported to the monitor from inside: no lock is held.
+    DDS_DataWriter_detachI(writer);
     DDS_DataWriter_freeI(writer);
     return DDS_RETCODE_OK;
 }
