@@ -181,12 +181,11 @@ ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onDomainParticipantDe
             ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "dispose participant desc");
             return ZEL_MONITOR_RESULT_FAILURE;
         }
-    }
-    if (set != nullptr && ZELDefaultMonitorEntitySet_isStarted(set) &&
-        !ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(
-                participantObject, participantObject->participant, DDS_BOOLEAN_TRUE)) {
-        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "dispose participant stats");
-        return ZEL_MONITOR_RESULT_FAILURE;
+        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(
+                    participantObject, participantObject->participant, DDS_BOOLEAN_TRUE)) {
+            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "dispose participant stats");
+            return ZEL_MONITOR_RESULT_FAILURE;
+        }
     }
     if (set != nullptr && publisher->sharedEntities == nullptr) {
         if (!ZELDefaultMonitorPublisher_stopThreadAndDeleteEntitiesI(participantObject->participant, set)) {
