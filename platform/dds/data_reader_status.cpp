@@ -14,8 +14,12 @@ DDS_ReturnCode_t DDS_DataReader_withStatusI(DDS_DataReader *self, const void *st
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "status");
         return DDS_RETCODE_BAD_PARAMETER;
     }
+    // The path is set before the entity is marked enabled: read it only after.
+    if (!self->entity.enabled.load()) {
+        return DDS_RETCODE_NOT_ENABLED;
+    }
     DDS_DataReaderPathI *path = self->path;
-    if (!self->entity.enabled.load() || path == nullptr) {
+    if (path == nullptr) {
         return DDS_RETCODE_NOT_ENABLED;
     }
     std::lock_guard<std::mutex> guard(path->mutex);

@@ -37,8 +37,12 @@ DDS_ReturnCode_t DDS_DataWriter_withStatusI(DDS_DataWriter *self, const void *st
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "status");
         return DDS_RETCODE_BAD_PARAMETER;
     }
+    // The path is set before the entity is marked enabled: read it only after.
+    if (!self->entity.enabled.load()) {
+        return DDS_RETCODE_NOT_ENABLED;
+    }
     DDS_DataWriterPathI *path = self->path;
-    if (!self->entity.enabled.load() || path == nullptr) {
+    if (path == nullptr) {
         return DDS_RETCODE_NOT_ENABLED;
     }
     ZELNtpTime now{};
