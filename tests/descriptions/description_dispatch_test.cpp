@@ -296,6 +296,19 @@ TEST_F(DescriptionDispatchTest, TopicsAreDescribedByThePlugInTheMonitoredPartici
     EXPECT_FALSE(observer_->described<zeltest::TopicDescriptions>()[bareKey].alive);
 }
 
+TEST_F(DescriptionDispatchTest, ATopicNameBeyondTheDescriptionBoundIsRefusedWhole) {
+    DDS_DomainParticipant *participant = createParticipant({});
+    ZELDefaultMonitorParticipantObject *object = monitor(participant);
+    const std::string longest(256, 'n');
+    const std::string tooLong(257, 'n');
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
+            object, createTopic(participant, longest.c_str()), DDS_BOOLEAN_FALSE));
+    zeltest::LogCapture capture;
+    EXPECT_FALSE(ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
+            object, createTopic(participant, tooLong.c_str()), DDS_BOOLEAN_FALSE));
+    EXPECT_TRUE(capture.contains(kTopicBuilder, ZEL_LOG_ANY_FAILURE_s, recordText(ZEL_LOG_ANY_FAILURE_s, "write")));
+}
+
 TEST_F(DescriptionDispatchTest, EveryAllocationFailureOfAWriterDescriptionIsLoggedAndLeaksNothing) {
     DDS_DomainParticipant *participant = createParticipant({});
     ZELDefaultMonitorParticipantObject *object = monitor(participant);
