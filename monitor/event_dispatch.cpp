@@ -64,18 +64,17 @@ ZELDefaultMonitorGate ZELDefaultMonitorEvent_checkI(ZELDefaultMonitorParticipant
         topic = DDS_Topic_narrow_from_entity(entity);
         break;
     case ZELDefaultMonitorRelatedTopic::WRITER_TOPIC:
+        topic = DDS_DataWriter_get_topic(DDS_DataWriter_narrow(entity));
+        break;
     case ZELDefaultMonitorRelatedTopic::READER_TOPIC:
-        topic = step.related == ZELDefaultMonitorRelatedTopic::WRITER_TOPIC
-                        ? DDS_DataWriter_get_topic(DDS_DataWriter_narrow(entity))
-                        : ZELDefaultMonitorParticipantObject_getActualReaderTopicI(DDS_DataReader_narrow(entity),
-                                                                                   nullptr);
-        if (topic == nullptr) {
-            ZELMonitorLog_errorWithContext(kContext, ZEL_LOG_GET_FAILURE_s, "related topic");
-            return ZELDefaultMonitorGate::FAIL;
-        }
+        topic = ZELDefaultMonitorParticipantObject_getActualReaderTopicI(DDS_DataReader_narrow(entity), nullptr);
         break;
     case ZELDefaultMonitorRelatedTopic::NONE:
         break;
+    }
+    if (topic == nullptr && step.related != ZELDefaultMonitorRelatedTopic::TOPIC) {
+        ZELMonitorLog_errorWithContext(kContext, ZEL_LOG_GET_FAILURE_s, "related topic");
+        return ZELDefaultMonitorGate::FAIL;
     }
     return ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)
                    ? ZELDefaultMonitorGate::SKIP
