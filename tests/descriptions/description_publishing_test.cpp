@@ -134,6 +134,7 @@ protected:
 
 TEST_F(DescribedApplicationTest, EveryApplicationEntityIsDescribedOnceWithItsKeysNamesSizesAndQos) {
     observe(0);
+    zeltest::LogCapture capture;
     DDS_DomainParticipant *app = createApplication("shapes", {{"app.tag", "alpha"}});
     ASSERT_NE(app, nullptr);
     DDS_Topic *square = createTopic(app, "Square", dt_ReadingTypeSupport_get_type_name());
@@ -270,6 +271,12 @@ TEST_F(DescribedApplicationTest, EveryApplicationEntityIsDescribedOnceWithItsKey
     subscribers = observer_->described<zeltest::SubscriberDescriptions>();
     EXPECT_EQ(aliveIn(subscribers), std::set<EntityKey>{subscriberKey});
     EXPECT_EQ(subscribers.size(), 2u);
+
+    // Every event on the way, the writer's and reader's matches and locators
+    // included, was handled without a failure.
+    for (const zeltest::CapturedLine &line : capture.lines()) {
+        EXPECT_NE(line.context, "ZELDefaultMonitorPublisher_onEventNotify") << line;
+    }
 }
 
 TEST_F(DescribedApplicationTest, UserTopicsKeepOnlyEntitiesWhoseRelatedTopicIsListed) {
