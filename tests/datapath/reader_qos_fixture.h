@@ -1,19 +1,18 @@
-// A participant with Shape readers and writers of adjustable QoS on the
-// in-process wire, and a factory clock the test moves by hand.
+// Shape readers and writers of adjustable QoS on the in-process wire, with
+// a factory clock the test may move by hand.
 #ifndef ZELTEST_READER_QOS_FIXTURE_H
 #define ZELTEST_READER_QOS_FIXTURE_H
 
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "datapath_types.h"
 #include "heap_check.h"
-#include "vurnc/dds_publication.h"
-#include "vurnc/dds_topic.h"
-#include "vurnc/dds_subscription.h"
+#include "vurnc/dds_c.h"
 #include "vurncore/clock.h"
 
 namespace zeltest {
@@ -28,6 +27,11 @@ inline ZELBoolean readerQosHandClock(ZELHighResolutionClock *, ZELNtpTime *now) 
 inline bool sameHandle(const DDS_InstanceHandle_t &left, const DDS_InstanceHandle_t &right) {
     return left.isValid == right.isValid && left.length == right.length &&
            std::memcmp(left.value, right.value, sizeof(left.value)) == 0;
+}
+
+inline void setMs(DDS_Duration_t *duration, uint32_t milliseconds) {
+    duration->sec = static_cast<DDS_Long>(milliseconds / 1000);
+    duration->nanosec = milliseconds % 1000 * 1'000'000u;
 }
 
 class ReaderQosTest : public HeapCheckedTest {
@@ -47,6 +51,7 @@ protected:
         ASSERT_TRUE(shapes != nullptr && publisher != nullptr && subscriber != nullptr);
         ASSERT_EQ(DDS_Publisher_get_default_datawriter_qos(publisher, &writerQos), DDS_RETCODE_OK);
         ASSERT_EQ(DDS_Subscriber_get_default_datareader_qos(subscriber, &readerQos), DDS_RETCODE_OK);
+        readerQos.history.depth = 10;
         ASSERT_TRUE(dp_Shape_initialize(&shape));
     }
 
@@ -59,16 +64,14 @@ protected:
             DDS_DomainParticipant_unregister_type(participant, dp_ShapeTypeSupport_get_type_name());
             EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, participant), DDS_RETCODE_OK);
         }
-        if (clockReplaced) {
+        if (savedGetTime != nullptr) {
             DDS_DomainParticipantFactory_get_clockI(factory)->getTime = savedGetTime;
         }
         EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
         HeapCheckedTest::TearDown();
     }
 
-    DDS_DataWriter *createWriter() {
-        return DDS_Publisher_create_datawriter(publisher, shapes, &writerQos, nullptr, 0);
-    }
+    DDS_DataWriter *createWriter() { return DDS_Publisher_create_datawriter(publisher, shapes, &writerQos, nullptr, 0); }
 
     DDS_DataReader *createReader(DDS_TopicDescription *topic = nullptr) {
         return DDS_Subscriber_create_datareader(
@@ -81,15 +84,16 @@ protected:
         return DDS_DataWriter_write_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL);
     }
 
-    // Takes every sample; the x of each valid one in order, -1 for an
-    // invalid-data one, and the info of the last.
-    std::vector<DDS_Long> take(DDS_DataReader *reader, DDS_SampleInfo *lastInfo = nullptr) {
+    // Reads or takes every sample: the x of each, -1 for invalid data; the
+    // info of the last in `lastInfo`.
+    static std::vector<DDS_Long> take(DDS_DataReader *reader, DDS_SampleInfo *lastInfo = nullptr,
+                                      DDS_Boolean take = DDS_BOOLEAN_TRUE) {
         dp_ShapeSeq data = ZEL_SEQUENCE_INITIALIZER;
         DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
         std::vector<DDS_Long> xs;
         if (DDS_DataReader_read_or_take_untypedI(reader, reinterpret_cast<ZELSequence *>(&data), &infos,
                                                  DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
-                                                 DDS_ANY_INSTANCE_STATE, DDS_BOOLEAN_TRUE) != DDS_RETCODE_OK) {
+                                                 DDS_ANY_INSTANCE_STATE, take) != DDS_RETCODE_OK) {
             return xs;
         }
         for (DDS_Long i = 0; i < DDS_SampleInfoSeq_get_length(&infos); ++i) {
@@ -104,19 +108,18 @@ protected:
         return xs;
     }
 
+    static DDS_DataReaderProtocolStatus protocolOf(DDS_DataReader *reader, DDS_Boolean reset = DDS_BOOLEAN_FALSE) {
+        DDS_DataReaderProtocolStatus status{};
+        EXPECT_EQ(DDS_DataReader_get_datareader_protocol_status_ex(reader, &status, reset), DDS_RETCODE_OK);
+        return status;
+    }
+
     void useHandClock() {
-        ZELHighResolutionClock *clock = DDS_DomainParticipantFactory_get_clockI(factory);
-        savedGetTime = clock->getTime;
-        clock->getTime = readerQosHandClock;
-        clockReplaced = true;
+        savedGetTime = DDS_DomainParticipantFactory_get_clockI(factory)->getTime;
+        DDS_DomainParticipantFactory_get_clockI(factory)->getTime = readerQosHandClock;
     }
 
     static void advanceMs(uint64_t milliseconds) { g_readerQosNowNs += milliseconds * 1'000'000u; }
-
-    static void setDuration(DDS_Duration_t *duration, DDS_Long sec, DDS_UnsignedLong nanosec) {
-        duration->sec = sec;
-        duration->nanosec = nanosec;
-    }
 
     DDS_DomainParticipantFactory *factory = nullptr;
     DDS_DomainParticipant *participant = nullptr;
@@ -126,7 +129,6 @@ protected:
     DDS_DataWriterQos writerQos = DDS_DataWriterQos_INITIALIZER;
     DDS_DataReaderQos readerQos = DDS_DataReaderQos_INITIALIZER;
     dp_Shape shape = dp_Shape_INITIALIZER;
-    bool clockReplaced = false;
     ZELBoolean (*savedGetTime)(ZELHighResolutionClock *, ZELNtpTime *) = nullptr;
 };
 
