@@ -197,7 +197,8 @@ void DDS_DataReaderPath_releaseWriterI(DDS_DataReaderPathI *path, const ZELWireG
         if (unmatched) {
             DDS_ReaderInstance_removeWriterI(instance, guid);
         }
-        if (instance->instanceState == DDS_ALIVE_INSTANCE_STATE && !DDS_ReaderInstance_hasAliveWriterI(path, instance)) {
+        if (instance->instanceState == DDS_ALIVE_INSTANCE_STATE &&
+            !DDS_ReaderInstance_hasAliveWriterI(path, instance)) {
             instance->instanceState = DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE;
             instance->noWritersGenerations++;
         }

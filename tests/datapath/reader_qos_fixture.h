@@ -71,7 +71,9 @@ protected:
         HeapCheckedTest::TearDown();
     }
 
-    DDS_DataWriter *createWriter() { return DDS_Publisher_create_datawriter(publisher, shapes, &writerQos, nullptr, 0); }
+    DDS_DataWriter *createWriter() {
+        return DDS_Publisher_create_datawriter(publisher, shapes, &writerQos, nullptr, 0);
+    }
 
     DDS_DataReader *createReader(DDS_TopicDescription *topic = nullptr) {
         return DDS_Subscriber_create_datareader(

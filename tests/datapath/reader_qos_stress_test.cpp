@@ -90,9 +90,11 @@ TEST_F(ReaderQosStressTest, StatusesStayConsistentWhileEverythingHappensAtOnce) 
                 for (DDS_Long h = 0; h < DDS_InstanceHandleSeq_get_length(&handles); ++h) {
                     DDS_DataReaderProtocolStatus protocol{};
                     // The writer may have gone since.
-                    const DDS_ReturnCode_t result = DDS_DataReader_get_matched_publication_datareader_protocol_status_ex(
-                            reader, &protocol, DDS_InstanceHandleSeq_get_reference(&handles, h), DDS_BOOLEAN_TRUE);
-                    EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_BAD_PARAMETER);
+                    const DDS_InstanceHandle_t *handle = DDS_InstanceHandleSeq_get_reference(&handles, h);
+                    const DDS_ReturnCode_t got =
+                            DDS_DataReader_get_matched_publication_datareader_protocol_status_ex(
+                                    reader, &protocol, handle, DDS_BOOLEAN_TRUE);
+                    EXPECT_TRUE(got == DDS_RETCODE_OK || got == DDS_RETCODE_BAD_PARAMETER);
                 }
             }
         }
@@ -138,8 +140,8 @@ TEST_F(ReaderQosStressTest, EveryAllocationFailureOnTheWayLeavesNothingBehind) {
         DDS_DataWriter *writer = createWriter();
         DDS_DataReader *owned = createReader();
         DDS_DataReader *filtered = createReader(DDS_ContentFilteredTopic_as_topicdescription(filter));
-        if (writer != nullptr && owned != nullptr && filtered != nullptr && write(writer, "red", 150) == DDS_RETCODE_OK &&
-            write(writer, "red", 5) == DDS_RETCODE_OK) {
+        if (writer != nullptr && owned != nullptr && filtered != nullptr &&
+            write(writer, "red", 150) == DDS_RETCODE_OK && write(writer, "red", 5) == DDS_RETCODE_OK) {
             advanceMs(5);  // deadlines and liveliness lapse
             DDS_LivelinessChangedStatus liveliness{};
             // A reader whose enabling failed is there, not enabled.
