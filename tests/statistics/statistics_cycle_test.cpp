@@ -150,6 +150,32 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     EXPECT_EQ(participantSamples[0]->remoteReaderCount, 9);
 }
 
+TEST_F(StatisticsCycleTest, DeletingAWriterDisposesTheStatisticsTheWalkPublished) {
+    observeAll();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    DDS_DataWriter *writer = createWriter(app);
+    // What the middleware reports after enabling the writer and before
+    // deleting it.
+    EXPECT_EQ(ZELDefaultMonitorPublisher_onEventNotify(object, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER,
+                                                        DDS_DataWriter_as_entity(writer), nullptr),
+              ZEL_MONITOR_RESULT_OK);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_EQ(taken<stattest::WriterKind>(writers_).size(), 1u);
+
+    EXPECT_EQ(ZELDefaultMonitorPublisher_onEventNotify(object, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE,
+                                                        DDS_DataWriter_as_entity(writer), nullptr),
+              ZEL_MONITOR_RESULT_OK);
+    ASSERT_EQ(DDS_Publisher_delete_datawriter(app.publisher, writer), DDS_RETCODE_OK);
+    const auto disposed = taken<stattest::WriterKind>(writers_);
+    ASSERT_EQ(disposed.size(), 1u);
+    EXPECT_FALSE(disposed[0].valid);
+    EXPECT_TRUE(disposed[0].disposed);
+
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    EXPECT_TRUE(taken<stattest::WriterKind>(writers_).empty());
+}
+
 TEST_F(StatisticsCycleTest, AWriterNotEnabledGetsItsOwnSampleButNoMatchedOnes) {
     observeAll();
     ZELDefaultMonitorParticipantObject *object = nullptr;
