@@ -6,7 +6,11 @@
 #include "data_writer_private.h"
 
 void DDS_DataWriterPath_checkDeadlinesI(DDS_DataWriterPathI *path, const ZELNtpTime *now) {
-    for (DDS_WriterInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
+    // Without a deadline no instance can miss one: a writer of many
+    // instances then pays nothing per write.
+    const bool hasDeadline = !ZELNtpTime_isInfinite(&path->deadline);
+    for (DDS_WriterInstanceI *instance = hasDeadline ? path->instances : nullptr; instance != nullptr;
+         instance = instance->next) {
         const int64_t periods = DDS_NtpTime_periodsSinceI(&instance->lastWrite, now, &path->deadline);
         if (periods > instance->missedDeadlines) {
             const auto missed = static_cast<DDS_Long>(periods - instance->missedDeadlines);
