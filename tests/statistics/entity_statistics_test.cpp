@@ -1,6 +1,6 @@
 // One statistics sample per entity: keys, names and counts that follow
-// what the application did, the reset of change counts, dispose by key
-// alone, and failures logged by the status that could not be read.
+// what the application did, dispose by key alone, and failures logged by
+// the status that could not be read.
 #include <cstring>
 
 #include "entity_statistics.h"
@@ -145,35 +145,6 @@ TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication
     EXPECT_NE(reader, nullptr);
 }
 
-TEST_F(EntityStatisticsTest, ChangeCountsAreResetOnlyWhenConfigured) {
-    DDS_DataReader *writers = observe<stattest::WriterKind>();
-    ZELDefaultMonitorParticipantObject *resetting = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.reset_status_change_counts", "true"}},
-                                                 &resetting);
-    ZELDefaultMonitorParticipantObject *keeping = nullptr;
-    const Application other = monitoredApplication({}, &keeping);
-    DDS_DataWriter *reset = createWriter(app);
-    DDS_DataWriter *kept = createWriter(other);
-    createReader(app);
-
-    // Each writer matched the one reader and then stayed idle.
-    for (int period = 0; period < 2; ++period) {
-        ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(resetting, reset, DDS_BOOLEAN_FALSE));
-        ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(keeping, kept, DDS_BOOLEAN_FALSE));
-    }
-    const auto samples = taken<stattest::WriterKind>(writers);
-    std::vector<DDS_Long> resetChanges;
-    std::vector<DDS_Long> keptChanges;
-    for (const auto &sample : samples) {
-        EXPECT_EQ(sample->publication_matched_status.status.total_count, 1);
-        const DDS_Long change = sample->publication_matched_status.status.total_count_change;
-        (sameKey(sample->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(reset)) ? resetChanges : keptChanges)
-                .push_back(change);
-    }
-    EXPECT_EQ(resetChanges, (std::vector<DDS_Long>{1, 0}));
-    EXPECT_EQ(keptChanges, (std::vector<DDS_Long>{1, 1}));
-}
-
 TEST_F(EntityStatisticsTest, AFailedStatusReadPublishesNothingAndADisposeGoesByTheKey) {
     DDS_DataReader *writers = observe<stattest::WriterKind>();
     ZELDefaultMonitorParticipantObject *object = nullptr;
@@ -200,10 +171,23 @@ TEST_F(EntityStatisticsTest, AFailedStatusReadPublishesNothingAndADisposeGoesByT
                                             recordText(ZEL_LOG_GET_FAILURE_s, "sample writer stats"))}));
     EXPECT_TRUE(taken<stattest::WriterKind>(writers).empty());
 
-    // Once published, the instance is disposed by its key.
+    // Once published, the instance is disposed by its key; both are logged
+    // with the key's words.
     DDS_DataWriter *writer = createWriter(app);
+    ZEL_Monitor_Log_setVerbosity(0xFFFFu, 2);
+    capture.clear();
     EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_FALSE));
     EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_TRUE));
+    const DDS_BuiltinTopicKey_t &key = *DDS_DataWriter_get_builtin_topic_key(writer);
+    const auto word = [&key](int i) { return static_cast<unsigned int>(key.value[i]); };
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_publishWriterStatsI",
+                                 ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx,
+                                 recordText(ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx, "writer", word(0), word(1),
+                                            word(2), word(3))));
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_publishWriterStatsI",
+                                 ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx,
+                                 recordText(ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx, "writer", word(0), word(1),
+                                            word(2), word(3))));
     const auto samples = taken<stattest::WriterKind>(writers);
     ASSERT_EQ(samples.size(), 2u);
     EXPECT_TRUE(samples[0].valid);
@@ -212,26 +196,6 @@ TEST_F(EntityStatisticsTest, AFailedStatusReadPublishesNothingAndADisposeGoesByT
     EXPECT_TRUE(samples[1].disposed);
     EXPECT_EQ(0, std::memcmp(samples[1].instance.value, samples[0].instance.value, 16));
 }
-
-TEST_F(EntityStatisticsTest, AKindWhoseTopicWasLeftOutPublishesNothing) {
-    DDS_DataReader *writers = observe<stattest::WriterKind>();
-    DDS_DataReader *participants = observe<stattest::ParticipantKind>();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication(
-            {{"zel.monitor.config.topics", "zel/dds/monitoring/domainParticipantEntityStatistics"}}, &object);
-    DDS_DataWriter *writer = createWriter(app);
-    zeltest::LogCapture capture;
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_FALSE));
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(object, app.participant,
-                                                                                    DDS_BOOLEAN_FALSE));
-    EXPECT_TRUE(capture.lines().empty());
-    EXPECT_TRUE(taken<stattest::WriterKind>(writers).empty());
-    EXPECT_EQ(taken<stattest::ParticipantKind>(participants).size(), 1u);
-}
-
-}  // namespace
-
-namespace {
 
 TEST_F(EntityStatisticsTest, DetachDisposesTheParticipantStatisticsOnceTheyWerePublished) {
     DDS_DataReader *observed = observe<stattest::ParticipantKind>();
