@@ -227,6 +227,17 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_disposeWriterStatsI(ZELDefaultMonitorPar
     });
 }
 
+DDS_UnsignedLong ZELDefaultMonitorEvent_disposeReaderStatsI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                            DDS_Entity *entity, const void *) {
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS, false,
+                                                        ZELDefaultMonitorRelatedTopic::READER_TOPIC,
+                                                        "dispose reader stats"};
+    return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderStats(
+                participantObject, DDS_DataReader_narrow(entity), DDS_BOOLEAN_TRUE);
+    });
+}
+
 // The locator of a locator-pair event: the invalid locator with the
 // event's kind, port and address.
 DDS_Locator_t ZELDefaultMonitorEvent_toLocatorI(const ZELNetioLocator &address) {
@@ -277,6 +288,10 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_matchedStatsI(ZELDefaultMonitorParticipa
             ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS, false,
             ZELDefaultMonitorRelatedTopic::WRITER_TOPIC,
             dispose ? "dispose writer matched stats" : "publish writer matched stats"};
+    static constexpr ZELDefaultMonitorEventStep readerStep = {
+            ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS, false,
+            ZELDefaultMonitorRelatedTopic::READER_TOPIC,
+            dispose ? "dispose reader matched stats" : "publish reader matched stats"};
     // The kind is checked first: a wrong one is reported whatever the state.
     switch (DDS_Entity_get_entity_kind(entity)) {
     case DDS_DATAWRITER_ENTITY_KIND:
@@ -290,8 +305,15 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_matchedStatsI(ZELDefaultMonitorParticipa
                    DDS_BOOLEAN_FALSE;
         });
     case DDS_DATAREADER_ENTITY_KIND:
-        // Matched-publication statistics of readers are not published yet.
-        return ZEL_MONITOR_RESULT_OK;
+        return ZELDefaultMonitorEvent_runI(participantObject, entity, readerStep, [&] {
+            if (eventData == nullptr) {
+                return false;
+            }
+            const DDS_InstanceHandle_t publication = ZELDefaultMonitorEvent_toRemoteHandleI(eventData);
+            return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(
+                           participantObject, DDS_DataReader_narrow(entity), &publication, dispose) !=
+                   DDS_BOOLEAN_FALSE;
+        });
     default:
         ZELMonitorLog_errorWithContext(kContext, ZEL_LOG_ANY_FAILURE_s, "wrong entity kind in matched stats");
         return ZEL_MONITOR_RESULT_FAILURE;
@@ -349,7 +371,8 @@ constexpr ZELDefaultMonitorEvent kEvents[] = {
         {DDS_MONITOR_EVENT_DATAREADER_QOS_CHANGE_AFTER, "DATAREADER_QOS_CHANGE_AFTER",
          &ZELDefaultMonitorEvent_readerDescI<false, true>},
         {DDS_MONITOR_EVENT_DATAREADER_DELETE_BEFORE, "DATAREADER_DELETE_BEFORE",
-         &ZELDefaultMonitorEvent_readerDescI<true, false>},
+         &ZELDefaultMonitorEvent_deleteI<&ZELDefaultMonitorEvent_readerDescI<true, false>,
+                                         &ZELDefaultMonitorEvent_disposeReaderStatsI>},
         {DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_CREATE_AFTER, "DATAWRITER_LOCATOR_PAIR_CREATE_AFTER",
          &ZELDefaultMonitorEvent_writerLocatorStatsI<false>},
         {DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER, "DATAWRITER_LOCATOR_PARI_DELETE_AFTER",
