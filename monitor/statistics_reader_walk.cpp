@@ -36,7 +36,8 @@ bool ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(
     }
     if (withMatched && !ZELDefaultMonitorParticipantObject_sampleAndPublishAllReaderMatchedStatsI(
                                participantObject, reader, DDS_BOOLEAN_FALSE)) {
-        ZELMonitorLog_errorWithContext(kAllReaders, ZEL_LOG_ANY_FAILURE_s, "sample and publish all reader matched stats");
+        ZELMonitorLog_errorWithContext(kAllReaders, ZEL_LOG_ANY_FAILURE_s,
+                                       "sample and publish all reader matched stats");
         ok = false;
     }
     return ok;

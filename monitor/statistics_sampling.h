@@ -91,7 +91,8 @@ void ZELDefaultMonitorParticipantObject_sampleIdsI(const ZELDefaultMonitorPartic
     sample->process_id = participantObject->publisher->processId;
 }
 
-inline void ZELDefaultMonitorStatistics_copyKeyI(DDSMonitoring_BuiltinTopicKey_t *to, const DDS_BuiltinTopicKey_t *from) {
+inline void ZELDefaultMonitorStatistics_copyKeyI(DDSMonitoring_BuiltinTopicKey_t *to,
+                                                 const DDS_BuiltinTopicKey_t *from) {
     for (int word = 0; word < 4; ++word) {
         to->value[word] = from->value[word];
     }

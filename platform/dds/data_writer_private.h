@@ -20,6 +20,7 @@ struct DDS_WriterSampleI {
 
 struct DDS_WriterInstanceI {
     DDS_WriterInstanceI *next;
+    DDS_WriterInstanceI *bucketNext; // the next instance of its bucket in the path's index
     uint8_t keyHash[16];
     void *key;               // a sample of the type holding the key; NULL for a keyless type
     bool registered;
@@ -65,6 +66,11 @@ struct DDS_DataWriterPathI {
     int64_t nextSequenceNumber;             // [mutex]
     DDS_WriterInstanceI *instances;         // [mutex]
     DDS_Long instanceCount;                 // [mutex]
+    // [mutex] Every instance by its key hash, so that finding one does not
+    // walk them all; NULL (no index yet, or it could not be allocated):
+    // instances are found by walking the list.
+    DDS_WriterInstanceI **buckets;
+    uint32_t bucketCount;                   // [mutex]
     DDS_WriterSampleI *oldest;              // [mutex]
     DDS_WriterSampleI *newest;              // [mutex]
     DDS_Long sampleCount;                   // [mutex]

@@ -7,8 +7,49 @@
 #include "data_writer_private.h"
 #include "vurncore/heap.h"
 
+// FNV-1a over the key hash: key hashes of small keys are the key itself,
+// not a digest, so every octet takes part.
+static uint32_t DDS_WriterHistory_bucketOfI(const DDS_DataWriterPathI *path, const uint8_t keyHash[16]) {
+    uint32_t hash = 2166136261u;
+    for (int i = 0; i < 16; ++i) {
+        hash = (hash ^ keyHash[i]) * 16777619u;
+    }
+    return hash & (path->bucketCount - 1u);
+}
+
+static void DDS_WriterHistory_indexI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance) {
+    DDS_WriterInstanceI **bucket = &path->buckets[DDS_WriterHistory_bucketOfI(path, instance->keyHash)];
+    instance->bucketNext = *bucket;
+    *bucket = instance;
+}
+
+// Keeps about one instance per bucket. An index that cannot grow stays as
+// it is (its buckets get longer), and without one the list is walked.
+static void DDS_WriterHistory_growIndexI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *added) {
+    const uint32_t wanted = path->bucketCount == 0u ? 16u : path->bucketCount * 4u;
+    if (static_cast<uint32_t>(path->instanceCount) > path->bucketCount && wanted > path->bucketCount) {
+        auto **buckets = static_cast<DDS_WriterInstanceI **>(
+                ZELOsapiHeap_allocateArray(wanted, sizeof(DDS_WriterInstanceI *), "DWIX"));
+        if (buckets != nullptr) {
+            std::memset(buckets, 0, wanted * sizeof(DDS_WriterInstanceI *));
+            ZELOsapiHeap_freeArray(path->buckets);
+            path->buckets = buckets;
+            path->bucketCount = wanted;
+            for (DDS_WriterInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
+                DDS_WriterHistory_indexI(path, instance);
+            }
+            return;
+        }
+    }
+    if (path->buckets != nullptr) {
+        DDS_WriterHistory_indexI(path, added);
+    }
+}
+
 DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16]) {
-    for (DDS_WriterInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
+    DDS_WriterInstanceI *instance =
+            path->buckets != nullptr ? path->buckets[DDS_WriterHistory_bucketOfI(path, keyHash)] : path->instances;
+    for (; instance != nullptr; instance = path->buckets != nullptr ? instance->bucketNext : instance->next) {
         if (std::memcmp(instance->keyHash, keyHash, 16) == 0) {
             return instance;
         }
@@ -50,6 +91,7 @@ DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, c
     instance->next = path->instances;
     path->instances = instance;
     ++path->instanceCount;
+    DDS_WriterHistory_growIndexI(path, instance);
     return instance;
 }
 
@@ -128,6 +170,15 @@ void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterIns
             break;
         }
     }
+    if (path->buckets != nullptr) {
+        DDS_WriterInstanceI **link = &path->buckets[DDS_WriterHistory_bucketOfI(path, instance->keyHash)];
+        for (; *link != nullptr; link = &(*link)->bucketNext) {
+            if (*link == instance) {
+                *link = instance->bucketNext;
+                break;
+            }
+        }
+    }
     --path->instanceCount;
     if (instance->key != nullptr) {
         path->plugin->deleteSampleFnc(instance->key);
@@ -154,4 +205,7 @@ void DDS_WriterHistory_clearI(DDS_DataWriterPathI *path) {
     while (path->instances != nullptr) {
         DDS_WriterHistory_releaseInstanceI(path, path->instances, true);
     }
+    ZELOsapiHeap_freeArray(path->buckets);
+    path->buckets = nullptr;
+    path->bucketCount = 0u;
 }

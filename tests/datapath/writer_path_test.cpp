@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -426,6 +427,49 @@ TEST_F(WriterPathTest, AllocationFailuresAreCleanRefusals) {
     });
     // Creation, attachment, the instance and the kept sample all allocate.
     EXPECT_GT(allocations, 6);
+}
+
+TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAsTheyComeAndGoEvenWithoutAnIndex) {
+    DDS_DataWriter *writer = createWriter(shapes);
+    ASSERT_NE(writer, nullptr);
+    const auto color = [](int i) { return "c" + std::to_string(i); };
+    const auto lookup = [&](int i) {
+        return DDS_DataWriter_lookup_instance_untypedI(writer, &shapeOf(color(i).c_str(), 0));
+    };
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shapeOf(color(i).c_str(), i), &DDS_HANDLE_NIL),
+                  DDS_RETCODE_OK);
+    }
+    for (int i = 0; i < 100; i += 2) {
+        ASSERT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(writer, &shapeOf(color(i).c_str(), 0),
+                                                                      &DDS_HANDLE_NIL),
+                  DDS_RETCODE_OK);
+    }
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(lookup(i).isValid, i % 2 == 1) << i;
+    }
+    EXPECT_FALSE(sameHandle(lookup(1), lookup(3)));
+
+    // The instances of a writer whose index could not be made, or not grow,
+    // are found all the same.
+    const long allocations = zeltest::forEachAllocationFailure([&](long) {
+        DDS_DataWriter *other = createWriter(shapes);
+        if (other == nullptr) {
+            return;
+        }
+        std::vector<int> written;
+        for (int i = 0; i < 80; ++i) {
+            if (DDS_DataWriter_write_untyped_generalI(other, &shapeOf(color(i).c_str(), i), &DDS_HANDLE_NIL) ==
+                DDS_RETCODE_OK) {
+                written.push_back(i);
+            }
+        }
+        for (int i : written) {
+            EXPECT_TRUE(DDS_DataWriter_lookup_instance_untypedI(other, &shapeOf(color(i).c_str(), 0)).isValid) << i;
+        }
+        EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, other), DDS_RETCODE_OK);
+    });
+    EXPECT_GT(allocations, 80);
 }
 
 TEST_F(WriterPathTest, ConcurrentWritersWhileReadersComeAndGo) {

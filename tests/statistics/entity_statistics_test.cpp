@@ -134,8 +134,8 @@ TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication
     ASSERT_EQ(DDS_DataWriter_get_matched_subscription_locators(writer, &matchedLocators), DDS_RETCODE_OK);
     ASSERT_GE(DDS_LocatorSeq_get_length(&matchedLocators), 1);
     const DDS_Locator_t *locator = DDS_LocatorSeq_get_reference(&matchedLocators, 0);
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(object, writer, locator,
-                                                                                                 DDS_BOOLEAN_FALSE));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
+            object, writer, locator, DDS_BOOLEAN_FALSE));
     auto locatorSamples = taken<stattest::WriterLocatorKind>(locators);
     ASSERT_EQ(locatorSamples.size(), 1u);
     EXPECT_EQ(locatorSamples[0]->subscription_locator.kind, locator->kind);
