@@ -21,9 +21,12 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     const Application remote = application();
     DDS_DataWriter *steady = createWriter(app);
 
+    // The churn goes on until the walk has run a few times beside it,
+    // however the threads are scheduled.
     std::atomic<int> running{2};
+    std::atomic<int> walks{0};
     std::thread writerChurn([&] {
-        for (int i = 0; i < 40; ++i) {
+        for (int i = 0; i < 40 || walks.load() < 3; ++i) {
             DDS_DataWriter *writer = createWriter(app);
             EXPECT_EQ(write(writer, i), DDS_RETCODE_OK);
             EXPECT_EQ(DDS_Publisher_delete_datawriter(app.publisher, writer), DDS_RETCODE_OK);
@@ -31,7 +34,7 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
         --running;
     });
     std::thread readerChurn([&] {
-        for (int i = 0; i < 40; ++i) {
+        for (int i = 0; i < 40 || walks.load() < 3; ++i) {
             DDS_DataReader *reader = createReader(i % 2 == 0 ? remote : app);
             EXPECT_EQ(DDS_Subscriber_delete_datareader(i % 2 == 0 ? remote.subscriber : app.subscriber, reader),
                       DDS_RETCODE_OK);
@@ -40,7 +43,6 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     });
     // A remote reader may go away between listing the matches and reading
     // one of them: that match fails, the walk goes on.
-    int walks = 0;
     while (running.load() > 0) {
         ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
         taken<stattest::WriterKind>(writers);
@@ -49,7 +51,7 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     }
     writerChurn.join();
     readerChurn.join();
-    EXPECT_GT(walks, 0);
+    EXPECT_GE(walks.load(), 3);
 
     // Once the churn is over, the walk sees only what remains.
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
