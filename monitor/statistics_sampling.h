@@ -144,11 +144,6 @@ DDS_Boolean ZELDefaultMonitorStatistics_publishI(const char *context,
     const DDSMonitoring_BuiltinTopicKey_t &key = Kind::key(*sample);
     const auto word = [&key](int index) { return static_cast<unsigned int>(key.value[index]); };
     if (dispose) {
-        // An entity that goes away before its first period was never
-        // published: there is no instance to dispose.
-        if (!Kind::lookup(writer, sample).isValid) {
-            return DDS_BOOLEAN_TRUE;
-        }
         ZELMonitorLog_printI(context, ZEL_MONITOR_LOG_LEVEL_INFO, ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx,
                              Kind::kWord, word(0), word(1), word(2), word(3));
         if (Kind::dispose(writer, sample, &DDS_HANDLE_NIL) != DDS_RETCODE_OK) {
@@ -213,9 +208,6 @@ DDS_Boolean ZELDefaultMonitorStatistics_sampleAndPublishI(const char *context,
         }                                                                                               \
         static DDS_ReturnCode_t dispose(Writer *writer, const Sample *sample, const DDS_InstanceHandle_t *handle) { \
             return zel_dds_monitoring_##Type##DataWriter_dispose(writer, sample, handle);               \
-        }                                                                                               \
-        static DDS_InstanceHandle_t lookup(Writer *writer, const Sample *sample) {                      \
-            return zel_dds_monitoring_##Type##DataWriter_lookup_instance(writer, sample);               \
         }                                                                                               \
         static const DDSMonitoring_BuiltinTopicKey_t &key(const Sample &sample) { return sample.keyMember; } \
     }

@@ -13,6 +13,8 @@
 #ifndef VURNC_DATA_PATH_PRIVATE_H
 #define VURNC_DATA_PATH_PRIVATE_H
 
+#include <cstring>
+
 #include "entity_private.h"
 
 // ---- attachment, called by the entity layer with no entity lock held ----
@@ -63,6 +65,26 @@ ZELWireEndpointQos DDS_WireEndpointQos_fromReaderQosI(const DDS_DataReaderQos *q
 // The wire of the endpoint's factory.
 inline ZELWire *DDS_Entity_getWireI(const DDS_EntityImpl *entity) {
     return entity->participant->factory->wire;
+}
+
+// A communication status of an endpoint that is not enabled yet: nothing
+// has happened, every count is 0 and every last handle nil. A list in the
+// status keeps its buffer and becomes empty.
+template <typename Status>
+void DDS_Status_setInitialI(Status *status) {
+    std::memset(static_cast<void *>(status), 0, sizeof(*status));
+}
+inline void DDS_Status_setInitialI(DDS_OfferedIncompatibleQosStatus *status) {
+    status->total_count = 0;
+    status->total_count_change = 0;
+    status->last_policy_id = {};
+    DDS_QosPolicyCountSeq_set_length(&status->policies, 0);
+}
+inline void DDS_Status_setInitialI(DDS_RequestedIncompatibleQosStatus *status) {
+    status->total_count = 0;
+    status->total_count_change = 0;
+    status->last_policy_id = {};
+    DDS_QosPolicyCountSeq_set_length(&status->policies, 0);
 }
 
 #endif

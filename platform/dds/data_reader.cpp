@@ -159,13 +159,13 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_set_qos(DDS_DataReader *self, const st
             &DDS_DATAREADER_QOS_DEFAULT,
             self != nullptr ? &reinterpret_cast<DDS_Subscriber *>(self->entity.parent)->defaultReaderQos : nullptr,
             true, DDS_MONITOR_EVENT_DATAREADER_QOS_CHANGE_AFTER, "DDS_DataReader_set_qos");
-    // The path is set before the reader is marked enabled: read it only after.
-    if (result == DDS_RETCODE_OK && self->entity.enabled.load() && self->path != nullptr) {
+    DDS_DataReaderPathI *path = result == DDS_RETCODE_OK ? self->path.load() : nullptr;
+    if (path != nullptr) {
         // The data path's mutex is below the reader's lock.
         DDS_EntityLockGuardI guard(&self->entity);
         if (guard.held()) {
-            std::lock_guard<std::mutex> pathGuard(self->path->mutex);
-            DDS_DataReaderPath_refreshQosI(self->path, &self->qos);
+            std::lock_guard<std::mutex> pathGuard(path->mutex);
+            DDS_DataReaderPath_refreshQosI(path, &self->qos);
         }
     }
     return result;

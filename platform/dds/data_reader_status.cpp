@@ -14,10 +14,8 @@ DDS_ReturnCode_t DDS_DataReader_withStatusI(DDS_DataReader *self, const void *st
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "status");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    // The path is set before the entity is marked enabled: read it only after.
-    if (!self->entity.enabled.load()) {
-        return DDS_RETCODE_NOT_ENABLED;
-    }
+    // Readable from the attachment on: matches found while the endpoint is
+    // being enabled are reported with their statuses.
     DDS_DataReaderPathI *path = self->path;
     if (path == nullptr) {
         return DDS_RETCODE_NOT_ENABLED;
@@ -25,6 +23,18 @@ DDS_ReturnCode_t DDS_DataReader_withStatusI(DDS_DataReader *self, const void *st
     std::lock_guard<std::mutex> guard(path->mutex);
     DDS_DataReaderPath_catchUpI(path);
     return copy(path);
+}
+
+// A communication status: before the endpoint is attached, the status as
+// nothing has happened yet, so that a disabled endpoint can still be reported.
+template <typename Status, typename Copy>
+DDS_ReturnCode_t DDS_DataReader_withCommunicationStatusI(DDS_DataReader *self, Status *status, const char *context,
+                                                         Copy copy) {
+    if (self != nullptr && status != nullptr && self->path.load() == nullptr) {
+        DDS_Status_setInitialI(status);
+        return DDS_RETCODE_OK;
+    }
+    return DDS_DataReader_withStatusI(self, status, context, copy);
 }
 
 // Fills the counters the wire knows; `base` is what was counted at the last
@@ -53,13 +63,29 @@ void DDS_ReaderProtocolStatus_fillI(DDS_DataReaderProtocolStatus *status, const 
     }
 }
 
+
+// The wire's counters of the endpoint, and of one of its matches. While the
+// endpoint is still being attached (its first matches are reported from
+// inside the attachment) the wire has counted nothing for it yet.
+void DDS_ReaderPath_countersI(ZELWire *wire, const DDS_DataReaderPathI *path, ZELWireCounters *counters) {
+    *counters = ZELWireCounters{};
+    if (path->wireReader != nullptr) {
+        wire->ops->getReaderCounters(path->wireReader, counters);
+    }
+}
+bool DDS_ReaderPath_matchCountersI(ZELWire *wire, const DDS_DataReaderPathI *path, const ZELWireGuid *remote,
+                                     ZELWireCounters *counters) {
+    *counters = ZELWireCounters{};
+    return path->wireReader == nullptr ||
+           wire->ops->getReaderMatchCounters(path->wireReader, remote, counters) != ZEL_FALSE;
+}
 }  // namespace
 
 extern "C" {
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status_ex(
         DDS_DataReader *self, struct DDS_SubscriptionMatchedStatus *status, DDS_Boolean reset) {
-    return DDS_DataReader_withStatusI(self, status, "DDS_DataReader_get_subscription_matched_status",
+    return DDS_DataReader_withCommunicationStatusI(self, status, "DDS_DataReader_get_subscription_matched_status",
                                       [&](DDS_DataReaderPathI *path) {
                                           *status = path->matched;
                                           if (reset) {
@@ -78,7 +104,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status(
 // The policies sequence stays empty: only the last policy id is kept.
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status_ex(
         DDS_DataReader *self, struct DDS_RequestedIncompatibleQosStatus *status, DDS_Boolean reset) {
-    return DDS_DataReader_withStatusI(self, status, "DDS_DataReader_get_requested_incompatible_qos_status",
+    return DDS_DataReader_withCommunicationStatusI(self, status, "DDS_DataReader_get_requested_incompatible_qos_status",
                                       [&](DDS_DataReaderPathI *path) {
                                           status->total_count = path->incompatible.total_count;
                                           status->total_count_change = path->incompatible.total_count_change;
@@ -98,7 +124,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status(
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status_ex(DDS_DataReader *self,
                                                                        struct DDS_SampleRejectedStatus *status,
                                                                        DDS_Boolean reset) {
-    return DDS_DataReader_withStatusI(self, status, "DDS_DataReader_get_sample_rejected_status",
+    return DDS_DataReader_withCommunicationStatusI(self, status, "DDS_DataReader_get_sample_rejected_status",
                                       [&](DDS_DataReaderPathI *path) {
                                           *status = path->rejected;
                                           if (reset) {
@@ -117,7 +143,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataRea
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status_ex(DDS_DataReader *self,
                                                                    struct DDS_SampleLostStatus *status,
                                                                    DDS_Boolean reset) {
-    return DDS_DataReader_withStatusI(self, status, "DDS_DataReader_get_sample_lost_status",
+    return DDS_DataReader_withCommunicationStatusI(self, status, "DDS_DataReader_get_sample_lost_status",
                                       [&](DDS_DataReaderPathI *path) {
                                           *status = path->lost;
                                           if (reset) {
@@ -151,7 +177,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_Dat
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status_ex(DDS_DataReader *self,
                                                                           struct DDS_LivelinessChangedStatus *status,
                                                                           DDS_Boolean reset) {
-    return DDS_DataReader_withStatusI(self, status, "DDS_DataReader_get_liveliness_changed_status",
+    return DDS_DataReader_withCommunicationStatusI(self, status, "DDS_DataReader_get_liveliness_changed_status",
                                       [&](DDS_DataReaderPathI *path) {
                                           *status = path->liveliness;
                                           if (reset) {
@@ -169,7 +195,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status(DDS_Data
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status_ex(
         DDS_DataReader *self, struct DDS_RequestedDeadlineMissedStatus *status, DDS_Boolean reset) {
-    return DDS_DataReader_withStatusI(self, status, "DDS_DataReader_get_requested_deadline_missed_status",
+    return DDS_DataReader_withCommunicationStatusI(self, status, "DDS_DataReader_get_requested_deadline_missed_status",
                                       [&](DDS_DataReaderPathI *path) {
                                           *status = path->deadlineMissed;
                                           if (reset) {
@@ -189,8 +215,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_protocol_status_ex(
     return DDS_DataReader_withStatusI(self, status, "DDS_DataReader_get_datareader_protocol_status",
                                       [&](DDS_DataReaderPathI *path) {
                                           ZELWireCounters counters{};
-                                          DDS_Entity_getWireI(&self->entity)
-                                                  ->ops->getReaderCounters(path->wireReader, &counters);
+                                          DDS_ReaderPath_countersI(DDS_Entity_getWireI(&self->entity), path, &counters);
                                           DDS_ReaderProtocolStatus_fillI(status, &counters, &path->protocolBase,
                                                                          reset != DDS_BOOLEAN_FALSE);
                                           return DDS_RETCODE_OK;
@@ -212,7 +237,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_matched_publication_datareader_pro
             const DDS_InstanceHandle_t handle = DDS_InstanceHandle_fromWireGuidI(&match->guid);
             ZELWireCounters counters{};
             if (DDS_InstanceHandle_equalsI(&handle, publication_handle) &&
-                wire->ops->getReaderMatchCounters(path->wireReader, &match->guid, &counters)) {
+                DDS_ReaderPath_matchCountersI(wire, path, &match->guid, &counters)) {
                 DDS_ReaderProtocolStatus_fillI(status, &counters, &match->base, reset != DDS_BOOLEAN_FALSE);
                 return DDS_RETCODE_OK;
             }

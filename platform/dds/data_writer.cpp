@@ -141,12 +141,13 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_set_qos(DDS_DataWriter *self, const st
             &DDS_DATAWRITER_QOS_DEFAULT,
             self != nullptr ? &reinterpret_cast<DDS_Publisher *>(self->entity.parent)->defaultWriterQos : nullptr,
             true, DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, "DDS_DataWriter_set_qos");
-    if (result == DDS_RETCODE_OK && self->path != nullptr) {
+    DDS_DataWriterPathI *path = result == DDS_RETCODE_OK ? self->path.load() : nullptr;
+    if (path != nullptr) {
         // The data path's mutex is below the writer's lock.
         DDS_EntityLockGuardI guard(&self->entity);
         if (guard.held()) {
-            std::lock_guard<std::mutex> pathGuard(self->path->mutex);
-            DDS_DataWriterPath_refreshQosI(self->path, &self->qos);
+            std::lock_guard<std::mutex> pathGuard(path->mutex);
+            DDS_DataWriterPath_refreshQosI(path, &self->qos);
         }
     }
     return result;

@@ -41,10 +41,8 @@ DDS_ReturnCode_t DDS_DataWriter_withStatusI(DDS_DataWriter *self, const void *st
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "status");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    // The path is set before the entity is marked enabled: read it only after.
-    if (!self->entity.enabled.load()) {
-        return DDS_RETCODE_NOT_ENABLED;
-    }
+    // Readable from the attachment on: matches found while the endpoint is
+    // being enabled are reported with their statuses.
     DDS_DataWriterPathI *path = self->path;
     if (path == nullptr) {
         return DDS_RETCODE_NOT_ENABLED;
@@ -57,6 +55,18 @@ DDS_ReturnCode_t DDS_DataWriter_withStatusI(DDS_DataWriter *self, const void *st
         DDS_WriterHistory_expireI(path, &now);
     }
     return copy(path);
+}
+
+// A communication status: before the endpoint is attached, the status as
+// nothing has happened yet, so that a disabled endpoint can still be reported.
+template <typename Status, typename Copy>
+DDS_ReturnCode_t DDS_DataWriter_withCommunicationStatusI(DDS_DataWriter *self, Status *status, const char *context,
+                                                         Copy copy) {
+    if (self != nullptr && status != nullptr && self->path.load() == nullptr) {
+        DDS_Status_setInitialI(status);
+        return DDS_RETCODE_OK;
+    }
+    return DDS_DataWriter_withStatusI(self, status, context, copy);
 }
 
 DDS_Locator_t DDS_Locator_fromNetioI(const ZELNetioLocator *locator) {
@@ -104,6 +114,22 @@ void DDS_ProtocolStatus_addI(ZELWireCounters *sum, const ZELWireCounters *counte
     sum->rejectedSampleCount += counters->rejectedSampleCount;
 }
 
+
+// The wire's counters of the endpoint, and of one of its matches. While the
+// endpoint is still being attached (its first matches are reported from
+// inside the attachment) the wire has counted nothing for it yet.
+void DDS_WriterPath_countersI(ZELWire *wire, const DDS_DataWriterPathI *path, ZELWireCounters *counters) {
+    *counters = ZELWireCounters{};
+    if (path->wireWriter != nullptr) {
+        wire->ops->getWriterCounters(path->wireWriter, counters);
+    }
+}
+bool DDS_WriterPath_matchCountersI(ZELWire *wire, const DDS_DataWriterPathI *path, const ZELWireGuid *remote,
+                                     ZELWireCounters *counters) {
+    *counters = ZELWireCounters{};
+    return path->wireWriter == nullptr ||
+           wire->ops->getWriterMatchCounters(path->wireWriter, remote, counters) != ZEL_FALSE;
+}
 }  // namespace
 
 extern "C" {
@@ -111,7 +137,7 @@ extern "C" {
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_liveliness_lost_status_ex(DDS_DataWriter *self,
                                                                         struct DDS_LivelinessLostStatus *status,
                                                                         DDS_Boolean reset) {
-    return DDS_DataWriter_withStatusI(self, status, "DDS_DataWriter_get_liveliness_lost_status",
+    return DDS_DataWriter_withCommunicationStatusI(self, status, "DDS_DataWriter_get_liveliness_lost_status",
                                       [&](DDS_DataWriterPathI *path) {
                                           *status = path->liveliness;
                                           if (reset) {
@@ -123,7 +149,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_liveliness_lost_status_ex(DDS_Data
 
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_deadline_missed_status_ex(
         DDS_DataWriter *self, struct DDS_OfferedDeadlineMissedStatus *status, DDS_Boolean reset) {
-    return DDS_DataWriter_withStatusI(self, status, "DDS_DataWriter_get_offered_deadline_missed_status",
+    return DDS_DataWriter_withCommunicationStatusI(self, status, "DDS_DataWriter_get_offered_deadline_missed_status",
                                       [&](DDS_DataWriterPathI *path) {
                                           *status = path->deadlineMissed;
                                           if (reset) {
@@ -136,7 +162,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_deadline_missed_status_ex(
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status_ex(
         DDS_DataWriter *self, struct DDS_OfferedIncompatibleQosStatus *status, DDS_Boolean reset) {
     const char *const context = "DDS_DataWriter_get_offered_incompatible_qos_status";
-    return DDS_DataWriter_withStatusI(self, status, context, [&](DDS_DataWriterPathI *path) {
+    return DDS_DataWriter_withCommunicationStatusI(self, status, context, [&](DDS_DataWriterPathI *path) {
         DDS_Long policyCount = 0;
         for (DDS_Long count : path->incompatiblePolicyCounts) {
             policyCount += count > 0 ? 1 : 0;
@@ -165,7 +191,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status_ex
 
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status_ex(
         DDS_DataWriter *self, struct DDS_PublicationMatchedStatus *status, DDS_Boolean reset) {
-    return DDS_DataWriter_withStatusI(self, status, "DDS_DataWriter_get_publication_matched_status",
+    return DDS_DataWriter_withCommunicationStatusI(self, status, "DDS_DataWriter_get_publication_matched_status",
                                       [&](DDS_DataWriterPathI *path) {
                                           *status = path->matched;
                                           if (reset) {
@@ -181,7 +207,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status_ex(
 // sense and every count stays 0.
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_writer_cache_changed_status_ex(
         DDS_DataWriter *self, struct DDS_ReliableWriterCacheChangedStatus *status, DDS_Boolean) {
-    return DDS_DataWriter_withStatusI(self, status, "DDS_DataWriter_get_reliable_writer_cache_changed_status",
+    return DDS_DataWriter_withCommunicationStatusI(self, status, "DDS_DataWriter_get_reliable_writer_cache_changed_status",
                                       [&](DDS_DataWriterPathI *) {
                                           std::memset(status, 0, sizeof(*status));
                                           return DDS_RETCODE_OK;
@@ -192,7 +218,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_writer_cache_changed_stat
 // turns inactive, so every count stays 0.
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_reader_activity_changed_status_ex(
         DDS_DataWriter *self, struct DDS_ReliableReaderActivityChangedStatus *status, DDS_Boolean) {
-    return DDS_DataWriter_withStatusI(self, status, "DDS_DataWriter_get_reliable_reader_activity_changed_status",
+    return DDS_DataWriter_withCommunicationStatusI(self, status, "DDS_DataWriter_get_reliable_reader_activity_changed_status",
                                       [&](DDS_DataWriterPathI *) {
                                           std::memset(status, 0, sizeof(*status));
                                           return DDS_RETCODE_OK;
@@ -217,8 +243,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_protocol_status_ex(
     return DDS_DataWriter_withStatusI(self, status, "DDS_DataWriter_get_datawriter_protocol_status",
                                       [&](DDS_DataWriterPathI *path) {
                                           ZELWireCounters counters{};
-                                          DDS_Entity_getWireI(&self->entity)
-                                                  ->ops->getWriterCounters(path->wireWriter, &counters);
+                                          DDS_WriterPath_countersI(DDS_Entity_getWireI(&self->entity), path, &counters);
                                           DDS_ProtocolStatus_fillI(status, &counters, &path->protocolBase,
                                                                    reset != DDS_BOOLEAN_FALSE);
                                           return DDS_RETCODE_OK;
@@ -240,7 +265,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_datawriter_pr
             const DDS_InstanceHandle_t handle = DDS_InstanceHandle_fromWireGuidI(&match->guid);
             ZELWireCounters counters{};
             if (DDS_InstanceHandle_equalsI(&handle, subscription_handle) &&
-                wire->ops->getWriterMatchCounters(path->wireWriter, &match->guid, &counters)) {
+                DDS_WriterPath_matchCountersI(wire, path, &match->guid, &counters)) {
                 DDS_ProtocolStatus_fillI(status, &counters, &match->base, reset != DDS_BOOLEAN_FALSE);
                 return DDS_RETCODE_OK;
             }
@@ -271,7 +296,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_datawriter_pr
                 hasLocator = DDS_Locator_matchesI(&match->locators[i], locator);
             }
             ZELWireCounters counters{};
-            if (!hasLocator || !wire->ops->getWriterMatchCounters(path->wireWriter, &match->guid, &counters)) {
+            if (!hasLocator || !DDS_WriterPath_matchCountersI(wire, path, &match->guid, &counters)) {
                 continue;
             }
             found = true;

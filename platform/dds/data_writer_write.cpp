@@ -93,8 +93,9 @@ static uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, const v
     return buffer;
 }
 
-// Finds the request's instance under the mutex; creates it for a write or
-// a register. `*created` tells whether it is new.
+// Finds the request's instance under the mutex. A write creates it, and so
+// does a dispose given the sample's key: readers that never saw the
+// instance still learn that it is gone. `*created` tells whether it is new.
 static DDS_ReturnCode_t DDS_DataWriterPath_instanceI(DDS_DataWriterPathI *path, const DDS_WriteRequestI *request,
                                                      const ZELNtpTime *now, DDS_WriterInstanceI **instance,
                                                      bool *created) {
@@ -119,7 +120,9 @@ static DDS_ReturnCode_t DDS_DataWriterPath_instanceI(DDS_DataWriterPathI *path, 
     if (*instance != nullptr) {
         return DDS_RETCODE_OK;
     }
-    if (request->kind != ZEL_WIRE_SAMPLE_DATA) {
+    const bool implicitRegister = request->kind == ZEL_WIRE_SAMPLE_DATA ||
+                                  (request->kind == ZEL_WIRE_SAMPLE_DISPOSE && request->sample != nullptr);
+    if (!implicitRegister) {
         ZELLog_printContextAndMsg(request->context, &ZEL_LOG_BAD_PARAMETER_s, "unknown instance");
         return DDS_RETCODE_BAD_PARAMETER;
     }

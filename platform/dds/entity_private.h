@@ -176,7 +176,10 @@ struct DDS_DataWriterImpl {
     DDS_DataWriterQos qos;  /* [lock] */
     void *endpointData;     /* type plug-in endpoint data, owned by the data path */
     void *wireWriter;       /* owned by the data path */
-    struct DDS_DataWriterPathI *path; /* the data path, set while attached */
+    // The data path, set while attached. Published before the wire may
+    // report the first match, which the monitor reads statuses for while
+    // the writer is still being enabled.
+    std::atomic<struct DDS_DataWriterPathI *> path;
 };
 
 struct DDS_DataReaderImpl {
@@ -185,7 +188,9 @@ struct DDS_DataReaderImpl {
     DDS_DataReaderQos qos;  /* [lock] */
     void *endpointData;     /* type plug-in endpoint data, owned by the data path */
     void *wireReader;       /* owned by the data path */
-    struct DDS_DataReaderPathI *path; /* the data path; set by attach, cleared by detach */
+    // The data path; set by attach (before the first match is reported),
+    // cleared by detach.
+    std::atomic<struct DDS_DataReaderPathI *> path;
     struct DDS_ReadConditionImpl *readConditions; /* [lock] */
 };
 

@@ -169,7 +169,7 @@ TEST_F(ReaderConformanceTest, DisposeEndsAGenerationAndANewSampleRevivesTheInsta
               DDS_RETCODE_OK);
 }
 
-TEST_F(ReaderConformanceTest, MatchesCountUntilResetAndADisabledReaderRefuses) {
+TEST_F(ReaderConformanceTest, MatchesCountUntilResetAndADisabledReaderRefusesDataButReportsInitialStatuses) {
     ASSERT_EQ(DDS_Subscriber_get_qos(subscriber, nullptr), DDS_RETCODE_BAD_PARAMETER);
     DDS_SubscriberQos subscriberQos = DDS_SubscriberQos_INITIALIZER;
     ASSERT_EQ(DDS_Subscriber_get_qos(subscriber, &subscriberQos), DDS_RETCODE_OK);
@@ -178,8 +178,24 @@ TEST_F(ReaderConformanceTest, MatchesCountUntilResetAndADisabledReaderRefuses) {
     DDS_SubscriberQos_finalize(&subscriberQos);
     DDS_DataReader *reader = createReader();
     ASSERT_NE(reader, nullptr);
+    // Before enabling nothing has happened: communication statuses read as
+    // initial, while the cache and the wire have nothing to report yet.
     DDS_SubscriptionMatchedStatus matched{};
-    EXPECT_EQ(DDS_DataReader_get_subscription_matched_status(reader, &matched), DDS_RETCODE_NOT_ENABLED);
+    matched.total_count = 7;
+    EXPECT_EQ(DDS_DataReader_get_subscription_matched_status(reader, &matched), DDS_RETCODE_OK);
+    EXPECT_EQ(matched.total_count, 0);
+    EXPECT_FALSE(matched.last_publication_handle.isValid);
+    DDS_RequestedIncompatibleQosStatus incompatible = DDS_RequestedIncompatibleQosStatus_INITIALIZER;
+    ASSERT_TRUE(DDS_QosPolicyCountSeq_ensure_length(&incompatible.policies, 2, 2));
+    EXPECT_EQ(DDS_DataReader_get_requested_incompatible_qos_status(reader, &incompatible), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_QosPolicyCountSeq_get_length(&incompatible.policies), 0);
+    DDS_QosPolicyCountSeq_finalize(&incompatible.policies);
+    DDS_DataReaderCacheStatus cache{};
+    EXPECT_EQ(DDS_DataReader_get_datareader_cache_status_ex(reader, &cache, DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_NOT_ENABLED);
+    DDS_DataReaderProtocolStatus protocol{};
+    EXPECT_EQ(DDS_DataReader_get_datareader_protocol_status_ex(reader, &protocol, DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_NOT_ENABLED);
     dp_ShapeSeq lent = ZEL_SEQUENCE_INITIALIZER;
     DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
     EXPECT_EQ(takeAll(reader, &lent, &infos, DDS_BOOLEAN_TRUE), DDS_RETCODE_NOT_ENABLED);

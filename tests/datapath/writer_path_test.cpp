@@ -180,7 +180,12 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shapeOf("blue", 1), &red),
               DDS_RETCODE_PRECONDITION_NOT_MET);
     EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(writer, &shape).isValid);
-    EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
+    // Unregistering an unknown key is refused; disposing one makes it known,
+    // so that readers learn of an instance that goes away before its first write.
+    EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL),
+              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL), DDS_RETCODE_OK);
+    EXPECT_TRUE(DDS_DataWriter_lookup_instance_untypedI(writer, &shape).isValid);
 
     dp_Shape key = dp_Shape_INITIALIZER;
     ASSERT_TRUE(dp_Shape_initialize(&key));
@@ -212,7 +217,7 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     EXPECT_TRUE(DDS_DataWriter_compare_typeI(tickWriter, "dp::Tick"));
     EXPECT_FALSE(DDS_DataWriter_compare_typeI(tickWriter, "dp::Shape"));
 
-    // A writer not enabled refuses data and statuses alike.
+    // A writer not enabled refuses data; its statuses read as initial.
     DDS_PublisherQos publisherQos = DDS_PublisherQos_INITIALIZER;
     ASSERT_EQ(DDS_Publisher_get_qos(publisher, &publisherQos), DDS_RETCODE_OK);
     publisherQos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
@@ -220,9 +225,14 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     DDS_PublisherQos_finalize(&publisherQos);
     DDS_DataWriter *disabled = createWriter(shapes);
     DDS_PublicationMatchedStatus matched{};
+    matched.current_count = 3;
     EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(disabled, &shape, &DDS_HANDLE_NIL), DDS_RETCODE_NOT_ENABLED);
     EXPECT_FALSE(DDS_DataWriter_register_instance_untypedI(disabled, &shape).isValid);
-    EXPECT_EQ(DDS_DataWriter_get_publication_matched_status(disabled, &matched), DDS_RETCODE_NOT_ENABLED);
+    EXPECT_EQ(DDS_DataWriter_get_publication_matched_status(disabled, &matched), DDS_RETCODE_OK);
+    EXPECT_EQ(matched.current_count, 0);
+    DDS_DataWriterProtocolStatus protocol{};
+    EXPECT_EQ(DDS_DataWriter_get_datawriter_protocol_status_ex(disabled, &protocol, DDS_BOOLEAN_FALSE),
+              DDS_RETCODE_NOT_ENABLED);
 }
 
 TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
