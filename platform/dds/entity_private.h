@@ -409,17 +409,25 @@ template <typename T> T *DDS_EntityList_entryI(DDS_EntityListNodeI *node) {
 }
 
 // Fills a sequence of handles from an entity list with the sequence's own
-// operations; false when out of heap.
+// operations; false when out of heap. Vendor-specific entities (the
+// monitor's own) are not the application's: they are left out, as
+// delete_contained_entities leaves them.
 template <typename Seq, typename T>
 bool DDS_EntityList_toSequenceI(const DDS_EntityListI *list, Seq *seq,
                                 DDS_Boolean (*ensureLength)(Seq *, DDS_Long, DDS_Long),
                                 T **(*getReference)(Seq *, DDS_Long)) {
-    if (!ensureLength(seq, list->count, list->count)) {
+    DDS_Long count = 0;
+    for (DDS_EntityListNodeI *node = list->head; node != nullptr; node = node->next) {
+        count += DDS_EntityList_entryI<DDS_EntityImpl>(node)->vendorSpecific ? 0 : 1;
+    }
+    if (!ensureLength(seq, count, count)) {
         return false;
     }
     DDS_Long i = 0;
     for (DDS_EntityListNodeI *node = list->head; node != nullptr; node = node->next) {
-        *getReference(seq, i++) = DDS_EntityList_entryI<T>(node);
+        if (!DDS_EntityList_entryI<DDS_EntityImpl>(node)->vendorSpecific) {
+            *getReference(seq, i++) = DDS_EntityList_entryI<T>(node);
+        }
     }
     return true;
 }

@@ -151,6 +151,26 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     EXPECT_EQ(participantSamples[0]->remoteReaderCount, 9);
 }
 
+TEST_F(StatisticsCycleTest, TheMonitorsOwnTopicsAndWritersAreNotSampledWithoutAFilter) {
+    observeAll();
+    ZELDefaultMonitorParticipantObject *object = nullptr;
+    const Application app = monitoredApplication({}, &object);
+    DDS_DataWriter *writer = createWriter(app);
+
+    // The monitoring topics and writers live on the monitored participant
+    // and are matched by the observer, yet only the application's own
+    // topic and writer are sampled.
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    const auto topicSamples = taken<stattest::TopicKind>(topics_);
+    ASSERT_EQ(topicSamples.size(), 1u);
+    EXPECT_TRUE(sameKey(topicSamples[0]->topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
+    const auto writerSamples = taken<stattest::WriterKind>(writers_);
+    ASSERT_EQ(writerSamples.size(), 1u);
+    EXPECT_TRUE(sameKey(writerSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_TRUE(taken<stattest::WriterMatchedKind>(matched_).empty());
+    EXPECT_TRUE(taken<stattest::WriterLocatorKind>(locators_).empty());
+}
+
 TEST_F(StatisticsCycleTest, DeletingAWriterDisposesTheStatisticsTheWalkPublished) {
     observeAll();
     ZELDefaultMonitorParticipantObject *object = nullptr;

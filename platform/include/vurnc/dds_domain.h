@@ -175,7 +175,8 @@ VURNC_API const struct PRESTypePlugin *DDS_DomainParticipant_get_type_pluginI(DD
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_contained_entities(DDS_DomainParticipant *self);
 
 /* Fill `seq` (initialized, owning its buffer) with the participant's
- * entities; OUT_OF_RESOURCES when it cannot grow. */
+ * entities, vendor-specific ones (the monitor's own) left out;
+ * OUT_OF_RESOURCES when it cannot grow. */
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_topics(DDS_DomainParticipant *self, struct DDS_TopicSeq *seq);
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_publishers(DDS_DomainParticipant *self,
                                                                 struct DDS_PublisherSeq *seq);
