@@ -1,5 +1,6 @@
-// Reading and taking: selecting the cache's samples by state, lending them
-// or copying them out, and giving loans back.
+// Reading and taking: selecting the cache's samples by state, condition,
+// instance or next instance, lending them or copying them out (or one
+// sample at a time), and giving loans back.
 #include <cstring>
 
 #include "data_reader_private.h"
