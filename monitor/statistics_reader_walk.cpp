@@ -3,6 +3,7 @@
 #include "entity_statistics.h"
 #include "log/monitor_log_macros.h"
 #include "related_topic.h"
+#include "statistics_group_walk.h"
 #include "statistics_walk.h"
 
 namespace {
@@ -53,50 +54,11 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(
     const bool withReader = set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS] != nullptr;
     const bool withMatched =
             set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS] != nullptr;
-    DDS_SubscriberSeq subscribers = ZEL_SEQUENCE_INITIALIZER;
-    if (DDS_DomainParticipant_get_subscribers(participantObject->participant, &subscribers) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get subscribers");
-        DDS_SubscriberSeq_finalize(&subscribers);
-        return DDS_BOOLEAN_FALSE;
-    }
-    bool ok = true;
-    DDS_DataReaderSeq readers = ZEL_SEQUENCE_INITIALIZER;
-    for (DDS_Long s = 0; s < DDS_SubscriberSeq_get_length(&subscribers); ++s) {
-        DDS_Subscriber *subscriber = DDS_SubscriberSeq_get(&subscribers, s);
-        if (subscriber == nullptr) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get subscriber reference");
-            ok = false;
-            continue;
-        }
-        // The subscriber's readers cannot come or go while they are visited.
-        if (DDS_Entity_lock(DDS_Subscriber_as_entity(subscriber)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "lock subscriber");
-            ok = false;
-            continue;
-        }
-        if (DDS_Subscriber_get_all_datareaders(subscriber, &readers) != DDS_RETCODE_OK) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all readers");
-            ok = false;
-        } else {
-            for (DDS_Long r = 0; r < DDS_DataReaderSeq_get_length(&readers); ++r) {
-                DDS_DataReader *reader = DDS_DataReaderSeq_get(&readers, r);
-                if (reader == nullptr) {
-                    ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get reader reference");
-                    ok = false;
-                    continue;
-                }
-                ok = ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(participantObject, reader,
-                                                                                          withReader, withMatched) &&
-                     ok;
-            }
-        }
-        if (DDS_Entity_unlock(DDS_Subscriber_as_entity(subscriber)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "unlock subscriber");
-            ok = false;
-        }
-    }
-    DDS_DataReaderSeq_finalize(&readers);
-    DDS_SubscriberSeq_finalize(&subscribers);
+    const bool ok = ZELDefaultMonitorParticipantObject_walkGroupsI<ZELDefaultMonitorSubscribersI>(
+            participantObject, __func__, [&](DDS_DataReader *reader) {
+                return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(participantObject, reader,
+                                                                                           withReader, withMatched);
+            });
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 

@@ -6,8 +6,11 @@
 #include "entity_statistics.h"
 #include "log/monitor_log_macros.h"
 #include "related_topic.h"
+#include "statistics_group_walk.h"
 
 namespace {
+
+const char *const kAllWriters = "ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI";
 
 bool ZELDefaultMonitorParticipantObject_hasWriterI(const ZELDefaultMonitorParticipantObject *participantObject,
                                                    int slot) {
@@ -19,7 +22,7 @@ bool ZELDefaultMonitorParticipantObject_hasWriterI(const ZELDefaultMonitorPartic
 bool ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, bool withWriter,
         bool withMatched, bool withLocators) {
-    const char *const context = "ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI";
+    const char *const context = kAllWriters;
     bool ok = true;
     if (withWriter &&
         !ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(participantObject, writer, DDS_BOOLEAN_FALSE)) {
@@ -85,61 +88,21 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI(
             participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS);
     const bool withLocators = ZELDefaultMonitorParticipantObject_hasWriterI(
             participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS);
-    DDS_PublisherSeq publishers = ZEL_SEQUENCE_INITIALIZER;
-    if (DDS_DomainParticipant_get_publishers(participantObject->participant, &publishers) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get publishers");
-        DDS_PublisherSeq_finalize(&publishers);
-        return DDS_BOOLEAN_FALSE;
-    }
-    bool ok = true;
-    DDS_DataWriterSeq writers = ZEL_SEQUENCE_INITIALIZER;
-    for (DDS_Long p = 0; p < DDS_PublisherSeq_get_length(&publishers); ++p) {
-        DDS_Publisher *publisher = DDS_PublisherSeq_get(&publishers, p);
-        if (publisher == nullptr) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get publisher reference");
-            ok = false;
-            continue;
-        }
-        // The publisher's writers cannot come or go while they are visited.
-        if (DDS_Entity_lock(DDS_Publisher_as_entity(publisher)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "lock publisher");
-            ok = false;
-            continue;
-        }
-        if (DDS_Publisher_get_all_datawriters(publisher, &writers) != DDS_RETCODE_OK) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all writers");
-            ok = false;
-        } else {
-            for (DDS_Long w = 0; w < DDS_DataWriterSeq_get_length(&writers); ++w) {
-                DDS_DataWriter *writer = DDS_DataWriterSeq_get(&writers, w);
-                if (writer == nullptr) {
-                    ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get writer reference");
-                    ok = false;
-                    continue;
-                }
+    const bool ok = ZELDefaultMonitorParticipantObject_walkGroupsI<ZELDefaultMonitorPublishersI>(
+            participantObject, __func__, [&](DDS_DataWriter *writer) {
                 if (participantObject->userTopics != nullptr) {
                     DDS_Topic *topic = DDS_DataWriter_get_topic(writer);
                     if (topic == nullptr) {
-                        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "related topic");
-                        ok = false;
-                        continue;
+                        ZELMonitorLog_errorWithContext(kAllWriters, ZEL_LOG_ANY_FAILURE_s, "related topic");
+                        return false;
                     }
                     if (ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
-                        continue;
+                        return true;
                     }
                 }
-                ok = ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
-                             participantObject, writer, withWriter, withMatched, withLocators) &&
-                     ok;
-            }
-        }
-        if (DDS_Entity_unlock(DDS_Publisher_as_entity(publisher)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "unlock publisher");
-            ok = false;
-        }
-    }
-    DDS_DataWriterSeq_finalize(&writers);
-    DDS_PublisherSeq_finalize(&publishers);
+                return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
+                        participantObject, writer, withWriter, withMatched, withLocators);
+            });
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 
