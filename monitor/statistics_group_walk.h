@@ -1,6 +1,7 @@
-// The part of the statistics walk that publishers and subscribers share:
+// The parts of the statistics walk that the writer and reader sides share:
 // every group of the participant, each locked while its endpoints are
-// visited, a failed group or endpoint logged and passed over.
+// visited, and every matched remote endpoint of one endpoint; a failed one
+// is logged and passed over.
 #pragma once
 
 #include "log/monitor_log_macros.h"
@@ -54,6 +55,37 @@ bool ZELDefaultMonitorParticipantObject_walkGroupsI(ZELDefaultMonitorParticipant
     }
     Group::finalizeEndpoints(&endpoints);
     Group::finalizeGroups(&groups);
+    return ok;
+}
+
+// Every matched remote endpoint of one local endpoint, by instance handle:
+// `getMatched` lists them, `sample` publishes one; a failed one is logged
+// with `sampleLabel` and passed over.
+template <typename Endpoint, typename Sample>
+bool ZELDefaultMonitorParticipantObject_walkMatchedI(const char *context, Endpoint *endpoint,
+                                                     DDS_ReturnCode_t (*getMatched)(Endpoint *,
+                                                                                    struct DDS_InstanceHandleSeq *),
+                                                     const char *sampleLabel, Sample sample) {
+    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
+    if (getMatched(endpoint, &handles) != DDS_RETCODE_OK) {
+        ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s, "get all matched");
+        DDS_InstanceHandleSeq_finalize(&handles);
+        return false;
+    }
+    bool ok = true;
+    for (DDS_Long i = 0; i < DDS_InstanceHandleSeq_get_length(&handles); ++i) {
+        const DDS_InstanceHandle_t *handle = DDS_InstanceHandleSeq_get_reference(&handles, i);
+        if (handle == nullptr) {
+            ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s, "get handle");
+            ok = false;
+            continue;
+        }
+        if (!sample(handle)) {
+            ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s, sampleLabel);
+            ok = false;
+        }
+    }
+    DDS_InstanceHandleSeq_finalize(&handles);
     return ok;
 }
 

@@ -64,27 +64,10 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReaderMatchedStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, DDS_Boolean keyOnly) {
-    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
-    if (DDS_DataReader_get_matched_publications(reader, &handles) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get all matched");
-        DDS_InstanceHandleSeq_finalize(&handles);
-        return DDS_BOOLEAN_FALSE;
-    }
-    bool ok = true;
-    for (DDS_Long i = 0; i < DDS_InstanceHandleSeq_get_length(&handles); ++i) {
-        const DDS_InstanceHandle_t *handle = DDS_InstanceHandleSeq_get_reference(&handles, i);
-        if (handle == nullptr) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "get handle");
-            ok = false;
-            continue;
-        }
-        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(participantObject, reader, handle,
-                                                                                   keyOnly)) {
-            ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish reader match stats");
-            ok = false;
-        }
-    }
-    DDS_InstanceHandleSeq_finalize(&handles);
+    const bool ok = ZELDefaultMonitorParticipantObject_walkMatchedI(
+            __func__, reader, &DDS_DataReader_get_matched_publications, "sample and publish reader match stats", [&](const DDS_InstanceHandle_t *handle) {
+                return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(participantObject, reader, handle, keyOnly) != DDS_BOOLEAN_FALSE;
+            });
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 
