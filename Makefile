@@ -3,6 +3,8 @@
 # and one under ThreadSanitizer for the threaded code.
 BUILD ?= build
 JOBS ?= $(shell nproc)
+# Work trees in different folders share cached objects.
+export CCACHE_BASEDIR ?= $(CURDIR)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS)
 
 .PHONY: all deps build test test-normal test-asan test-tsan bench clean
