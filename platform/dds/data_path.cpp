@@ -114,6 +114,8 @@ template <typename Q> static ZELWireEndpointQos DDS_WireEndpointQos_fromQosI(con
     wire.livelinessKind = static_cast<int32_t>(qos->liveliness.kind);
     wire.livelinessLeaseDuration = DDS_Duration_toNtpI(&qos->liveliness.lease_duration);
     wire.ownershipKind = static_cast<int32_t>(qos->ownership.kind);
+    wire.historyKind = static_cast<int32_t>(qos->history.kind);
+    wire.historyDepth = qos->history.depth;
     return wire;
 }
 

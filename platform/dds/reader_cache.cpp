@@ -131,8 +131,13 @@ static DDS_SampleRejectedStatusKind DDS_ReaderCache_checkLimitsI(const DDS_DataR
 // in a writer's sequence numbers counts its missing samples as lost (a
 // best-effort writer's samples the wire dropped, or samples the writer
 // sent while this reader was not matched to it after a first sample). A
-// writer the reader cannot remember (out of heap) is not checked.
+// writer the reader cannot remember (out of heap), and a sample whose wire
+// does not tell its sequence number (that wire drops duplicates itself),
+// are not checked.
 static bool DDS_ReaderCache_isDuplicateI(DDS_DataReaderPathI *path, const ZELWireSample *sample) {
+    if (sample->sequenceNumber == ZEL_WIRE_SEQUENCE_NUMBER_UNKNOWN) {
+        return false;
+    }
     DDS_ReaderRemoteWriterI *remote = path->remoteWriters;
     while (remote != nullptr && std::memcmp(&remote->guid, &sample->writerGuid, sizeof(ZELWireGuid)) != 0) {
         remote = remote->next;

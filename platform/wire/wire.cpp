@@ -1,15 +1,24 @@
 // The choice of a wire implementation by name.
+#include <cstdlib>
 #include <cstring>
 
 #include "vurncore/log.h"
 #include "wire.h"
 
 // Known implementations; the first is the default.
-static const ZELWireOps *const ZELWire_g_implementations[] = {&ZELLoopbackWire_ops};
+static const ZELWireOps *const ZELWire_g_implementations[] = {
+#ifdef ZEL_WIRE_HAS_CYCLONE
+        &ZELCycloneWire_ops,
+#endif
+        &ZELLoopbackWire_ops};
 
 const ZELWireOps *ZELWire_findOps(const char *name) {
     if (name == nullptr) {
-        return ZELWire_g_implementations[0];
+        // The environment chooses for every factory of the process.
+        name = std::getenv("ZEL_WIRE");
+        if (name == nullptr || name[0] == '\0') {
+            return ZELWire_g_implementations[0];
+        }
     }
     for (const ZELWireOps *ops : ZELWire_g_implementations) {
         if (std::strcmp(ops->name, name) == 0) {

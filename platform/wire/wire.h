@@ -52,6 +52,10 @@ struct ZELWireEndpointQos {
     int32_t livelinessKind;
     struct ZELNtpTime livelinessLeaseDuration;
     int32_t ownershipKind;
+    // History kind (keep last 0, keep all 1) and depth: a wire that keeps
+    // durable data itself keeps this much of it.
+    int32_t historyKind;
+    int32_t historyDepth;
 };
 
 struct ZELWireEndpointParams {
@@ -91,13 +95,18 @@ struct ZELWireSample {
     uint32_t size;
     struct ZELNtpTime sourceTimestamp;
     struct ZELNtpTime receptionTimestamp;
-    int64_t sequenceNumber;
+    int64_t sequenceNumber;  // ZEL_WIRE_SEQUENCE_NUMBER_UNKNOWN where the wire cannot tell
     // The writer's QoS that readers apply per sample: its ownership
     // strength and lifespan (infinite: the sample never expires). A wire
     // that cannot carry them delivers strength 0 and an infinite lifespan.
     int32_t ownershipStrength;
     struct ZELNtpTime lifespan;
 };
+
+// A received sample's sequence number on a wire that does not tell it; such
+// a wire delivers each sample once, so readers need not look for
+// duplicates or gaps.
+#define ZEL_WIRE_SEQUENCE_NUMBER_UNKNOWN 0
 
 // What a reader did with a delivered sample; the wire counts it.
 enum ZELWireDeliveryResult {
@@ -251,12 +260,18 @@ struct ZELWire {
     const struct ZELWireOps *ops;
 };
 
-// The implementation called `name`, or the default one for NULL; NULL
-// (logged) when none has that name.
+// The implementation called `name`; for NULL the one that the environment
+// variable ZEL_WIRE names ("cyclone" or "loopback"), else the default:
+// "cyclone" where it is built, "loopback" elsewhere. NULL (logged) when
+// none has that name.
 const struct ZELWireOps *ZELWire_findOps(const char *name);
 
 // The in-process wire.
 extern const struct ZELWireOps ZELLoopbackWire_ops;
+#ifdef ZEL_WIRE_HAS_CYCLONE
+// RTPS over Eclipse Cyclone DDS.
+extern const struct ZELWireOps ZELCycloneWire_ops;
+#endif
 
 ZEL_EXTERN_C_END
 

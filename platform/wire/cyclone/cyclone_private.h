@@ -1,0 +1,156 @@
+// Records of the RTPS wire over Eclipse Cyclone DDS. Each vurnc participant
+// is a Cyclone participant, each writer and reader a Cyclone writer or
+// reader of its own topic entity; samples travel as the type plug-in's
+// serialized octets in a sertype of our own.
+//
+// Identity. Cyclone picks its own GUIDs and cannot be told one, so every
+// Cyclone entity carries the vurnc GUID of its entity in its USER_DATA
+// (ZEL_CYCLONE_USER_DATA_SIZE octets: a magic word, the four GUID words
+// most significant octet first, a flags octet with the vendor-specific
+// bit). Every process reads it from discovery, so a key means the same
+// entity on every host. An entity without it (a plain Cyclone
+// application) is known by its Cyclone GUID.
+//
+// Threads. Cyclone calls listeners on its own threads. Every callback of an
+// endpoint runs under that endpoint's `callbackMutex`, which also
+// serializes them with the endpoint's deletion: once `deleting` is set no
+// callback reaches the DDS layer, and the deletion reports the unmatches
+// itself before it deletes the Cyclone entity.
+#ifndef ZEL_CYCLONE_PRIVATE_H
+#define ZEL_CYCLONE_PRIVATE_H
+
+#include <dds/dds.h>
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "wire.h"
+
+#define ZEL_CYCLONE_USER_DATA_SIZE 21u
+#define ZEL_CYCLONE_USER_DATA_VENDOR_SPECIFIC 0x01u
+
+struct ZELCycloneDomainI {
+    int32_t id;
+    dds_entity_t domain;  // 0 when the configuration came from CYCLONEDDS_URI
+    int users;
+};
+
+struct ZELCycloneWireI {
+    ZELWire base;  // first: the table
+    std::mutex mutex;
+    std::vector<ZELCycloneDomainI> domains;  // [mutex]
+    long participantCount;                   // [mutex]
+};
+
+// A remote topic found inconsistent with one of a participant's topics.
+struct ZELCycloneInconsistentI {
+    uint32_t remotePrefix[3];
+    bool acknowledged;
+};
+
+struct ZELCycloneLocalTopicI {
+    ZELWireGuid guid;
+    std::vector<char> name;
+    std::vector<ZELCycloneInconsistentI> found;
+};
+
+enum ZELCycloneBuiltinI { ZEL_CYCLONE_BUILTIN_PARTICIPANT, ZEL_CYCLONE_BUILTIN_PUBLICATION,
+                          ZEL_CYCLONE_BUILTIN_SUBSCRIPTION, ZEL_CYCLONE_BUILTIN_COUNT };
+
+struct ZELCycloneParticipantI {
+    ZELCycloneWireI *wire;
+    int32_t domainId;
+    uint32_t guidPrefix[3];
+    dds_entity_t participant;
+    dds_entity_t builtin[ZEL_CYCLONE_BUILTIN_COUNT];
+    std::mutex mutex;
+    long endpointCount;                         // [mutex]
+    std::vector<ZELCycloneLocalTopicI> topics;  // [mutex]
+};
+
+// A matched remote endpoint as Cyclone names it (its instance handle) and
+// as vurnc does (its GUID).
+struct ZELCycloneRemoteI {
+    dds_instance_handle_t handle;
+    ZELWireGuid guid;
+    bool vendorSpecific;
+    ZELWireEndpointQos qos;
+    int32_t ownershipStrength;
+    ZELNtpTime lifespan;
+    ZELWireCounters counters;
+};
+
+struct ZELCycloneEndpointI {
+    bool isWriter;
+    bool keyed;
+    ZELCycloneParticipantI *participant;
+    ZELWireGuid guid;
+    dds_entity_t topic;
+    const struct ddsi_sertype *sertype;  // Cyclone's, kept alive by `topic`
+    // Set by the first callback when it runs before the creation returned.
+    std::atomic<dds_entity_t> entity;
+    ZELWireWriterListener writerListener;  // the one of its kind is set
+    ZELWireReaderListener readerListener;
+    std::recursive_mutex callbackMutex;     // held by every callback and by the deletion
+    std::mutex mutex;                       // the fields below
+    bool deleting;                          // [mutex]
+    std::vector<ZELCycloneRemoteI> matches; // [mutex]
+    ZELWireCounters counters;               // [mutex]
+};
+
+// ---- identity (cyclone_identity.cpp) ----
+// The USER_DATA octets that name `guid`.
+void ZELCycloneGuid_toUserDataI(const ZELWireGuid *guid, bool vendorSpecific,
+                                uint8_t octets[ZEL_CYCLONE_USER_DATA_SIZE]);
+// The vurnc GUID that `qos` carries in its USER_DATA, else `cycloneGuid`'s.
+void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELWireGuid *guid,
+                             bool *vendorSpecific);
+// The matching QoS, ownership strength and lifespan of a discovered endpoint.
+void ZELCycloneRemote_fromQosI(const dds_qos_t *qos, ZELCycloneRemoteI *remote);
+// The Cyclone QoS of a local endpoint; NULL (logged) when out of heap.
+dds_qos_t *ZELCycloneQos_fromEndpointI(const ZELWireEndpointParams *params, bool isWriter);
+
+// ---- samples (cyclone_serdata.cpp) ----
+// A sertype for `typeName`, handed to Cyclone with the topic.
+struct ddsi_sertype *ZELCycloneSertype_newI(const char *typeName, bool keyed);
+// A serdata carrying `sample`; NULL when out of heap.
+struct ddsi_serdata *ZELCycloneSerdata_fromSampleI(const struct ddsi_sertype *type, const ZELWireSample *sample);
+// The octets, key hash and kind of a received serdata. `data` points into
+// it, or into `scratch` when the padding had to be taken off; false when
+// out of memory.
+bool ZELCycloneSerdata_toSampleI(const struct ddsi_serdata *serdata, ZELWireSample *sample,
+                                 std::vector<uint8_t> *scratch);
+
+// ---- endpoints (cyclone_endpoint.cpp) ----
+// Brings the endpoint's matches in line with Cyclone's, reporting each new
+// and lost one [callbackMutex held].
+void ZELCycloneEndpoint_syncMatchesI(ZELCycloneEndpointI *endpoint);
+
+// ---- operations of the table ----
+ZELWire *ZELCycloneWire_createI(void);
+ZELBoolean ZELCycloneWire_destroyI(ZELWire *wire);
+ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *wire, int32_t domainId, const uint32_t guidPrefix[3]);
+ZELBoolean ZELCycloneWire_deleteParticipantI(ZELWireParticipant *participant);
+ZELWireWriter *ZELCycloneWire_createWriterI(ZELWireParticipant *participant, const ZELWireEndpointParams *params,
+                                            const ZELWireWriterListener *listener);
+void ZELCycloneWire_deleteWriterI(ZELWireWriter *writer);
+ZELWireReader *ZELCycloneWire_createReaderI(ZELWireParticipant *participant, const ZELWireEndpointParams *params,
+                                            const ZELWireReaderListener *listener);
+void ZELCycloneWire_deleteReaderI(ZELWireReader *reader);
+ZELBoolean ZELCycloneWire_writeI(ZELWireWriter *writer, const ZELWireSample *sample);
+ZELBoolean ZELCycloneWire_writeReplayI(ZELWireWriter *writer, ZELWireReplay *replay, const ZELWireSample *sample);
+void ZELCycloneWire_replayDoneI(ZELWireWriter *writer, ZELWireReplay *replay);
+void ZELCycloneWire_getWriterCountersI(ZELWireWriter *writer, ZELWireCounters *counters);
+void ZELCycloneWire_getReaderCountersI(ZELWireReader *reader, ZELWireCounters *counters);
+ZELBoolean ZELCycloneWire_getWriterMatchCountersI(ZELWireWriter *writer, const ZELWireGuid *reader,
+                                                  ZELWireCounters *counters);
+ZELBoolean ZELCycloneWire_getReaderMatchCountersI(ZELWireReader *reader, const ZELWireGuid *writer,
+                                                  ZELWireCounters *counters);
+ZELBoolean ZELCycloneWire_visitDiscoveredI(ZELWireParticipant *participant, ZELWireEntityKind kind,
+                                           ZELWireDiscoveryVisitor visit, void *context);
+ZELBoolean ZELCycloneWire_getInconsistentTopicsI(ZELWireParticipant *participant, const ZELWireGuid *topic,
+                                                 const char *topicName, const char *typeName, ZELBoolean acknowledge,
+                                                 uint32_t *total, uint32_t *unacknowledged);
+
+#endif
