@@ -7,7 +7,7 @@ JOBS ?= $(shell nproc)
 export CCACHE_BASEDIR ?= $(CURDIR)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS)
 
-.PHONY: all deps build test test-normal test-asan test-tsan bench clean
+.PHONY: all deps build test test-normal test-asan test-tsan bench coverage test-share clean
 
 all: build
 
@@ -20,6 +20,7 @@ $(BUILD)/%/build.ninja: | deps
 CMAKE_ARGS_normal = -DCMAKE_BUILD_TYPE=RelWithDebInfo
 CMAKE_ARGS_asan = -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=address,undefined -DZEL_BUILD_BENCH=OFF
 CMAKE_ARGS_tsan = -DCMAKE_BUILD_TYPE=Debug -DZEL_SANITIZE=thread -DZEL_BUILD_BENCH=OFF
+CMAKE_ARGS_coverage = -DCMAKE_BUILD_TYPE=Debug -DZEL_COVERAGE=ON -DZEL_BUILD_BENCH=OFF
 
 build: $(BUILD)/normal/build.ninja
 	cmake --build $(BUILD)/normal -j $(JOBS)
@@ -37,10 +38,25 @@ test-asan: $(BUILD)/asan/build.ninja
 
 test-tsan: $(BUILD)/tsan/build.ninja
 	cmake --build $(BUILD)/tsan -j $(JOBS)
-	cd $(BUILD)/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest $(CTEST_FLAGS)
+	cd $(BUILD)/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/cmake/tsan.supp ctest $(CTEST_FLAGS)
 
 bench: build
 	@for b in $(BUILD)/normal/bin/bench_*; do $$b; done
+
+# Line and branch coverage of the plug-in, the platform and the IDL compiler
+# by the whole test suite.
+coverage: $(BUILD)/coverage/build.ninja
+	cmake --build $(BUILD)/coverage -j $(JOBS)
+	find $(BUILD)/coverage -name '*.gcda' -delete
+	cd $(BUILD)/coverage && ctest $(CTEST_FLAGS) > ctest.log || (tail -30 ctest.log; exit 1)
+	@for part in monitor platform tools; do \
+	  echo "== $$part/"; \
+	  gcovr -r . --object-directory $(BUILD)/coverage --filter "$$part/" --print-summary -o /dev/null; \
+	done
+
+# Lines of test code against lines of code.
+test-share:
+	@python3 cmake/test_share.py
 
 clean:
 	rm -rf $(BUILD)

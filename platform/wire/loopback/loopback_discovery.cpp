@@ -118,8 +118,8 @@ static bool ZELLoopbackParticipant_findInconsistentTopicsI(ZELLoopbackParticipan
                                                            const char *topicName, const char *typeName,
                                                            ZELLoopbackLocalTopicI **topic) {
     *topic = ZELLoopbackParticipant_findTopicI(self, guid, topicName);
-    for (const ZELLoopbackEndpointI *endpoint = self->wire->endpoints; endpoint != nullptr;
-         endpoint = endpoint->next) {
+    for (const ZELLoopbackEndpointI *endpoint = ZELLoopbackWire_firstOfTopicI(self->wire, topicName);
+         endpoint != nullptr; endpoint = endpoint->topicNext) {
         const ZELLoopbackParticipantI *remote = endpoint->participant;
         if (remote == self || remote->domainId != self->domainId || endpoint->deleting ||
             std::strcmp(endpoint->topicName, topicName) != 0 || std::strcmp(endpoint->typeName, typeName) == 0 ||

@@ -20,7 +20,39 @@ static void ZELLoopbackEndpoint_freeI(ZELLoopbackEndpointI *endpoint) {
     ZELOsapiHeap_freeStructure(endpoint);
 }
 
+ZELLoopbackEndpointI *ZELLoopbackWire_firstOfTopicI(ZELLoopbackWireI *wire, const char *name) {
+    auto found = wire->byTopic.find(name);
+    return found != wire->byTopic.end() ? found->second : nullptr;
+}
+
+// Puts the endpoint first among those of its topic; false when out of
+// memory [wire mutex held].
+static bool ZELLoopbackEndpoint_linkTopicI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *endpoint) {
+    try {
+        ZELLoopbackEndpointI *&first = wire->byTopic[endpoint->topicName];
+        endpoint->topicPrev = nullptr;
+        endpoint->topicNext = first;
+        if (first != nullptr) {
+            first->topicPrev = endpoint;
+        }
+        first = endpoint;
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
+
 static void ZELLoopbackEndpoint_unlinkI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *endpoint) {
+    if (endpoint->topicNext != nullptr) {
+        endpoint->topicNext->topicPrev = endpoint->topicPrev;
+    }
+    if (endpoint->topicPrev != nullptr) {
+        endpoint->topicPrev->topicNext = endpoint->topicNext;
+    } else if (endpoint->topicNext != nullptr) {
+        wire->byTopic.find(endpoint->topicName)->second = endpoint->topicNext;
+    } else {
+        wire->byTopic.erase(endpoint->topicName);
+    }
     if (endpoint->prev != nullptr) {
         endpoint->prev->next = endpoint->next;
     } else {
@@ -87,15 +119,18 @@ static ZELLoopbackEndpointI *ZELLoopbackEndpoint_createI(ZELWireParticipant *han
                 endpoint->locator.address[12 + i] = static_cast<uint8_t>(id >> (24 - 8 * i));
             }
         }
-        endpoint->next = wire->endpoints;
-        if (wire->endpoints != nullptr) {
-            wire->endpoints->prev = endpoint;
-        }
-        wire->endpoints = endpoint;
-        ++participant->endpointCount;
-        matched = ZELLoopbackMatch_createAllI(wire, endpoint);
-        if (!matched) {
-            ZELLoopbackEndpoint_unlinkI(wire, endpoint);
+        if (ZELLoopbackEndpoint_linkTopicI(wire, endpoint)) {
+            endpoint->prev = nullptr;
+            endpoint->next = wire->endpoints;
+            if (wire->endpoints != nullptr) {
+                wire->endpoints->prev = endpoint;
+            }
+            wire->endpoints = endpoint;
+            ++participant->endpointCount;
+            matched = ZELLoopbackMatch_createAllI(wire, endpoint);
+            if (!matched) {
+                ZELLoopbackEndpoint_unlinkI(wire, endpoint);
+            }
         }
     }
     if (!matched) {

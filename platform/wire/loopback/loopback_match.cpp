@@ -102,7 +102,8 @@ static void ZELLoopbackMatch_unlinkI(ZELLoopbackMatchI *match) {
 }
 
 bool ZELLoopbackMatch_createAllI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *endpoint) {
-    for (ZELLoopbackEndpointI *other = wire->endpoints; other != nullptr; other = other->next) {
+    for (ZELLoopbackEndpointI *other = ZELLoopbackWire_firstOfTopicI(wire, endpoint->topicName); other != nullptr;
+         other = other->topicNext) {
         if (!ZELLoopbackEndpoint_pairsWithI(endpoint, other)) {
             continue;
         }

@@ -7,6 +7,8 @@
 #define ZEL_LOOPBACK_PRIVATE_H
 
 #include <mutex>
+#include <string>
+#include <unordered_map>
 
 #include "wire.h"
 
@@ -41,6 +43,9 @@ struct ZELLoopbackWireI {
     ZELWire base;                           // first: the table
     std::mutex mutex;
     ZELLoopbackEndpointI *endpoints;        // every writer and reader [mutex]
+    // The first endpoint of each topic name, so that matching and topic
+    // statuses visit the endpoints of one topic only [mutex].
+    std::unordered_map<std::string, ZELLoopbackEndpointI *> byTopic;
     ZELLoopbackParticipantI *participants;  // [mutex]
     uint32_t nextReaderId;                  // [mutex]
 };
@@ -75,6 +80,7 @@ struct ZELLoopbackEndpointI {
     bool isWriter;
     ZELLoopbackParticipantI *participant;
     ZELLoopbackEndpointI *prev, *next;  // in the wire's list [wire mutex]
+    ZELLoopbackEndpointI *topicPrev, *topicNext;  // of the same topic name [wire mutex]
     ZELWireGuid guid;
     char *topicName;
     char *typeName;
@@ -90,6 +96,10 @@ struct ZELLoopbackEndpointI {
     ZELOsapiSemaphore *wakeup;
     ZELWireCounters counters;              // [wire mutex]
 };
+
+// ---- the topic index (loopback_endpoint.cpp) ----
+// The first endpoint of the topic called `name`, or NULL [wire mutex held].
+ZELLoopbackEndpointI *ZELLoopbackWire_firstOfTopicI(ZELLoopbackWireI *wire, const char *name);
 
 // ---- matches (loopback_match.cpp) ----
 // The next match of `endpoint` after `match` (the first for NULL), or NULL.
