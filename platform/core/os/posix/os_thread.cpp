@@ -46,10 +46,17 @@ bool ZELOsapiThread_setAttributesI(pthread_attr_t *attributes, const struct ZELO
         return false;
     }
     if (settings->stackSize > 0) {
+        // The thread's static TLS comes out of its stack too, and the RTPS
+        // library with its dependencies (and the sanitizers) take hundreds
+        // of kilobytes of it: below this floor thread creation is refused.
+        constexpr size_t floor = 1024 * 1024;
+        const long systemMinimum = sysconf(_SC_THREAD_STACK_MIN);
+        const size_t minimum = systemMinimum > 0 && static_cast<size_t>(systemMinimum) > floor
+                                       ? static_cast<size_t>(systemMinimum)
+                                       : floor;
         size_t stackSize = static_cast<size_t>(settings->stackSize);
-        const long minimum = sysconf(_SC_THREAD_STACK_MIN);
-        if (minimum > 0 && stackSize < static_cast<size_t>(minimum)) {
-            stackSize = static_cast<size_t>(minimum);
+        if (stackSize < minimum) {
+            stackSize = minimum;
         }
         if (pthread_attr_setstacksize(attributes, stackSize) != 0) {
             return false;
