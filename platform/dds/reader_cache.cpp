@@ -196,6 +196,11 @@ ZELWireDeliveryResult DDS_ReaderCache_storeI(DDS_DataReaderPathI *path, const ZE
         path->rejected.last_instance_handle = DDS_InstanceHandle_fromKeyHashI(sample->keyHash);
         return ZEL_WIRE_DELIVERY_REJECTED;
     }
+    if (instance == nullptr && sample->kind != ZEL_WIRE_SAMPLE_DATA && sample->size == 0) {
+        // The end of an instance this reader never saw, told by its key hash
+        // alone: there is no key to hand to the application.
+        return ZEL_WIRE_DELIVERY_ACCEPTED;
+    }
     if (instance == nullptr) {
         instance = DDS_ReaderCache_addInstanceI(path, sample);
     }
