@@ -1,6 +1,10 @@
 #include "wire_fixture.h"
 
+#include <unistd.h>
+
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 namespace wiretest {
 
@@ -35,6 +39,20 @@ std::vector<std::string> Recorder::take() {
     return taken;
 }
 
+std::vector<std::string> Recorder::takeEventually(size_t count) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> guard(mutex);
+            if (events.size() >= count || std::chrono::steady_clock::now() > end) {
+                break;
+            }
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return take();
+}
+
 static void onMatchedI(void *context, const ZELWireMatchInfo *match) {
     auto *recorder = static_cast<Recorder *>(context);
     if (match->remoteLocatorCount == 1) {
@@ -60,13 +78,17 @@ static ZELWireDeliveryResult onSampleI(void *context, const ZELWireSample *sampl
     if (sample->kind == ZEL_WIRE_SAMPLE_DATA) {
         event += " seq " + std::to_string(sample->sequenceNumber);
     }
+    {
+        std::lock_guard<std::mutex> guard(recorder->mutex);
+        recorder->payloads.emplace_back(sample->data, sample->data + sample->size);
+    }
     recorder->add(event);
     return recorder->answer;
 }
 
 void WireTest::SetUp() {
     HeapCheckedTest::SetUp();
-    ops_ = ZELWire_findOps("loopback");
+    ops_ = ZELWire_findOps(wireName());
     ASSERT_NE(ops_, nullptr);
     wire_ = ops_->create();
     ASSERT_NE(wire_, nullptr);
@@ -82,6 +104,11 @@ void WireTest::TearDown() {
 
 ZELWireParticipant *WireTest::participant(int32_t domainId) {
     const uint32_t prefix[3] = {0x0a000001u, 0x1234u, static_cast<uint32_t>(participants_.size() + 1)};
+    // A wire between processes: domains of this process's own, so that
+    // tests running beside it are not seen.
+    if (std::strcmp(wireName(), "loopback") != 0) {
+        domainId += 150 + static_cast<int32_t>(getpid() % 40) * 2;
+    }
     ZELWireParticipant *p = ops_->createParticipant(wire_, domainId, prefix);
     EXPECT_NE(p, nullptr);
     participants_.push_back(p);

@@ -24,13 +24,19 @@ struct Recorder {
     std::mutex mutex;
     std::vector<std::string> events;
     std::vector<ZELNetioLocator> locators;  // of matched readers, for a writer
+    std::vector<std::vector<uint8_t>> payloads;  // of received samples
     ZELWireDeliveryResult answer = ZEL_WIRE_DELIVERY_ACCEPTED;
     void add(std::string event);
     std::vector<std::string> take();
+    // Waits until `count` events were recorded (a wire with threads of its
+    // own reports later), then takes them; fewer when the time runs out.
+    std::vector<std::string> takeEventually(size_t count);
 };
 
 class WireTest : public zeltest::HeapCheckedTest {
 protected:
+    // The wire under test, by name.
+    virtual const char *wireName() const { return "loopback"; }
     void SetUp() override;
     void TearDown() override;
 

@@ -108,6 +108,11 @@ dds_qos_t *ZELCycloneQos_fromEndpointI(const ZELWireEndpointParams *params, bool
     dds_qset_liveliness(qos, static_cast<dds_liveliness_kind_t>(wire->livelinessKind),
                         durationFromNtp(&wire->livelinessLeaseDuration));
     dds_qset_ownership(qos, wire->ownershipKind != 0 ? DDS_OWNERSHIP_EXCLUSIVE : DDS_OWNERSHIP_SHARED);
+    // The DDS layer decides when an unregistration disposes: Cyclone sends
+    // what it is given.
+    if (isWriter) {
+        dds_qset_writer_data_lifecycle(qos, false);
+    }
     uint8_t userData[ZEL_CYCLONE_USER_DATA_SIZE];
     ZELCycloneGuid_toUserDataI(&params->guid, params->vendorSpecific != ZEL_FALSE, userData);
     dds_qset_userdata(qos, userData, sizeof userData);

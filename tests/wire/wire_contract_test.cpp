@@ -1,0 +1,129 @@
+// What every wire does alike, on each wire that is built: matches reach
+// both sides and end on both sides, samples and instance changes arrive
+// with their octets, key hash and writer, an incompatible pair names the
+// policy, and the counters follow. A wire with threads of its own may
+// report later than the call that caused it, so the checks wait.
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "wire_fixture.h"
+
+namespace wiretest {
+namespace {
+
+using Events = std::vector<std::string>;
+
+// The event without the sequence number, which not every wire tells.
+Events withoutSequence(Events events) {
+    for (std::string &event : events) {
+        event = event.substr(0, event.find(" seq "));
+    }
+    return events;
+}
+
+// Offered with an infinite deadline: a zero period would make an RTPS
+// implementation check every instance without pause.
+ZELWireEndpointQos offered() {
+    ZELWireEndpointQos qos = offeredQos();
+    qos.deadlinePeriod = ZELNtpTime ZEL_NTP_TIME_INFINITE;
+    return qos;
+}
+
+class WireContractTest : public WireTest, public ::testing::WithParamInterface<const char *> {
+protected:
+    const char *wireName() const override { return GetParam(); }
+    void SetUp() override {
+        if (ZELWire_findOps(GetParam()) == nullptr) {
+            GTEST_SKIP() << "the " << GetParam() << " wire is not built here";
+        }
+        WireTest::SetUp();
+    }
+    void TearDown() override {
+        if (wire_ != nullptr) {
+            WireTest::TearDown();
+        }
+    }
+};
+
+TEST_P(WireContractTest, MatchesReachBothSidesAndEndOnBothSides) {
+    ZELWireParticipant *a = participant(0);
+    ZELWireParticipant *b = participant(0);
+    Recorder w, r;
+    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", offered());
+    ZELWireReader *readerHandle = reader(b, 2, &r);
+    ASSERT_TRUE(writerHandle != nullptr && readerHandle != nullptr);
+    EXPECT_EQ(w.takeEventually(1), Events{"matched 2"});
+    EXPECT_EQ(r.takeEventually(1), Events{"matched 1"});
+    // The deleted side hears of the end before its deletion returns.
+    ops_->deleteReader(readerHandle);
+    EXPECT_EQ(r.take(), Events{"unmatched 1"});
+    EXPECT_EQ(w.takeEventually(1), Events{"unmatched 2"});
+    ops_->deleteWriter(writerHandle);
+    EXPECT_EQ(w.take(), Events{});
+}
+
+TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashAndWriter) {
+    ZELWireParticipant *a = participant(0);
+    ZELWireParticipant *b = participant(0);
+    Recorder w, r;
+    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", offered());
+    ZELWireReader *readerHandle = reader(b, 2, &r);
+    ASSERT_EQ(w.takeEventually(1).size(), 1u);
+    ASSERT_EQ(r.takeEventually(1).size(), 1u);
+    // Encapsulated payloads of sizes that need padding and that do not.
+    const std::vector<uint8_t> data5 = {0, 1, 0, 0, 42};
+    const std::vector<uint8_t> data8 = {0, 1, 0, 0, 1, 2, 3, 4};
+    const std::vector<uint8_t> key6 = {0, 1, 0, 0, 7, 7};
+    const ZELWireSample written[] = {sample(3, 1, data5), sample(4, 2, data8),
+                                     sample(3, 3, key6, ZEL_WIRE_SAMPLE_DISPOSE),
+                                     sample(4, 4, key6, ZEL_WIRE_SAMPLE_UNREGISTER)};
+    for (const ZELWireSample &s : written) {
+        EXPECT_TRUE(ops_->write(writerHandle, &s));
+    }
+    EXPECT_EQ(withoutSequence(r.takeEventually(4)), (Events{"sample 3", "sample 4", "dispose 3", "unregister 4"}));
+    ASSERT_EQ(r.payloads.size(), 4u);
+    EXPECT_EQ(r.payloads[0], data5);
+    EXPECT_EQ(r.payloads[1], data8);
+    // The change of an instance the reader knows may come by key hash alone.
+    for (size_t change = 2; change < 4; ++change) {
+        EXPECT_TRUE(r.payloads[change] == key6 || r.payloads[change].empty()) << change;
+    }
+
+    ZELWireCounters sent{}, received{}, perMatch{};
+    ops_->getWriterCounters(writerHandle, &sent);
+    ops_->getReaderCounters(readerHandle, &received);
+    EXPECT_EQ(sent.sampleCount, 4);
+    EXPECT_EQ(received.sampleCount, 4);
+    const ZELWireGuid writerGuid = guidOf(1);
+    EXPECT_TRUE(ops_->getReaderMatchCounters(readerHandle, &writerGuid, &perMatch));
+    EXPECT_EQ(perMatch.sampleCount, 4);
+    ops_->deleteWriter(writerHandle);
+    ops_->deleteReader(readerHandle);
+}
+
+TEST_P(WireContractTest, AnIncompatiblePairNamesThePolicyOnBothSides) {
+    ZELWireParticipant *a = participant(0);
+    ZELWireParticipant *b = participant(0);
+    Recorder w, r;
+    ZELWireEndpointQos bestEffort = offered();
+    bestEffort.reliabilityKind = 0;
+    ZELWireEndpointQos reliable = requestedQos();
+    reliable.reliabilityKind = 1;
+    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", bestEffort);
+    ZELWireReader *readerHandle = reader(b, 2, &r, "Square", reliable);
+    for (Recorder *side : {&w, &r}) {
+        const Events events = side->takeEventually(1);
+        ASSERT_EQ(events.size(), 1u);
+        EXPECT_EQ(events[0].substr(0, 13), "incompatible ");
+        EXPECT_EQ(events[0].substr(events[0].rfind(' ')), " 11");
+    }
+    ops_->deleteWriter(writerHandle);
+    ops_->deleteReader(readerHandle);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryWire, WireContractTest, ::testing::Values("loopback", "cyclone"),
+                         [](const ::testing::TestParamInfo<const char *> &wire) { return std::string(wire.param); });
+
+}  // namespace
+}  // namespace wiretest
