@@ -6,9 +6,11 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <mutex>
 
 #include "console.h"
 #include "top_frame.h"
+#include "vurncore/log.h"
 
 namespace zelmon {
 namespace {
@@ -31,8 +33,31 @@ std::string header(const Console &console) {
            (console.heardAnything() ? "" : " - waiting for monitoring data");
 }
 
+// While the full-screen view is up, the platform's log lines would tear
+// it: the newest one is shown on the view's last line instead.
+struct ScreenLog {
+    std::mutex mutex;
+    std::string newest;  // guarded by mutex
+
+    static void write(void *param, const ZELLogLine *line) {
+        auto *self = static_cast<ScreenLog *>(param);
+        std::lock_guard<std::mutex> guard(self->mutex);
+        self->newest = std::string(line->context != nullptr ? line->context : "") +
+                       (line->context != nullptr ? ": " : "") + line->text;
+    }
+    std::string get() {
+        std::lock_guard<std::mutex> guard(mutex);
+        return newest;
+    }
+};
+
 int runCurses(Console &console, Options &options, double seconds) {
+    ScreenLog screenLog;
+    const ZELLogDevice device = {&ScreenLog::write, &screenLog};
+    ZELLogDevice previous{};
+    ZELLog_setDevice(&device, &previous);
     if (initscr() == nullptr) {
+        ZELLog_setDevice(&previous, nullptr);
         std::fprintf(stderr, "zelmon: cannot start the terminal view\n");
         return kExitError;
     }
@@ -60,6 +85,9 @@ int runCurses(Console &console, Options &options, double seconds) {
         for (size_t i = 0; i < lines.size() && static_cast<int>(i) + 2 < rows; ++i) {
             mvaddstr(static_cast<int>(i) + 2, 0, lines[i].c_str());
         }
+        if (const std::string newest = screenLog.get(); !newest.empty()) {
+            mvaddnstr(rows - 1, 0, ("log: " + newest).c_str(), columns);
+        }
         refresh();
         const int key = getch();
         if (key == 'q' || key == 'Q') {
@@ -79,6 +107,7 @@ int runCurses(Console &console, Options &options, double seconds) {
         }
     }
     endwin();
+    ZELLog_setDevice(&previous, nullptr);
     if (status == kExitError) {
         console.printNothingReceived();
     }
