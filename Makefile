@@ -7,7 +7,11 @@ JOBS ?= $(shell nproc)
 export CCACHE_BASEDIR ?= $(CURDIR)
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS)
 
-.PHONY: all deps build test test-normal test-asan test-tsan bench coverage test-share clean
+# `make demo` runs the shapes demo and watches it with zelmon top; off a
+# terminal it stops after DEMO_SECONDS.
+DEMO_SECONDS ?= 20
+
+.PHONY: all deps build demo test test-normal test-asan test-tsan bench coverage test-share clean
 
 all: build
 
@@ -24,6 +28,10 @@ CMAKE_ARGS_coverage = -DCMAKE_BUILD_TYPE=Debug -DZEL_COVERAGE=ON -DZEL_BUILD_BEN
 
 build: $(BUILD)/normal/build.ninja
 	cmake --build $(BUILD)/normal -j $(JOBS)
+
+demo: $(BUILD)/normal/build.ninja
+	cmake --build $(BUILD)/normal -j $(JOBS) --target zelmon zeldemo zelmonitoring
+	@apps/demo/run_demo.sh $(BUILD)/normal/bin $(DEMO_SECONDS)
 
 test: test-normal test-asan test-tsan
 
