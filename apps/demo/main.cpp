@@ -149,7 +149,12 @@ int main(int argc, char **argv) {
             ->capture_default_str();
     app.add_flag("--clean", clean, "leave out the incompatible reader");
     app.add_option("-t,--time", seconds, "stop after this many seconds (default: until Ctrl-C)");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        // --help is a parse "error" that exits 0; every other one is bad usage.
+        return app.exit(error) == 0 ? 0 : 2;
+    }
 
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);

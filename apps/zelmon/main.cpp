@@ -57,7 +57,12 @@ int main(int argc, char **argv) {
     show->add_option("entity", options.selector, "a key (or its unique start or end) or participant[/topic[/writer|reader]]")
             ->required();
 
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        // --help is a parse "error" that exits 0; every other one is bad usage.
+        return app.exit(error) == 0 ? 0 : zelmon::kExitError;
+    }
 
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
