@@ -28,8 +28,7 @@ int commandEcho(Console &console) {
     auto print = [&](const MonitoringSample &sample) {
         const char *topic = MonitoringSession::topicName(sample.topic);
         const std::string topicName = sample.data.is_object() ? sample.data.value("topic_name", "") : "";
-        if (!options.filter.empty() && std::string(topic).find(options.filter) == std::string::npos &&
-            topicName.find(options.filter) == std::string::npos) {
+        if (!options.filter.empty() && !console.matchesFilter(topic) && !console.matchesFilter(topicName)) {
             return;
         }
         const nlohmann::json line = {{"topic", topic},

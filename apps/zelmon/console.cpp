@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <thread>
 
+#include "vurncore/reda_string.h"
+
 namespace zelmon {
 
 std::atomic<bool> g_stop{false};
@@ -53,13 +55,19 @@ bool Console::gather(double defaultSeconds) {
     return true;
 }
 
+bool Console::matchesFilter(const std::string &name) const {
+    if (options_.filter.find_first_of("*?[") != std::string::npos) {
+        return REDAString_fnmatch(options_.filter.c_str(), name.c_str(), 0) == 0;
+    }
+    return name.find(options_.filter) != std::string::npos;
+}
+
 bool Console::passesFilter(const Entity &entity) const {
     if (options_.filter.empty()) {
         return true;
     }
     const Entity *participant = model_.participantOf(entity);
-    return entity.topicName().find(options_.filter) != std::string::npos ||
-           (participant != nullptr && participant->name().find(options_.filter) != std::string::npos);
+    return matchesFilter(entity.topicName()) || (participant != nullptr && matchesFilter(participant->name()));
 }
 
 void Console::printNothingReceived() const {

@@ -18,7 +18,7 @@ enum ExitStatus { kExitOk = 0, kExitProblems = 1, kExitError = 2 };
 
 struct Options {
     int domain = 0;
-    std::string filter;     // only entities whose topic or participant name contains it
+    std::string filter;     // only entities whose topic or participant name contains it, or matches it as a pattern
     bool json = false;
     double seconds = -1;    // how long to gather (ls, show, check) or run (top, echo); < 0: the command's default
     double timeout = 15;    // nothing received for this long is an error
@@ -38,6 +38,9 @@ public:
     // Feeds the model for up to `seconds`; samples also go to `onSample`.
     void run(double seconds, const std::function<void(const MonitoringSample &)> &onSample = {});
     bool heardAnything() const { return heard_; }
+    // A filter with *, ? or [ is a pattern the whole name must match;
+    // otherwise any name that contains it matches.
+    bool matchesFilter(const std::string &name) const;
     bool passesFilter(const Entity &entity) const;
     void printNothingReceived() const;
     // Waits up to the timeout for the first sample, then gathers until

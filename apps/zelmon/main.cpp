@@ -16,7 +16,8 @@ void addCommonOptions(CLI::App *command, zelmon::Options *options) {
             ->check(CLI::Range(0, 232))
             ->capture_default_str();
     command->add_option("-f,--filter", options->filter,
-                        "only entities whose topic or participant name contains this text");
+                        "only entities whose topic or participant name contains this text, or matches it as a "
+                        "pattern with * ? [ ]");
     command->add_flag("--json", options->json, "print JSON instead of text");
     command->add_option("--timeout", options->timeout,
                         "seconds to wait for the first monitoring sample before giving up")
