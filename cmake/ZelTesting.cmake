@@ -26,5 +26,11 @@ function(zel_add_test_executable name)
   if(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+  # A cross build lists a program's tests when CTest runs, under the
+  # emulator, rather than after every link.
+  set(discovery "")
+  if(CMAKE_CROSSCOMPILING)
+    set(discovery DISCOVERY_MODE PRE_TEST)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 ${discovery} PROPERTIES ${properties})
 endfunction()
