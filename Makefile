@@ -11,7 +11,7 @@ CTEST_FLAGS ?= --output-on-failure -j $(JOBS)
 # terminal it stops after DEMO_SECONDS.
 DEMO_SECONDS ?= 20
 
-.PHONY: all deps build demo test test-normal test-asan test-tsan bench coverage test-share clean
+.PHONY: all deps build demo test test-normal test-asan test-tsan test-windows bench coverage test-share clean
 
 all: build
 
@@ -47,6 +47,11 @@ test-asan: $(BUILD)/asan/build.ninja
 test-tsan: $(BUILD)/tsan/build.ninja
 	cmake --build $(BUILD)/tsan -j $(JOBS)
 	cd $(BUILD)/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/cmake/tsan.supp ctest $(CTEST_FLAGS)
+
+# zelmonitoring.dll, vurnc.dll, vurncore.dll and the tests cross-built for
+# 64-bit Windows with MinGW-w64, the tests run under Wine.
+test-windows: | deps
+	@cmake/test_windows.sh $(BUILD) $(JOBS)
 
 bench: build
 	@for b in $(BUILD)/normal/bin/bench_*; do $$b; done

@@ -31,7 +31,7 @@ public:
     {
         auto files = files_;
         return Frontend(std::move(includeDirs), [files](const std::string &path) -> std::optional<std::string> {
-            auto it = files.find(std::filesystem::path(path).lexically_normal().string());
+            auto it = files.find(std::filesystem::path(path).lexically_normal().generic_string());
             if (it == files.end()) {
                 return std::nullopt;
             }

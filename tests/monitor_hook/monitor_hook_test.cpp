@@ -17,6 +17,7 @@
 #include "record_text.h"
 #include "recording_monitor.h"
 #include "vurncore/osapi.h"
+#include "zel_dds_monitoring.h"
 
 // A create function of the program itself, named to the hook by address.
 extern "C" DDS_Monitor *LinkedMonitor_create(DDS_UnsignedLong *result, DDS_DomainParticipantFactory *factory,
@@ -383,11 +384,42 @@ TEST_F(MonitorHookTest, RealPlugInPublishesOnTheParticipantUntilItIsDeleted) {
     EXPECT_STREQ(version->value, "5.1.0.rev0");
     DDS_DomainParticipantQos_finalize(&qos);
 
+    // The topic's description reaches a reader of the monitoring topic.
+    DDS_Subscriber *subscriber =
+            DDS_DomainParticipant_create_subscriber(participant, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
+    DDS_DataReaderQos readerQos = DDS_DataReaderQos_INITIALIZER;
+    DDS_Subscriber_get_default_datareader_qos(subscriber, &readerQos);
+    readerQos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
+    readerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+    auto *descriptions = zel_dds_monitoring_TopicDescriptionDataReader_narrow(DDS_Subscriber_create_datareader(
+            subscriber, DDS_DomainParticipant_lookup_topicdescription(participant, "zel/dds/monitoring/topicDescription"),
+            &readerQos, nullptr, 0));
+    DDS_DataReaderQos_finalize(&readerQos);
+    ASSERT_NE(descriptions, nullptr);
     ASSERT_EQ(hook_ShapeTypeSupport_register_type(participant, "Shape"), DDS_RETCODE_OK);
     DDS_Topic *topic = DDS_DomainParticipant_create_topic(participant, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
                                                           nullptr, DDS_STATUS_MASK_NONE);
     ASSERT_NE(topic, nullptr);
+    std::vector<std::string> described;
+    for (int attempt = 0; attempt < 100 && described.empty(); ++attempt) {
+        zel_dds_monitoring_TopicDescriptionSeq samples = ZEL_SEQUENCE_INITIALIZER;
+        DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
+        if (zel_dds_monitoring_TopicDescriptionDataReader_take(descriptions, &samples, &infos, DDS_LENGTH_UNLIMITED,
+                                                               DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                                                               DDS_ANY_INSTANCE_STATE) == DDS_RETCODE_OK) {
+            for (DDS_Long i = 0; i < zel_dds_monitoring_TopicDescriptionSeq_get_length(&samples); ++i) {
+                if (DDS_SampleInfoSeq_get_reference(&infos, i)->valid_data) {
+                    described.emplace_back(zel_dds_monitoring_TopicDescriptionSeq_get_reference(&samples, i)->topic_name);
+                }
+            }
+            zel_dds_monitoring_TopicDescriptionDataReader_return_loan(descriptions, &samples, &infos);
+        } else {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+    EXPECT_EQ(described, std::vector<std::string>{"Shapes"});
     EXPECT_EQ(DDS_DomainParticipant_delete_topic(participant, topic), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(participant), DDS_RETCODE_OK);
     // Detach removes the monitor's entities, so the participant can go.
     EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
 }

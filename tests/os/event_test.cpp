@@ -3,7 +3,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -27,12 +26,6 @@ struct EventRun {
     REDAWorker *worker;
     std::string threadName;
 };
-
-std::string currentThreadName() {
-    std::string name;
-    std::ifstream("/proc/thread-self/comm") >> name;
-    return name;
-}
 
 // What the callbacks saw, in order.
 class Recorder {
@@ -76,7 +69,7 @@ struct EventSpec {
 ZELBoolean recordEvent(void *param, ZELNtpTime *newTime, const ZELNtpTime *now, const ZELNtpTime *time,
                        ZELEventData *data, REDAWorker *worker) {
     auto *spec = static_cast<EventSpec *>(param);
-    EventRun run{spec->label, *time, *now, data->field[0], worker, currentThreadName()};
+    EventRun run{spec->label, *time, *now, data->field[0], worker, zeltest::currentThreadName()};
     if (spec->followUp != nullptr) {
         EXPECT_TRUE(ZELEventActiveGenerator_postEvent(spec->generator, now, &recordEvent, spec->followUp, nullptr));
     }
@@ -112,7 +105,7 @@ protected:
         timer_ = ZELEventSmartTimer_new(clock_);
         ASSERT_NE(timer_, nullptr);
         const ZELEventGeneratorListener listener{[](void *param) {
-            static_cast<Recorder *>(param)->add(EventRun{"stopped", {}, {}, {}, {}, currentThreadName()});
+            static_cast<Recorder *>(param)->add(EventRun{"stopped", {}, {}, {}, {}, zeltest::currentThreadName()});
         }, &stopped_};
         generator_ = ZELEventActiveGenerator_new(factory_, clock_, timer_, &listener, nullptr);
         ASSERT_NE(generator_, nullptr);

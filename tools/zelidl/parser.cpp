@@ -507,7 +507,7 @@ private:
 
 std::string normalizedI(const std::string &path)
 {
-    return std::filesystem::absolute(std::filesystem::path(path)).lexically_normal().string();
+    return std::filesystem::absolute(std::filesystem::path(path)).lexically_normal().generic_string();
 }
 
 }  // namespace
@@ -563,9 +563,9 @@ const SourceFile &Frontend::include(const std::string &name, const std::string &
 {
     // Beside the including file first, then each include directory in order.
     std::vector<std::string> candidates;
-    candidates.push_back((std::filesystem::path(includingPath).parent_path() / name).string());
+    candidates.push_back((std::filesystem::path(includingPath).parent_path() / name).generic_string());
     for (const std::string &dir : includeDirs_) {
-        candidates.push_back((std::filesystem::path(dir) / name).string());
+        candidates.push_back((std::filesystem::path(dir) / name).generic_string());
     }
     for (const std::string &candidate : candidates) {
         std::string key = normalizedI(candidate);
