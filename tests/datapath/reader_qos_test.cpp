@@ -1,45 +1,47 @@
 // What a reader's QoS does to arriving samples and as its factory's clock
 // moves: content and time-based filters, exclusive ownership, writers'
 // liveliness and the instances they keep alive, deadlines, lifespans and
-// late joiners.
-#include "log_capture.h"
-#include "reader_qos_fixture.h"
+// late joiners. Content filters must fit the related topic's type.
+#include "datapath_fixture.h"
 
 namespace {
 
 using zeltest::sameHandle;
 using zeltest::setMs;
-using Xs = std::vector<DDS_Long>;
+using zeltest::statusOf;
+using Xs = zeltest::Xs;
 
-class ReaderQosBehaviourTest : public zeltest::ReaderQosTest {
+class ReaderQosBehaviourTest : public zeltest::DataPathTest {
 protected:
-    static DDS_Long cachedOf(DDS_DataReader *reader) {
-        DDS_DataReaderCacheStatus status{};
-        EXPECT_EQ(DDS_DataReader_get_datareader_cache_status_ex(reader, &status, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
-        return static_cast<DDS_Long>(status.sample_count);
-    }
-
     static DDS_UnsignedLong instanceStateOf(DDS_DataReader *reader) {
         DDS_SampleInfo info{};
-        take(reader, &info, DDS_BOOLEAN_FALSE);
+        take(reader, &info, false);
         return info.instance_state;
     }
 
-    DDS_Long deadlinesMissed(DDS_DataReader *reader, DDS_InstanceHandle_t *last = nullptr) {
-        DDS_RequestedDeadlineMissedStatus status{};
-        EXPECT_EQ(DDS_DataReader_get_requested_deadline_missed_status(reader, &status), DDS_RETCODE_OK);
-        if (last != nullptr) {
-            *last = status.last_instance_handle;
-        }
-        return status.total_count;
+    static bool setParameter(DDS_StringSeq *parameters, const char *text) {
+        const char *texts[] = {text};
+        return DDS_StringSeq_from_array(parameters, texts, 1);
     }
 };
 
-TEST_F(ReaderQosBehaviourTest, ContentFilterDropsSamplesBeforeTheCacheAndFollowsNewParameters) {
+TEST_F(ReaderQosBehaviourTest, ContentFiltersFitTheTypeDropSamplesBeforeTheCacheAndFollowNewParameters) {
+    zeltest::LogCapture log;
+    const char *const create = "DDS_DomainParticipant_create_contentfilteredtopic";
+    EXPECT_EQ(DDS_DomainParticipant_create_contentfilteredtopic(participant, "Bad", shapes, "colr = 'red'", nullptr),
+              nullptr);
+    EXPECT_EQ(DDS_DomainParticipant_create_contentfilteredtopic(participant, "Unbound", shapes, "x > %0", nullptr),
+              nullptr);
+    bool reasonLogged = false;
+    for (const auto &line : log.lines()) {
+        reasonLogged = reasonLogged || (line.context == create && line.text.find("colr") != std::string::npos);
+    }
+    EXPECT_TRUE(reasonLogged);
+
     DDS_StringSeq parameters{};
-    ASSERT_TRUE(DDS_StringSeq_initialize(&parameters));
-    const char *low[] = {"10"};
-    ASSERT_TRUE(DDS_StringSeq_from_array(&parameters, low, 1));
+    DDS_StringSeq current{};
+    ASSERT_TRUE(DDS_StringSeq_initialize(&parameters) && DDS_StringSeq_initialize(&current));
+    ASSERT_TRUE(setParameter(&parameters, "10"));
     DDS_ContentFilteredTopic *wide =
             DDS_DomainParticipant_create_contentfilteredtopic(participant, "Wide", shapes, "x > %0", &parameters);
     ASSERT_NE(wide, nullptr);
@@ -47,25 +49,44 @@ TEST_F(ReaderQosBehaviourTest, ContentFilterDropsSamplesBeforeTheCacheAndFollows
     DDS_DataReader *plain = createReader();
     DDS_DataWriter *writer = createWriter();
     ASSERT_TRUE(filtered != nullptr && plain != nullptr && writer != nullptr);
-    ASSERT_EQ(write(writer, "red", 5), DDS_RETCODE_OK);
-    ASSERT_EQ(write(writer, "blue", 15), DDS_RETCODE_OK);
-    ASSERT_EQ(write(writer, "green", 8), DDS_RETCODE_OK);
-    EXPECT_EQ(cachedOf(filtered), 1);  // no room taken, no instance made
+    writeEach(writer, {{"red", 5}, {"blue", 15}, {"green", 8}});
+    // No room taken, no instance made.
+    EXPECT_EQ(statusOf(DDS_DataReader_get_datareader_cache_status_ex, filtered, false).sample_count, 1);
     EXPECT_EQ(protocolOf(filtered).filtered_sample_count, 2);
     EXPECT_EQ(protocolOf(plain).filtered_sample_count, 0);
     EXPECT_EQ(take(filtered), Xs({15}));
     EXPECT_EQ(take(plain), Xs({5, 15, 8}));
 
+    // A parameter that is no number for a long member is refused; the old binding stays.
+    ASSERT_TRUE(setParameter(&parameters, "'wide'"));
+    EXPECT_EQ(DDS_ContentFilteredTopic_set_expression_parameters(wide, &parameters), DDS_RETCODE_BAD_PARAMETER);
+    ASSERT_EQ(DDS_ContentFilteredTopic_get_expression_parameters(wide, &current), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_StringSeq_get_length(&current), 1);
+    EXPECT_STREQ(DDS_StringSeq_get(&current, 0), "10");
     // New parameters apply to the next arrivals; the skipped samples are not lost.
-    const char *high[] = {"6"};
-    ASSERT_TRUE(DDS_StringSeq_from_array(&parameters, high, 1));
+    ASSERT_TRUE(setParameter(&parameters, "6"));
     ASSERT_EQ(DDS_ContentFilteredTopic_set_expression_parameters(wide, &parameters), DDS_RETCODE_OK);
-    ASSERT_EQ(write(writer, "red", 7), DDS_RETCODE_OK);
-    ASSERT_EQ(write(writer, "red", 2), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_ContentFilteredTopic_get_expression_parameters(wide, &current), DDS_RETCODE_OK);
+    EXPECT_STREQ(DDS_StringSeq_get(&current, 0), "6");
+    writeEach(writer, {{"red", 7}, {"red", 2}});
     EXPECT_EQ(take(filtered), Xs({7}));
-    DDS_SampleLostStatus lost{};
-    ASSERT_EQ(DDS_DataReader_get_sample_lost_status(filtered, &lost), DDS_RETCODE_OK);
-    EXPECT_EQ(lost.total_count, 0);
+    EXPECT_EQ(statusOf(DDS_DataReader_get_sample_lost_status, filtered).total_count, 0);
+    DDS_StringSeq_finalize(&current);
+    DDS_StringSeq_finalize(&parameters);
+}
+
+TEST_F(ReaderQosBehaviourTest, ContentFilteredTopicAllocationFailuresRefuseCleanly) {
+    zeltest::LogCapture log;
+    DDS_StringSeq parameters{};
+    ASSERT_TRUE(DDS_StringSeq_initialize(&parameters) && setParameter(&parameters, "'red'"));
+    zeltest::forEachAllocationFailure([&](long) {
+        DDS_ContentFilteredTopic *topic = DDS_DomainParticipant_create_contentfilteredtopic(
+                participant, "Red", shapes, "color = %0 AND x > 3", &parameters);
+        if (topic != nullptr) {
+            DDS_ContentFilteredTopic_set_expression_parameters(topic, &parameters);
+            EXPECT_EQ(DDS_DomainParticipant_delete_contentfilteredtopic(participant, topic), DDS_RETCODE_OK);
+        }
+    });
     DDS_StringSeq_finalize(&parameters);
 }
 
@@ -77,11 +98,9 @@ TEST_F(ReaderQosBehaviourTest, TimeBasedFilterKeepsOneSamplePerSeparationPerInst
     ASSERT_TRUE(reader != nullptr && writer != nullptr);
     ASSERT_EQ(write(writer, "red", 1), DDS_RETCODE_OK);
     advanceMs(50);
-    ASSERT_EQ(write(writer, "red", 2), DDS_RETCODE_OK);   // too soon after 1
-    ASSERT_EQ(write(writer, "blue", 3), DDS_RETCODE_OK);  // another instance
+    writeEach(writer, {{"red", 2}, {"blue", 3}});  // too soon after 1; another instance
     advanceMs(50);
-    ASSERT_EQ(write(writer, "red", 4), DDS_RETCODE_OK);   // 100 ms after 1
-    ASSERT_EQ(write(writer, "blue", 5), DDS_RETCODE_OK);  // 50 ms after 3
+    writeEach(writer, {{"red", 4}, {"blue", 5}});  // 100 ms after 1; 50 ms after 3
     EXPECT_EQ(take(reader), Xs({1, 4, 3}));
     EXPECT_EQ(protocolOf(reader).filtered_sample_count, 2);
 
@@ -90,8 +109,7 @@ TEST_F(ReaderQosBehaviourTest, TimeBasedFilterKeepsOneSamplePerSeparationPerInst
     ASSERT_EQ(DDS_DataReader_get_qos(reader, &changed), DDS_RETCODE_OK);
     setMs(&changed.time_based_filter.minimum_separation, 0);
     ASSERT_EQ(DDS_DataReader_set_qos(reader, &changed), DDS_RETCODE_OK);
-    ASSERT_EQ(write(writer, "red", 6), DDS_RETCODE_OK);
-    ASSERT_EQ(write(writer, "red", 7), DDS_RETCODE_OK);
+    writeEach(writer, {{"red", 6}, {"red", 7}});
     EXPECT_EQ(take(reader), Xs({6, 7}));
     zeltest::LogCapture log;
     changed.ownership.kind = DDS_EXCLUSIVE_OWNERSHIP_QOS;
@@ -107,35 +125,29 @@ TEST_F(ReaderQosBehaviourTest, DeadlinesAndLifespansFollowTheFactoryClock) {
     DDS_DataReader *reader = createReader();
     DDS_DataWriter *writer = createWriter();
     ASSERT_TRUE(reader != nullptr && writer != nullptr);
+    const auto requested = [&](bool reset) {
+        return statusOf(DDS_DataReader_get_requested_deadline_missed_status_ex, reader, reset);
+    };
     advanceMs(500);
-    EXPECT_EQ(deadlinesMissed(reader), 0);  // no instance, no deadline
+    EXPECT_EQ(requested(true).total_count, 0);  // no instance, no deadline
 
-    ASSERT_EQ(write(writer, "red", 1), DDS_RETCODE_OK);
-    ASSERT_EQ(write(writer, "blue", 2), DDS_RETCODE_OK);
+    writeEach(writer, {{"red", 1}, {"blue", 2}});
     advanceMs(250);  // two periods of each instance
     ASSERT_EQ(write(writer, "red", 3), DDS_RETCODE_OK);
-    DDS_OfferedDeadlineMissedStatus offered{};
-    ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status(writer, &offered), DDS_RETCODE_OK);
-    EXPECT_EQ(offered.total_count, 4);
-    DDS_RequestedDeadlineMissedStatus requested{};
-    ASSERT_EQ(DDS_DataReader_get_requested_deadline_missed_status_ex(reader, &requested, DDS_BOOLEAN_FALSE),
-              DDS_RETCODE_OK);
-    EXPECT_EQ(requested.total_count, 4);
+    EXPECT_EQ(statusOf(DDS_DataWriter_get_offered_deadline_missed_status, writer).total_count, 4);
+    EXPECT_EQ(requested(false).total_count, 4);
     advanceMs(60);  // blue 310 ms silent, red 60 ms: red's write restarted its period
-    ASSERT_EQ(DDS_DataReader_get_requested_deadline_missed_status_ex(reader, &requested, DDS_BOOLEAN_TRUE),
-              DDS_RETCODE_OK);
-    EXPECT_EQ(requested.total_count, 5);
-    EXPECT_EQ(requested.total_count_change, 5);
-    std::snprintf(shape.color, 33, "blue");
-    const DDS_InstanceHandle_t blue = DDS_DataWriter_lookup_instance_untypedI(writer, &shape);
-    EXPECT_TRUE(sameHandle(requested.last_instance_handle, blue));
+    DDS_RequestedDeadlineMissedStatus missed = requested(true);
+    EXPECT_EQ(missed.total_count, 5);
+    EXPECT_EQ(missed.total_count_change, 5);
+    const DDS_InstanceHandle_t blue = DDS_DataWriter_lookup_instance_untypedI(writer, &shapeOf("blue", 0));
+    EXPECT_TRUE(sameHandle(missed.last_instance_handle, blue));
     advanceMs(50);  // red lapses once, 110 ms on; the reset cleared the change
-    ASSERT_EQ(DDS_DataReader_get_requested_deadline_missed_status_ex(reader, &requested, DDS_BOOLEAN_FALSE),
-              DDS_RETCODE_OK);
-    EXPECT_EQ(requested.total_count, 6);
-    EXPECT_EQ(requested.total_count_change, 1);
+    missed = requested(false);
+    EXPECT_EQ(missed.total_count, 6);
+    EXPECT_EQ(missed.total_count_change, 1);
     // Red's first sample and blue outlived their 300 ms.
-    EXPECT_EQ(take(reader, nullptr, DDS_BOOLEAN_FALSE), Xs({3}));
+    EXPECT_EQ(take(reader, nullptr, false), Xs({3}));
 
     // A longer deadline set on the enabled reader counts from now on only.
     DDS_DataReaderQos changed = DDS_DataReaderQos_INITIALIZER;
@@ -143,11 +155,11 @@ TEST_F(ReaderQosBehaviourTest, DeadlinesAndLifespansFollowTheFactoryClock) {
     setMs(&changed.deadline.period, 1000);
     ASSERT_EQ(DDS_DataReader_set_qos(reader, &changed), DDS_RETCODE_OK);
     advanceMs(600);  // red silent 710 ms, blue 960 ms
-    EXPECT_EQ(deadlinesMissed(reader), 6);
+    EXPECT_EQ(statusOf(DDS_DataReader_get_requested_deadline_missed_status, reader).total_count, 6);
     advanceMs(100);  // blue passes its first second
-    DDS_InstanceHandle_t last = DDS_HANDLE_NIL;
-    EXPECT_EQ(deadlinesMissed(reader, &last), 7);
-    EXPECT_TRUE(sameHandle(last, blue));
+    missed = statusOf(DDS_DataReader_get_requested_deadline_missed_status, reader);
+    EXPECT_EQ(missed.total_count, 7);
+    EXPECT_TRUE(sameHandle(missed.last_instance_handle, blue));
     EXPECT_EQ(take(reader), Xs({}));  // red's last sample outlived its lifespan too
     DDS_DataReaderQos_finalize(&changed);
 }
@@ -164,10 +176,11 @@ TEST_F(ReaderQosBehaviourTest, TheStrongestLiveWriterOwnsAnInstance) {
     DDS_DataWriter *weak = createWriter();
     DDS_DataReader *reader = createReader();
     ASSERT_TRUE(strong != nullptr && weak != nullptr && reader != nullptr);
-    ASSERT_EQ(write(weak, "red", 1), DDS_RETCODE_OK);    // first comer owns it
-    ASSERT_EQ(write(strong, "red", 2), DDS_RETCODE_OK);  // stronger takes it
-    ASSERT_EQ(write(weak, "red", 3), DDS_RETCODE_OK);    // dropped
-    ASSERT_EQ(write(weak, "blue", 4), DDS_RETCODE_OK);   // an instance of its own
+    // The first comer owns red, the stronger takes it, the weaker's next is
+    // dropped; blue is an instance of its own.
+    writeEach(weak, {{"red", 1}});
+    writeEach(strong, {{"red", 2}});
+    writeEach(weak, {{"red", 3}, {"blue", 4}});
     EXPECT_EQ(take(reader), Xs({1, 2, 4}));
 
     // The owner falls silent past its lease: the weaker writer takes over
@@ -175,9 +188,9 @@ TEST_F(ReaderQosBehaviourTest, TheStrongestLiveWriterOwnsAnInstance) {
     advanceMs(60);
     ASSERT_EQ(write(weak, "blue", 5), DDS_RETCODE_OK);
     advanceMs(60);
-    ASSERT_EQ(write(weak, "red", 6), DDS_RETCODE_OK);
-    ASSERT_EQ(write(strong, "red", 7), DDS_RETCODE_OK);
-    ASSERT_EQ(write(weak, "red", 8), DDS_RETCODE_OK);
+    writeEach(weak, {{"red", 6}});
+    writeEach(strong, {{"red", 7}});
+    writeEach(weak, {{"red", 8}});
     EXPECT_EQ(take(reader), Xs({6, 7, 5}));
     // The owner goes: ownership passes at another writer's next sample.
     ASSERT_EQ(DDS_Publisher_delete_datawriter(publisher, strong), DDS_RETCODE_OK);
@@ -194,20 +207,18 @@ TEST_F(ReaderQosBehaviourTest, AnInstanceHasNoWritersOnceItsLastWriterLeavesOrFa
     writerQos.liveliness.kind = DDS_AUTOMATIC_LIVELINESS_QOS;
     DDS_DataWriter *automatic = createWriter();
     ASSERT_TRUE(reader != nullptr && manual != nullptr && automatic != nullptr);
-    DDS_LivelinessChangedStatus liveliness{};
-    ASSERT_EQ(DDS_DataReader_get_liveliness_changed_status(reader, &liveliness), DDS_RETCODE_OK);
-
+    const auto livelinessOf = [&] { return statusOf(DDS_DataReader_get_liveliness_changed_status, reader); };
+    livelinessOf();
     ASSERT_EQ(write(manual, "red", 1), DDS_RETCODE_OK);
     advanceMs(150);
-    ASSERT_EQ(DDS_DataReader_get_liveliness_changed_status(reader, &liveliness), DDS_RETCODE_OK);
+    DDS_LivelinessChangedStatus liveliness = livelinessOf();
     EXPECT_EQ(liveliness.alive_count, 1);
     EXPECT_EQ(liveliness.not_alive_count, 1);
     EXPECT_EQ(liveliness.alive_count_change, -1);
     EXPECT_EQ(liveliness.not_alive_count_change, 1);
     EXPECT_EQ(instanceStateOf(reader), DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE);
     ASSERT_EQ(write(manual, "red", 2), DDS_RETCODE_OK);  // alive again, and the instance
-    ASSERT_EQ(DDS_DataReader_get_liveliness_changed_status(reader, &liveliness), DDS_RETCODE_OK);
-    EXPECT_EQ(liveliness.alive_count, 2);
+    EXPECT_EQ(livelinessOf().alive_count, 2);
     EXPECT_EQ(instanceStateOf(reader), DDS_ALIVE_INSTANCE_STATE);
 
     // With two writers, one unregistering or leaving leaves it alive.
@@ -221,7 +232,7 @@ TEST_F(ReaderQosBehaviourTest, AnInstanceHasNoWritersOnceItsLastWriterLeavesOrFa
     DDS_SampleInfo info{};
     EXPECT_EQ(take(reader, &info), Xs({1, 2, 3, 4}));
     EXPECT_EQ(info.instance_state, DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE);
-    ASSERT_EQ(DDS_DataReader_get_liveliness_changed_status(reader, &liveliness), DDS_RETCODE_OK);
+    liveliness = livelinessOf();
     EXPECT_EQ(liveliness.alive_count + liveliness.not_alive_count, 0);
     DDS_DataWriter *next = createWriter();
     ASSERT_NE(next, nullptr);
@@ -236,10 +247,7 @@ TEST_F(ReaderQosBehaviourTest, ALateTransientLocalReaderGetsTheHistoryFirst) {
     writerQos.history.depth = 2;
     DDS_DataWriter *writer = createWriter();
     ASSERT_NE(writer, nullptr);
-    for (DDS_Long x = 1; x <= 3; ++x) {
-        ASSERT_EQ(write(writer, "red", x), DDS_RETCODE_OK);
-    }
-    ASSERT_EQ(write(writer, "blue", 10), DDS_RETCODE_OK);
+    writeEach(writer, {{"red", 1}, {"red", 2}, {"red", 3}, {"blue", 10}});
     readerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     readerQos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     DDS_DataReader *late = createReader();
@@ -247,9 +255,7 @@ TEST_F(ReaderQosBehaviourTest, ALateTransientLocalReaderGetsTheHistoryFirst) {
     ASSERT_EQ(write(writer, "red", 4), DDS_RETCODE_OK);
     EXPECT_EQ(take(late), Xs({2, 3, 4, 10}));
     EXPECT_EQ(protocolOf(late).received_sample_count, 4);
-    DDS_SampleLostStatus lost{};
-    ASSERT_EQ(DDS_DataReader_get_sample_lost_status(late, &lost), DDS_RETCODE_OK);
-    EXPECT_EQ(lost.total_count, 0);
+    EXPECT_EQ(statusOf(DDS_DataReader_get_sample_lost_status, late).total_count, 0);
 }
 
 }  // namespace

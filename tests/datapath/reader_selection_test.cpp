@@ -1,100 +1,52 @@
 // Typed readers selecting samples over the in-process wire: instances
 // visited in handle order, one instance read or taken, samples consumed one
 // by one, read conditions selecting by state and belonging to their reader,
-// and allocation failures met by clean refusals.
+// refusals of wrong types, null arguments and unknown handles with their log
+// lines, and allocation failures met by clean refusals.
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <functional>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "datapath_types.h"
-#include "heap_check.h"
-#include "log_capture.h"
-#include "vurnc/dds_publication.h"
-#include "vurnc/dds_subscription.h"
-#include "vurnc/dds_topic.h"
+#include "datapath_fixture.h"
 
 namespace {
 
-// What a read handed out, one entry per sample.
-struct Got {
-    std::string color;
-    DDS_Long x;
-    bool valid;
-    DDS_UnsignedLong instanceState;
-    DDS_InstanceHandle_t handle;
-};
+using zeltest::Sample;
 
 struct Lent {
     DDS_ReturnCode_t result;
-    std::vector<Got> samples;
+    std::vector<Sample> samples;
 };
 
 bool handleLess(const DDS_InstanceHandle_t &left, const DDS_InstanceHandle_t &right) {
     return std::memcmp(left.value, right.value, sizeof left.value) < 0;
 }
 
-class ReaderSelectionTest : public zeltest::HeapCheckedTest {
+class ReaderSelectionTest : public zeltest::DataPathTest {
 protected:
     void SetUp() override {
-        HeapCheckedTest::SetUp();
-        factory = DDS_DomainParticipantFactory_get_instance();
-        ASSERT_NE(factory, nullptr);
-        participant = DDS_DomainParticipantFactory_create_participant(factory, 13, &DDS_PARTICIPANT_QOS_DEFAULT,
-                                                                      nullptr, DDS_STATUS_MASK_NONE);
-        ASSERT_NE(participant, nullptr);
-        ASSERT_EQ(dp_ShapeTypeSupport_register_type(participant, nullptr), DDS_RETCODE_OK);
-        shapes = DDS_DomainParticipant_create_topic(participant, "Shapes", dp_ShapeTypeSupport_get_type_name(),
-                                                    &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-        publisher = DDS_DomainParticipant_create_publisher(participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
-        subscriber = DDS_DomainParticipant_create_subscriber(participant, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
-        ASSERT_TRUE(shapes != nullptr && publisher != nullptr && subscriber != nullptr);
-        ASSERT_EQ(DDS_Subscriber_get_default_datareader_qos(subscriber, &readerQos), DDS_RETCODE_OK);
+        DataPathTest::SetUp();
         readerQos.history.depth = 4;
-        ASSERT_TRUE(dp_Shape_initialize(&shape));
-    }
-
-    void TearDown() override {
-        dp_Shape_finalize(&shape);
-        DDS_DataReaderQos_finalize(&readerQos);
-        if (participant != nullptr) {
-            EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(participant), DDS_RETCODE_OK);
-            DDS_DomainParticipant_unregister_type(participant, dp_ShapeTypeSupport_get_type_name());
-            EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, participant), DDS_RETCODE_OK);
-        }
-        EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
-        HeapCheckedTest::TearDown();
     }
 
     // A typed writer and reader of the shapes; false when either is missing.
     bool createEndpoints() {
-        DDS_DataWriter *untypedWriter =
-                DDS_Publisher_create_datawriter(publisher, shapes, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
-        untypedReader = DDS_Subscriber_create_datareader(subscriber, DDS_Topic_as_topicdescription(shapes),
-                                                         &readerQos, nullptr, 0);
+        untypedWriter = createWriter();
+        untypedReader = createReader();
         writer = dp_ShapeDataWriter_narrow(untypedWriter);
         reader = dp_ShapeDataReader_narrow(untypedReader);
         return writer != nullptr && reader != nullptr;
     }
 
     DDS_ReturnCode_t write(const char *color, DDS_Long x) {
-        std::snprintf(shape.color, 33, "%s", color);
-        shape.x = x;
-        return dp_ShapeDataWriter_write(writer, &shape, &DDS_HANDLE_NIL);
+        return dp_ShapeDataWriter_write(writer, &shapeOf(color, x), &DDS_HANDLE_NIL);
     }
 
     DDS_ReturnCode_t dispose(const char *color) {
-        std::snprintf(shape.color, 33, "%s", color);
-        return dp_ShapeDataWriter_dispose(writer, &shape, &DDS_HANDLE_NIL);
+        return dp_ShapeDataWriter_dispose(writer, &shapeOf(color, 0), &DDS_HANDLE_NIL);
     }
 
     DDS_InstanceHandle_t lookup(const char *color) {
-        std::snprintf(shape.color, 33, "%s", color);
-        return dp_ShapeDataReader_lookup_instance(reader, &shape);
+        return dp_ShapeDataReader_lookup_instance(reader, &shapeOf(color, 0));
     }
 
     // Runs a lending read or take, records what it lent and returns the loan.
@@ -104,12 +56,7 @@ protected:
         DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
         out.result = operation(&data, &infos);
         if (out.result == DDS_RETCODE_OK) {
-            for (DDS_Long i = 0; i < dp_ShapeSeq_get_length(&data); ++i) {
-                const dp_Shape *sample = dp_ShapeSeq_get_reference(&data, i);
-                const DDS_SampleInfo *info = DDS_SampleInfoSeq_get_reference(&infos, i);
-                out.samples.push_back(Got{sample->color, sample->x, info->valid_data != 0, info->instance_state,
-                                          info->instance_handle});
-            }
+            out.samples = zeltest::samplesOf(&data, &infos);
             EXPECT_EQ(dp_ShapeDataReader_return_loan(reader, &data, &infos), DDS_RETCODE_OK);
         }
         dp_ShapeSeq_finalize(&data);
@@ -118,7 +65,7 @@ protected:
     }
 
     // Every sample in the cache, read (so marked read) in arrival order.
-    std::vector<Got> readAll() {
+    std::vector<Sample> readAll() {
         return lent([&](dp_ShapeSeq *data, DDS_SampleInfoSeq *infos) {
                    return dp_ShapeDataReader_read(reader, data, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE,
                                                   DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
@@ -156,16 +103,10 @@ protected:
         });
     }
 
-    DDS_DomainParticipantFactory *factory = nullptr;
-    DDS_DomainParticipant *participant = nullptr;
-    DDS_Topic *shapes = nullptr;
-    DDS_Publisher *publisher = nullptr;
-    DDS_Subscriber *subscriber = nullptr;
-    DDS_DataReaderQos readerQos = DDS_DataReaderQos_INITIALIZER;
+    DDS_DataWriter *untypedWriter = nullptr;
     DDS_DataReader *untypedReader = nullptr;
     dp_ShapeDataWriter *writer = nullptr;
     dp_ShapeDataReader *reader = nullptr;
-    dp_Shape shape{};
 };
 
 TEST_F(ReaderSelectionTest, NextInstanceVisitsEveryInstanceInHandleOrderDisposedOnesIncluded) {
@@ -185,26 +126,26 @@ TEST_F(ReaderSelectionTest, NextInstanceVisitsEveryInstanceInHandleOrderDisposed
 
     // Each call hands out the samples of exactly one instance, the next by handle.
     std::vector<DDS_InstanceHandle_t> visited;
-    std::vector<Got> red;
+    std::vector<Sample> red;
     DDS_InstanceHandle_t previous = DDS_HANDLE_NIL;
     for (Lent got = nextInstance(false, &previous, DDS_ANY_SAMPLE_STATE, DDS_ANY_INSTANCE_STATE);
          got.result != DDS_RETCODE_NO_DATA && visited.size() < 6;
          got = nextInstance(false, &previous, DDS_ANY_SAMPLE_STATE, DDS_ANY_INSTANCE_STATE)) {
         ASSERT_EQ(got.result, DDS_RETCODE_OK);
         ASSERT_FALSE(got.samples.empty());
-        const Got &first = got.samples.front();
-        for (const Got &sample : got.samples) {
-            EXPECT_EQ(std::memcmp(sample.handle.value, first.handle.value, 16), 0);
+        const Sample &first = got.samples.front();
+        for (const Sample &sample : got.samples) {
+            EXPECT_EQ(std::memcmp(sample.info.instance_handle.value, first.info.instance_handle.value, 16), 0);
         }
         if (first.color == "red") {
             red = got.samples;
         }
-        if (got.samples.back().instanceState == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE) {
+        if (got.samples.back().info.instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE) {
             // The disposed instance ends with the invalid-data sample of its dispose.
-            EXPECT_FALSE(got.samples.back().valid);
+            EXPECT_FALSE(got.samples.back().info.valid_data);
             EXPECT_EQ(first.color, "green");
         }
-        previous = first.handle;
+        previous = first.info.instance_handle;
         visited.push_back(previous);
     }
     ASSERT_EQ(visited.size(), 5u);
@@ -254,7 +195,7 @@ TEST_F(ReaderSelectionTest, OneInstanceIsReadOrTakenByHandleAndItsKeyComesBack) 
     ASSERT_EQ(taken.samples.size(), 2u);
     EXPECT_EQ(taken.samples[0].x, 1);
     EXPECT_EQ(taken.samples[1].x, 3);
-    const std::vector<Got> rest = readAll();
+    const std::vector<Sample> rest = readAll();
     ASSERT_EQ(rest.size(), 1u);
     EXPECT_EQ(rest[0].color, "blue");
     EXPECT_EQ(byInstance(true, &red).result, DDS_RETCODE_NO_DATA);
@@ -267,18 +208,6 @@ TEST_F(ReaderSelectionTest, OneInstanceIsReadOrTakenByHandleAndItsKeyComesBack) 
     EXPECT_STREQ(key.color, "red");
     EXPECT_EQ(key.x, 99);
 
-    // An unknown handle is a bad parameter for every operation by handle.
-    DDS_InstanceHandle_t unknown = blue;
-    unknown.value[15] = static_cast<DDS_Octet>(unknown.value[15] ^ 0xff);
-    zeltest::LogCapture log;
-    EXPECT_EQ(dp_ShapeDataReader_get_key_value(reader, &key, &unknown), DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_TRUE(log.contains("DDS_DataReader_get_key_value", ZEL_LOG_BAD_PARAMETER_s,
-                             "bad parameter: unknown instance\n"));
-    EXPECT_EQ(byInstance(false, &unknown).result, DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_TRUE(log.contains("DDS_DataReader_read_instance", ZEL_LOG_BAD_PARAMETER_s,
-                             "bad parameter: unknown instance\n"));
-    EXPECT_EQ(byInstance(true, &DDS_HANDLE_NIL).result, DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_TRUE(log.contains("DDS_DataReader_take_instance", ZEL_LOG_BAD_PARAMETER_s, "bad parameter: handle\n"));
     dp_Shape_finalize(&key);
 }
 
@@ -316,14 +245,69 @@ TEST_F(ReaderSelectionTest, NextSampleConsumesUnreadSamplesOneByOneInCacheOrder)
     EXPECT_EQ(sample.x, 4);
     EXPECT_EQ(readAll().size(), 3u);
 
-    zeltest::LogCapture log;
-    EXPECT_EQ(dp_ShapeDataReader_take_next_sample(reader, nullptr, &info), DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_TRUE(log.contains("dp_ShapeDataReader_take_next_sample", ZEL_LOG_BAD_PARAMETER_s,
-                             "bad parameter: received_data\n"));
-    EXPECT_EQ(dp_ShapeDataReader_read_next_sample(reader, &sample, nullptr), DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_TRUE(log.contains("DDS_DataReader_read_next_sample", ZEL_LOG_BAD_PARAMETER_s,
-                             "bad parameter: sample_info\n"));
     dp_Shape_finalize(&sample);
+}
+
+// Narrowing to another type or from nothing gives no endpoint; every other
+// refusal has its return code. Each is logged with its reason.
+TEST_F(ReaderSelectionTest, RefusalsAreLoggedWithTheirReasons) {
+    ASSERT_TRUE(createEndpoints());
+    EXPECT_EQ(dp_ShapeDataWriter_as_datawriter(writer), untypedWriter);
+    ASSERT_EQ(write("blue", 2), DDS_RETCODE_OK);
+    DDS_InstanceHandle_t unknown = lookup("blue");
+    unknown.value[15] = static_cast<DDS_Octet>(unknown.value[15] ^ 0xff);
+    dp_ShapeSeq data = ZEL_SEQUENCE_INITIALIZER;
+    DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
+    DDS_SampleInfo info{};
+    const auto narrowed = [](const void *endpoint) {
+        return endpoint != nullptr ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER;
+    };
+    const DDS_ReturnCode_t bad = DDS_RETCODE_BAD_PARAMETER;
+    const ZELLogMessage *const badParameter = &ZEL_LOG_BAD_PARAMETER_s;
+    const struct {
+        std::function<DDS_ReturnCode_t()> call;
+        DDS_ReturnCode_t expected;
+        const ZELLogMessage *message;
+        const char *context;
+        const char *text;
+    } refusals[] = {
+            {[&] { return narrowed(dp_TickDataWriter_narrow(untypedWriter)); }, bad, badParameter,
+             "TDataWriter_narrow", "bad parameter: wrong type writer\n"},
+            {[&] { return narrowed(dp_ShapeDataWriter_narrow(nullptr)); }, bad, badParameter, "TDataWriter_narrow",
+             "bad parameter: null writer\n"},
+            {[&] { return narrowed(dp_TickDataReader_narrow(untypedReader)); }, bad, badParameter,
+             "TDataReader_narrow", "bad parameter: wrong type reader\n"},
+            {[&] { return narrowed(dp_ShapeDataReader_narrow(nullptr)); }, bad, badParameter, "TDataReader_narrow",
+             "bad parameter: null reader\n"},
+            {[&] { return narrowed(dp_ShapeDataWriter_as_datawriter(nullptr)); }, bad, badParameter,
+             "TDataWriter_as_datawriter", "bad parameter: null writer\n"},
+            {[&] { return narrowed(dp_ShapeDataReader_as_datareader(nullptr)); }, bad, badParameter,
+             "TDataReader_as_datareader", "bad parameter: null reader\n"},
+            {[&] { return dp_ShapeDataReader_get_key_value(reader, &shape, &unknown); }, bad, badParameter,
+             "DDS_DataReader_get_key_value", "bad parameter: unknown instance\n"},
+            {[&] { return byInstance(false, &unknown).result; }, bad, badParameter, "DDS_DataReader_read_instance",
+             "bad parameter: unknown instance\n"},
+            {[&] { return byInstance(true, &DDS_HANDLE_NIL).result; }, bad, badParameter,
+             "DDS_DataReader_take_instance", "bad parameter: handle\n"},
+            {[&] { return dp_ShapeDataReader_take_next_sample(reader, nullptr, &info); }, bad, badParameter,
+             "dp_ShapeDataReader_take_next_sample", "bad parameter: received_data\n"},
+            {[&] { return dp_ShapeDataReader_read_next_sample(reader, &shape, nullptr); }, bad, badParameter,
+             "DDS_DataReader_read_next_sample", "bad parameter: sample_info\n"},
+            {[&] {
+                 return dp_ShapeDataReader_take(reader, nullptr, &infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE,
+                                                DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
+             },
+             bad, badParameter, "dp_ShapeDataReader_take", "bad parameter: received_data\n"},
+            // Nothing is lent to give back.
+            {[&] { return dp_ShapeDataReader_return_loan(reader, &data, &infos); }, DDS_RETCODE_PRECONDITION_NOT_MET,
+             &ZEL_LOG_ANY_FAILURE_s, "dp_ShapeDataReader_return_loan", "failure: unloan sequence\n"},
+    };
+    zeltest::LogCapture log;
+    for (const auto &refusal : refusals) {
+        log.clear();
+        EXPECT_EQ(refusal.call(), refusal.expected) << refusal.context;
+        EXPECT_TRUE(log.contains(refusal.context, *refusal.message, refusal.text)) << refusal.context;
+    }
 }
 
 TEST_F(ReaderSelectionTest, ConditionsSelectByStatesAndBelongToTheirReader) {
@@ -410,10 +394,10 @@ TEST_F(ReaderSelectionTest, AllocationFailuresAreRefusedAndLeaveTheCacheAsItWas)
             EXPECT_EQ(DDS_DataReader_delete_contained_entities(untypedReader), DDS_RETCODE_OK);
             EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, untypedReader), DDS_RETCODE_OK);
         }
-        if (writer != nullptr) {
-            EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, dp_ShapeDataWriter_as_datawriter(writer)),
-                      DDS_RETCODE_OK);
+        if (untypedWriter != nullptr) {
+            EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, untypedWriter), DDS_RETCODE_OK);
         }
+        untypedWriter = nullptr;
         untypedReader = nullptr;
         writer = nullptr;
         reader = nullptr;

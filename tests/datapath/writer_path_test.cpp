@@ -1,22 +1,11 @@
 // The writer's data path seen from the DDS API and the wire: instances and
-// their refusals, the history kept for late joiners, deadlines on a clock
-// moved by hand, matches with their monitor events, allocation failures and
-// concurrent writing while readers come and go.
-#include <atomic>
-#include <cstdio>
-#include <cstring>
+// their refusals, the history kept for late joiners and its limits,
+// deadlines on a clock moved by hand, matches with their monitor events,
+// and instances found by key when their index cannot grow.
 #include <mutex>
-#include <string>
-#include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "data_path_private.h"
-#include "datapath_types.h"
-#include "heap_check.h"
-#include "log_capture.h"
-#include "vurncore/clock.h"
+#include "datapath_fixture.h"
 
 namespace {
 
@@ -53,80 +42,33 @@ struct EventLog {
     }
 };
 
-bool sameHandle(DDS_InstanceHandle_t left, DDS_InstanceHandle_t right) {
-    return left.isValid == right.isValid && left.length == right.length &&
-           std::memcmp(left.value, right.value, sizeof(left.value)) == 0;
-}
+using zeltest::sameHandle;
+using zeltest::statusOf;
 
-std::atomic<uint64_t> g_nowNs{1'000'000'000};
-ZELBoolean handClock(ZELHighResolutionClock *, ZELNtpTime *now) {
-    ZELNtpTime_fromNanoseconds(now, g_nowNs.load());
-    return ZEL_TRUE;
-}
-
-class WriterPathTest : public zeltest::HeapCheckedTest {
+class WriterPathTest : public zeltest::DataPathTest {
 protected:
-    void SetUp() override {
-        HeapCheckedTest::SetUp();
-        factory = DDS_DomainParticipantFactory_get_instance();
-        ASSERT_NE(factory, nullptr);
-        participant = DDS_DomainParticipantFactory_create_participant(factory, 7, &DDS_PARTICIPANT_QOS_DEFAULT,
-                                                                      nullptr, DDS_STATUS_MASK_NONE);
-        ASSERT_NE(participant, nullptr);
-        ASSERT_EQ(dp_ShapeTypeSupport_register_type(participant, nullptr), DDS_RETCODE_OK);
-        ASSERT_EQ(dp_TickTypeSupport_register_type(participant, nullptr), DDS_RETCODE_OK);
-        shapes = DDS_DomainParticipant_create_topic(participant, "Shapes", dp_ShapeTypeSupport_get_type_name(),
-                                                    &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-        ticks = DDS_DomainParticipant_create_topic(participant, "Ticks", "dp::Tick", &DDS_TOPIC_QOS_DEFAULT,
-                                                   nullptr, 0);
-        publisher = DDS_DomainParticipant_create_publisher(participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
-        ASSERT_TRUE(shapes != nullptr && ticks != nullptr && publisher != nullptr);
-        ASSERT_EQ(DDS_Publisher_get_default_datawriter_qos(publisher, &qos), DDS_RETCODE_OK);
-        ASSERT_TRUE(dp_Shape_initialize(&shape));
-    }
-
     void TearDown() override {
-        dp_Shape_finalize(&shape);
-        DDS_DataWriterQos_finalize(&qos);
         if (participant != nullptr) {
             for (RawReader *raw : rawReaders) {
                 DDS_Entity_getWireI(&participant->entity)->ops->deleteReader(raw->reader);
                 delete raw;
             }
             participant->monitor = DDS_MonitorAttachmentI{};
-            EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(participant), DDS_RETCODE_OK);
-            DDS_DomainParticipant_unregister_type(participant, dp_ShapeTypeSupport_get_type_name());
-            DDS_DomainParticipant_unregister_type(participant, "dp::Tick");
-            EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, participant), DDS_RETCODE_OK);
         }
-        if (clockReplaced) {
-            DDS_DomainParticipantFactory_get_clockI(factory)->getTime = savedGetTime;
-        }
-        EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
-        HeapCheckedTest::TearDown();
-    }
-
-    DDS_DataWriter *createWriter(DDS_Topic *topic) {
-        return DDS_Publisher_create_datawriter(publisher, topic, &qos, nullptr, 0);
-    }
-
-    dp_Shape &shapeOf(const char *color, DDS_Long x) {
-        std::snprintf(shape.color, 33, "%s", color);
-        shape.x = x;
-        return shape;
+        DataPathTest::TearDown();
     }
 
     // A reader on the wire itself, transient-local when `durable`.
-    RawReader *addRawReader(const char *topicName, const char *typeName, bool durable, int32_t reliability = 0) {
+    RawReader *addRawReader(bool durable, int32_t reliability = 0) {
         auto *raw = new RawReader;
         ZELWireEndpointParams params{};
         for (int word = 0; word < 3; ++word) {
             params.guid.value[word] = static_cast<uint32_t>(participant->entity.key.value[word]);
         }
         params.guid.value[3] = 0x00ff0007u + (static_cast<uint32_t>(rawReaders.size()) << 8);
-        params.topicName = topicName;
-        params.typeName = typeName;
-        params.keyed = std::strcmp(topicName, "Shapes") == 0 ? ZEL_TRUE : ZEL_FALSE;
+        params.topicName = "Shapes";
+        params.typeName = dp_ShapeTypeSupport_get_type_name();
+        params.keyed = ZEL_TRUE;
         params.qos.durabilityKind = durable ? 1 : 0;
         params.qos.reliabilityKind = reliability;
         ZELNtpTime_fromNanoseconds(&params.qos.deadlinePeriod, UINT64_MAX);
@@ -147,55 +89,44 @@ protected:
         delete raw;
     }
 
-    void useHandClock() {
-        ZELHighResolutionClock *clock = DDS_DomainParticipantFactory_get_clockI(factory);
-        savedGetTime = clock->getTime;
-        clock->getTime = handClock;
-        clockReplaced = true;
+    static DDS_LongLong cachedOf(DDS_DataWriter *writer) {
+        return statusOf(DDS_DataWriter_get_datawriter_cache_status_ex, writer, false).sample_count;
     }
 
-    DDS_DomainParticipantFactory *factory = nullptr;
-    DDS_DomainParticipant *participant = nullptr;
-    DDS_Topic *shapes = nullptr;
-    DDS_Topic *ticks = nullptr;
-    DDS_Publisher *publisher = nullptr;
-    DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
-    dp_Shape shape = dp_Shape_INITIALIZER;
     std::vector<RawReader *> rawReaders;
-    bool clockReplaced = false;
-    ZELBoolean (*savedGetTime)(ZELHighResolutionClock *, ZELNtpTime *) = nullptr;
 };
 
 TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     zeltest::LogCapture log;
-    DDS_DataWriter *writer = createWriter(shapes);
-    ASSERT_NE(writer, nullptr);
+    DDS_DataWriter *writer = createWriter();
+    dp_ShapeDataWriter *typed = dp_ShapeDataWriter_narrow(writer);
+    ASSERT_NE(typed, nullptr);
     EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(writer, nullptr, &DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
 
-    const DDS_InstanceHandle_t red = DDS_DataWriter_register_instance_untypedI(writer, &shapeOf("red", 1));
+    const DDS_Time_t when = {5, 0};
+    const DDS_InstanceHandle_t red = dp_ShapeDataWriter_register_instance(typed, &shapeOf("red", 1));
     ASSERT_TRUE(red.isValid);
-    EXPECT_TRUE(sameHandle(red, DDS_DataWriter_lookup_instance_untypedI(writer, &shape)));
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shape, &red), DDS_RETCODE_OK);
+    EXPECT_TRUE(sameHandle(red, dp_ShapeDataWriter_lookup_instance(typed, &shape)));
+    EXPECT_EQ(dp_ShapeDataWriter_write_w_timestamp(typed, &shape, &red, &when), DDS_RETCODE_OK);
+    EXPECT_TRUE(dp_ShapeDataWriter_register_instance_w_timestamp(typed, &shapeOf("cyan", 1), &when).isValid);
     // A handle of another key is refused; lookups of unknown keys give NIL.
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shapeOf("blue", 1), &red),
-              DDS_RETCODE_PRECONDITION_NOT_MET);
-    EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(writer, &shape).isValid);
+    EXPECT_EQ(dp_ShapeDataWriter_write(typed, &shapeOf("blue", 1), &red), DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_FALSE(dp_ShapeDataWriter_lookup_instance(typed, &shape).isValid);
     // Unregistering an unknown key is refused; disposing one makes it known,
     // so that readers learn of an instance that goes away before its first write.
-    EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL),
-              DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    EXPECT_TRUE(DDS_DataWriter_lookup_instance_untypedI(writer, &shape).isValid);
+    EXPECT_EQ(dp_ShapeDataWriter_unregister_instance(typed, &shape, &DDS_HANDLE_NIL), DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(dp_ShapeDataWriter_dispose_w_timestamp(typed, &shape, &DDS_HANDLE_NIL, &when), DDS_RETCODE_OK);
+    EXPECT_TRUE(dp_ShapeDataWriter_lookup_instance(typed, &shape).isValid);
 
     dp_Shape key = dp_Shape_INITIALIZER;
     ASSERT_TRUE(dp_Shape_initialize(&key));
-    EXPECT_EQ(DDS_DataWriter_get_key_value_untypedI(writer, &key, &red), DDS_RETCODE_OK);
+    EXPECT_EQ(dp_ShapeDataWriter_get_key_value(typed, &key, &red), DDS_RETCODE_OK);
     EXPECT_STREQ(key.color, "red");
     // Dispose by handle alone, then unregister forgets the instance.
     EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(writer, nullptr, &red), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(writer, &shapeOf("red", 0), &DDS_HANDLE_NIL),
-              DDS_RETCODE_OK);
-    EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(writer, &shape).isValid);
+    EXPECT_EQ(dp_ShapeDataWriter_unregister_instance(typed, &shapeOf("red", 0), &red), DDS_RETCODE_OK);
+    EXPECT_FALSE(dp_ShapeDataWriter_lookup_instance(typed, &shape).isValid);
+    EXPECT_EQ(dp_ShapeDataWriter_unregister_instance(typed, &shape, &red), DDS_RETCODE_BAD_PARAMETER);
     EXPECT_EQ(DDS_DataWriter_get_key_value_untypedI(writer, &key, &red), DDS_RETCODE_BAD_PARAMETER);
     dp_Shape_finalize(&key);
 
@@ -205,6 +136,8 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     EXPECT_EQ(DDS_DataWriter_write_w_params_untyped_generalI(writer, &shapeOf("green", 2), &params), DDS_RETCODE_OK);
     EXPECT_TRUE(sameHandle(params.handle, DDS_DataWriter_lookup_instance_untypedI(writer, &shape)));
     EXPECT_GE(params.source_timestamp.sec, 0);
+    // A volatile writer keeps nothing of what it wrote.
+    EXPECT_EQ(cachedOf(writer), 0);
 
     // A keyless writer cannot dispose or unregister.
     DDS_DataWriter *tickWriter = createWriter(ticks);
@@ -223,7 +156,7 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     publisherQos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
     ASSERT_EQ(DDS_Publisher_set_qos(publisher, &publisherQos), DDS_RETCODE_OK);
     DDS_PublisherQos_finalize(&publisherQos);
-    DDS_DataWriter *disabled = createWriter(shapes);
+    DDS_DataWriter *disabled = createWriter();
     DDS_PublicationMatchedStatus matched{};
     matched.current_count = 3;
     EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(disabled, &shape, &DDS_HANDLE_NIL), DDS_RETCODE_NOT_ENABLED);
@@ -237,113 +170,103 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
 
 TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
     zeltest::LogCapture log;
-    qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-    qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
-    qos.history.depth = 2;
-    DDS_DataWriter *keepLast = createWriter(shapes);
+    writerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+    writerQos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
+    writerQos.history.depth = 2;
+    DDS_DataWriter *keepLast = createWriter();
     ASSERT_NE(keepLast, nullptr);
-    for (DDS_Long x = 0; x < 5; ++x) {
-        ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(keepLast, &shapeOf("red", x), &DDS_HANDLE_NIL),
-                  DDS_RETCODE_OK);
-    }
-    ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(keepLast, &shapeOf("blue", 9), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    DDS_DataWriterCacheStatus cache{};
-    ASSERT_EQ(DDS_DataWriter_get_datawriter_cache_status_ex(keepLast, &cache, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    writeEach(keepLast, {{"red", 0}, {"red", 1}, {"red", 2}, {"red", 3}, {"red", 4}, {"blue", 9}});
+    DDS_DataWriterCacheStatus cache = statusOf(DDS_DataWriter_get_datawriter_cache_status_ex, keepLast, false);
     EXPECT_EQ(cache.sample_count, 3);
     EXPECT_EQ(cache.sample_count_peak, 3);
 
     // A late joiner gets the kept samples oldest first, then live ones; a
     // volatile reader only the live ones.
-    RawReader *late = addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), true);
-    RawReader *live = addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), false);
+    RawReader *late = addRawReader(true);
+    RawReader *live = addRawReader(false);
     ASSERT_EQ(DDS_DataWriter_dispose_untyped_generalI(keepLast, &shapeOf("blue", 0), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
     {
-        std::lock_guard<std::mutex> guard(late->mutex);
+        std::scoped_lock guard(late->mutex, live->mutex);
         EXPECT_EQ(late->sequenceNumbers, (std::vector<int64_t>{4, 5, 6, 7}));
         EXPECT_EQ(late->kinds.back(), ZEL_WIRE_SAMPLE_DISPOSE);
-    }
-    {
-        std::lock_guard<std::mutex> guard(live->mutex);
         EXPECT_EQ(live->sequenceNumbers, (std::vector<int64_t>{7}));
     }
-    DDS_DataWriterProtocolStatus protocol{};
-    ASSERT_EQ(DDS_DataWriter_get_datawriter_protocol_status_ex(keepLast, &protocol, DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
+    DDS_DataWriterProtocolStatus protocol =
+            statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true);
     EXPECT_EQ(protocol.pushed_sample_count, 5);  // 3 replayed + the dispose twice
     EXPECT_EQ(protocol.pushed_sample_count_change, 5);
-    ASSERT_EQ(DDS_DataWriter_get_datawriter_protocol_status_ex(keepLast, &protocol, DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
-    EXPECT_EQ(protocol.pushed_sample_count_change, 0);
+    EXPECT_EQ(statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true).pushed_sample_count_change,
+              0);
 
-    // KEEP_ALL refuses beyond max_samples_per_instance and max_instances,
-    // changing nothing.
-    qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
-    qos.resource_limits.max_samples_per_instance = 2;
-    qos.resource_limits.max_samples = 4;
-    qos.resource_limits.max_instances = 2;
-    DDS_DataWriter *keepAll = createWriter(shapes);
+    // KEEP_ALL refuses beyond max_samples_per_instance, max_instances and
+    // max_samples (of all instances together), changing nothing.
+    writerQos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
+    writerQos.resource_limits.max_samples_per_instance = 2;
+    writerQos.resource_limits.max_samples = 3;
+    writerQos.resource_limits.max_instances = 2;
+    DDS_DataWriter *keepAll = createWriter();
     ASSERT_NE(keepAll, nullptr);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(keepAll, &shapeOf("red", 1), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(keepAll, &shapeOf("red", 2), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(keepAll, &shapeOf("red", 3), &DDS_HANDLE_NIL),
-              DDS_RETCODE_OUT_OF_RESOURCES);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(keepAll, &shapeOf("blue", 1), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(keepAll, &shapeOf("green", 1), &DDS_HANDLE_NIL),
-              DDS_RETCODE_OUT_OF_RESOURCES);
-    EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(keepAll, &shape).isValid);
-    ASSERT_EQ(DDS_DataWriter_get_datawriter_cache_status_ex(keepAll, &cache, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+    const struct {
+        const char *color;
+        DDS_ReturnCode_t expected;
+    } writes[] = {{"red", DDS_RETCODE_OK},    {"red", DDS_RETCODE_OK},
+                  {"red", DDS_RETCODE_OUT_OF_RESOURCES},   // a third sample of one instance
+                  {"blue", DDS_RETCODE_OK},
+                  {"green", DDS_RETCODE_OUT_OF_RESOURCES}, // a third instance
+                  {"blue", DDS_RETCODE_OUT_OF_RESOURCES}}; // a fourth sample in all
+    for (const auto &each : writes) {
+        EXPECT_EQ(write(keepAll, each.color, 1), each.expected) << each.color;
+    }
+    EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(keepAll, &shapeOf("green", 0)).isValid);
+    cache = statusOf(DDS_DataWriter_get_datawriter_cache_status_ex, keepAll, false);
     EXPECT_EQ(cache.sample_count, 3);
+    EXPECT_EQ(cache.sample_count_peak, 3);
     // Unregistering releases an instance's samples and makes room.
     EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(keepAll, &shapeOf("red", 0), &DDS_HANDLE_NIL),
               DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(keepAll, &shapeOf("green", 1), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
+    EXPECT_EQ(cachedOf(keepAll), 1);
+    EXPECT_EQ(write(keepAll, "green", 1), DDS_RETCODE_OK);
 }
 
 TEST_F(WriterPathTest, OfferedDeadlinesAndLifespanFollowTheClock) {
     useHandClock();
-    qos.deadline.period = DDS_Duration_t{1, 0};
-    qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-    qos.lifespan.duration = DDS_Duration_t{10, 0};
-    qos.liveliness.kind = DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS;
-    qos.liveliness.lease_duration = DDS_Duration_t{2, 0};
-    DDS_DataWriter *writer = createWriter(shapes);
+    writerQos.deadline.period = DDS_Duration_t{1, 0};
+    writerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+    writerQos.lifespan.duration = DDS_Duration_t{10, 0};
+    writerQos.liveliness.kind = DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS;
+    writerQos.liveliness.lease_duration = DDS_Duration_t{2, 0};
+    DDS_DataWriter *writer = createWriter();
     ASSERT_NE(writer, nullptr);
-    ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shapeOf("red", 1), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    g_nowNs += 3'500'000'000;
-    DDS_OfferedDeadlineMissedStatus missed{};
-    ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status_ex(writer, &missed, DDS_BOOLEAN_FALSE),
-              DDS_RETCODE_OK);
-    EXPECT_EQ(missed.total_count, 3);
-    EXPECT_EQ(missed.total_count_change, 3);
-    EXPECT_TRUE(sameHandle(missed.last_instance_handle, DDS_DataWriter_lookup_instance_untypedI(writer, &shape)));
+    ASSERT_EQ(write(writer, "red", 1), DDS_RETCODE_OK);
+    const auto missed = [&] { return statusOf(DDS_DataWriter_get_offered_deadline_missed_status, writer); };
+    const auto lost = [&] { return statusOf(DDS_DataWriter_get_liveliness_lost_status, writer); };
+    advanceMs(3500);
+    const DDS_OfferedDeadlineMissedStatus first =
+            statusOf(DDS_DataWriter_get_offered_deadline_missed_status_ex, writer, false);
+    EXPECT_EQ(first.total_count, 3);
+    EXPECT_EQ(first.total_count_change, 3);
+    EXPECT_TRUE(sameHandle(first.last_instance_handle, DDS_DataWriter_lookup_instance_untypedI(writer, &shape)));
     // A manual writer silent past its lease lost its liveliness once.
-    DDS_LivelinessLostStatus lost{};
-    ASSERT_EQ(DDS_DataWriter_get_liveliness_lost_status(writer, &lost), DDS_RETCODE_OK);
-    EXPECT_EQ(lost.total_count, 1);
+    EXPECT_EQ(lost().total_count, 1);
     // Without a reset the change keeps counting; periods are counted once.
-    ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed), DDS_RETCODE_OK);
-    EXPECT_EQ(missed.total_count_change, 3);
-    ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed), DDS_RETCODE_OK);
-    EXPECT_EQ(missed.total_count, 3);
-    EXPECT_EQ(missed.total_count_change, 0);
+    EXPECT_EQ(missed().total_count_change, 3);
+    EXPECT_EQ(missed().total_count_change, 0);
+    EXPECT_EQ(missed().total_count, 3);
     // A write restarts the period; set_qos with no deadline stops counting.
     ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-    g_nowNs += 1'500'000'000;
-    ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed), DDS_RETCODE_OK);
-    EXPECT_EQ(missed.total_count, 4);
-    qos.deadline.period = DDS_Duration_t DDS_DURATION_INFINITE;
-    ASSERT_EQ(DDS_DataWriter_set_qos(writer, &qos), DDS_RETCODE_OK);
-    g_nowNs += 5'000'000'000;
-    ASSERT_EQ(DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed), DDS_RETCODE_OK);
-    EXPECT_EQ(missed.total_count, 4);
-    ASSERT_EQ(DDS_DataWriter_get_liveliness_lost_status(writer, &lost), DDS_RETCODE_OK);
-    EXPECT_EQ(lost.total_count, 2);
-    EXPECT_EQ(lost.total_count_change, 1);
+    advanceMs(1500);
+    EXPECT_EQ(missed().total_count, 4);
+    writerQos.deadline.period = DDS_Duration_t DDS_DURATION_INFINITE;
+    ASSERT_EQ(DDS_DataWriter_set_qos(writer, &writerQos), DDS_RETCODE_OK);
+    advanceMs(5000);
+    EXPECT_EQ(missed().total_count, 4);
+    const DDS_LivelinessLostStatus second = lost();
+    EXPECT_EQ(second.total_count, 2);
+    EXPECT_EQ(second.total_count_change, 1);
     // Past their lifespan the kept samples are dropped.
-    DDS_DataWriterCacheStatus cache{};
-    ASSERT_EQ(DDS_DataWriter_get_datawriter_cache_status_ex(writer, &cache, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
-    EXPECT_EQ(cache.sample_count, 1);
-    g_nowNs += 10'000'000'000;
-    ASSERT_EQ(DDS_DataWriter_get_datawriter_cache_status_ex(writer, &cache, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
-    EXPECT_EQ(cache.sample_count, 0);
+    EXPECT_EQ(cachedOf(writer), 1);
+    advanceMs(10000);
+    EXPECT_EQ(cachedOf(writer), 0);
 }
 
 TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEvents) {
@@ -351,14 +274,13 @@ TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEvents) {
     EventLog events;
     participant->monitor.onEventNotify = EventLog::onEvent;
     participant->monitor.participantObject = &events;
-    DDS_DataWriter *writer = createWriter(shapes);
+    DDS_DataWriter *writer = createWriter();
     ASSERT_NE(writer, nullptr);
-    RawReader *first = addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), false);
-    RawReader *second = addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), false);
-    ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shapeOf("red", 1), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
+    RawReader *first = addRawReader(false);
+    RawReader *second = addRawReader(false);
+    ASSERT_EQ(write(writer, "red", 1), DDS_RETCODE_OK);
 
-    DDS_PublicationMatchedStatus matched{};
-    ASSERT_EQ(DDS_DataWriter_get_publication_matched_status_ex(writer, &matched, DDS_BOOLEAN_TRUE), DDS_RETCODE_OK);
+    DDS_PublicationMatchedStatus matched = statusOf(DDS_DataWriter_get_publication_matched_status_ex, writer, true);
     EXPECT_EQ(matched.current_count, 2);
     EXPECT_EQ(matched.total_count_change, 2);
     DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
@@ -386,7 +308,7 @@ TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEvents) {
 
     removeRawReader(first);
     removeRawReader(second);
-    ASSERT_EQ(DDS_DataWriter_get_publication_matched_status(writer, &matched), DDS_RETCODE_OK);
+    matched = statusOf(DDS_DataWriter_get_publication_matched_status, writer);
     EXPECT_EQ(matched.current_count, 0);
     EXPECT_EQ(matched.current_count_peak, 2);
     EXPECT_EQ(matched.current_count_change, -2);
@@ -399,11 +321,11 @@ TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEvents) {
 }
 
 TEST_F(WriterPathTest, IncompatibleReadersCountByPolicyUntilReset) {
-    qos.reliability.kind = DDS_BEST_EFFORT_RELIABILITY_QOS;
-    DDS_DataWriter *writer = createWriter(shapes);
+    writerQos.reliability.kind = DDS_BEST_EFFORT_RELIABILITY_QOS;
+    DDS_DataWriter *writer = createWriter();
     ASSERT_NE(writer, nullptr);
-    addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), false, 1);
-    addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), false, 1);
+    addRawReader(false, 1);
+    addRawReader(false, 1);
     DDS_OfferedIncompatibleQosStatus status = DDS_OfferedIncompatibleQosStatus_INITIALIZER;
     ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &status), DDS_RETCODE_OK);
     EXPECT_EQ(status.total_count, 2);
@@ -413,42 +335,19 @@ TEST_F(WriterPathTest, IncompatibleReadersCountByPolicyUntilReset) {
     EXPECT_EQ(DDS_QosPolicyCountSeq_get_reference(&status.policies, 0)->count, 2);
     ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &status), DDS_RETCODE_OK);
     EXPECT_EQ(status.total_count_change, 0);
-    DDS_PublicationMatchedStatus matched{};
-    ASSERT_EQ(DDS_DataWriter_get_publication_matched_status(writer, &matched), DDS_RETCODE_OK);
-    EXPECT_EQ(matched.total_count, 0);
+    EXPECT_EQ(statusOf(DDS_DataWriter_get_publication_matched_status, writer).total_count, 0);
     DDS_OfferedIncompatibleQosStatus_finalize(&status);
 }
 
-TEST_F(WriterPathTest, AllocationFailuresAreCleanRefusals) {
-    zeltest::LogCapture log;
-    qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-    shapeOf("red", 1);
-    const long allocations = zeltest::forEachAllocationFailure([&](long) {
-        DDS_DataWriter *writer = createWriter(shapes);
-        if (writer != nullptr) {
-            const DDS_ReturnCode_t result = DDS_DataWriter_write_untyped_generalI(writer, &shape, &DDS_HANDLE_NIL);
-            EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_OUT_OF_RESOURCES ||
-                        result == DDS_RETCODE_NOT_ENABLED || result == DDS_RETCODE_ERROR)
-                    << result;
-        }
-        if (writer != nullptr) {
-            EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
-        }
-    });
-    // Creation, attachment, the instance and the kept sample all allocate.
-    EXPECT_GT(allocations, 6);
-}
-
 TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAsTheyComeAndGoEvenWithoutAnIndex) {
-    DDS_DataWriter *writer = createWriter(shapes);
+    DDS_DataWriter *writer = createWriter();
     ASSERT_NE(writer, nullptr);
     const auto color = [](int i) { return "c" + std::to_string(i); };
     const auto lookup = [&](int i) {
         return DDS_DataWriter_lookup_instance_untypedI(writer, &shapeOf(color(i).c_str(), 0));
     };
     for (int i = 0; i < 100; ++i) {
-        ASSERT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &shapeOf(color(i).c_str(), i), &DDS_HANDLE_NIL),
-                  DDS_RETCODE_OK);
+        ASSERT_EQ(write(writer, color(i).c_str(), i), DDS_RETCODE_OK);
     }
     for (int i = 0; i < 100; i += 2) {
         ASSERT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(writer, &shapeOf(color(i).c_str(), 0),
@@ -463,14 +362,13 @@ TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAsTheyComeAndGoEvenWithoutAnInd
     // The instances of a writer whose index could not be made, or not grow,
     // are found all the same.
     const long allocations = zeltest::forEachAllocationFailure([&](long) {
-        DDS_DataWriter *other = createWriter(shapes);
+        DDS_DataWriter *other = createWriter();
         if (other == nullptr) {
             return;
         }
         std::vector<int> written;
         for (int i = 0; i < 80; ++i) {
-            if (DDS_DataWriter_write_untyped_generalI(other, &shapeOf(color(i).c_str(), i), &DDS_HANDLE_NIL) ==
-                DDS_RETCODE_OK) {
+            if (write(other, color(i).c_str(), i) == DDS_RETCODE_OK) {
                 written.push_back(i);
             }
         }
@@ -480,39 +378,6 @@ TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAsTheyComeAndGoEvenWithoutAnInd
         EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, other), DDS_RETCODE_OK);
     });
     EXPECT_GT(allocations, 80);
-}
-
-TEST_F(WriterPathTest, ConcurrentWritersWhileReadersComeAndGo) {
-    qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-    qos.history.depth = 3;
-    DDS_DataWriter *writer = createWriter(shapes);
-    ASSERT_NE(writer, nullptr);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 3; ++t) {
-        threads.emplace_back([&, t] {
-            dp_Shape own = dp_Shape_INITIALIZER;
-            ASSERT_TRUE(dp_Shape_initialize(&own));
-            std::snprintf(own.color, 33, "thread%d", t);
-            for (DDS_Long x = 0; x < 300; ++x) {
-                own.x = x;
-                EXPECT_EQ(DDS_DataWriter_write_untyped_generalI(writer, &own, &DDS_HANDLE_NIL), DDS_RETCODE_OK);
-            }
-            dp_Shape_finalize(&own);
-        });
-    }
-    for (int round = 0; round < 20; ++round) {
-        RawReader *raw = addRawReader("Shapes", dp_ShapeTypeSupport_get_type_name(), round % 2 == 0);
-        DDS_PublicationMatchedStatus matched{};
-        EXPECT_EQ(DDS_DataWriter_get_publication_matched_status(writer, &matched), DDS_RETCODE_OK);
-        removeRawReader(raw);
-    }
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-    DDS_PublicationMatchedStatus matched{};
-    ASSERT_EQ(DDS_DataWriter_get_publication_matched_status(writer, &matched), DDS_RETCODE_OK);
-    EXPECT_EQ(matched.total_count, 20);
-    EXPECT_EQ(matched.current_count, 0);
 }
 
 }  // namespace

@@ -1,18 +1,19 @@
-// Filtered, exclusive, deadline-watching readers under load from several
-// threads, and with every allocation of their path failing in turn.
+// Filtered, exclusive, deadline-watching readers and transient-local
+// writers under load from several threads, and with every allocation of
+// their path failing in turn.
 #include <thread>
 
-#include "log_capture.h"
-#include "reader_qos_fixture.h"
+#include "datapath_fixture.h"
 
 namespace {
 
 using zeltest::setMs;
+using zeltest::statusOf;
 
-class ReaderQosStressTest : public zeltest::ReaderQosTest {
+class ReaderWriterStressTest : public zeltest::DataPathTest {
 protected:
     void SetUp() override {
-        ReaderQosTest::SetUp();
+        DataPathTest::SetUp();
         DDS_StringSeq parameters{};
         const char *texts[] = {"100"};
         ASSERT_TRUE(DDS_StringSeq_initialize(&parameters) && DDS_StringSeq_from_array(&parameters, texts, 1));
@@ -24,6 +25,7 @@ protected:
         setMs(&writerQos.deadline.period, 1);
         writerQos.liveliness.kind = DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS;
         setMs(&writerQos.liveliness.lease_duration, 2);
+        writerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     }
 
     static void writeMany(DDS_DataWriter *writer, const char *color, DDS_Long count) {
@@ -39,7 +41,7 @@ protected:
     DDS_ContentFilteredTopic *filter = nullptr;
 };
 
-TEST_F(ReaderQosStressTest, StatusesStayConsistentWhileEverythingHappensAtOnce) {
+TEST_F(ReaderWriterStressTest, StatusesAndCachesStayConsistentWhileEverythingHappensAtOnce) {
     writerQos.ownership_strength.value = 2;
     DDS_DataWriter *strong = createWriter();
     writerQos.ownership_strength.value = 1;
@@ -55,13 +57,18 @@ TEST_F(ReaderQosStressTest, StatusesStayConsistentWhileEverythingHappensAtOnce) 
             ++finished;
         });
     }
-    threads.emplace_back([&] {  // writers and readers come and go
+    // Writers and readers come and go, every other reader a late joiner
+    // the writers replay their history to; every other round writes
+    // through the weak writer while its own thread does too.
+    threads.emplace_back([&] {
         for (int i = 0; i < 40; ++i) {
+            readerQos.durability.kind =
+                    i % 2 == 0 ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS : DDS_VOLATILE_DURABILITY_QOS;
             DDS_DataWriter *writer = createWriter();
             DDS_DataReader *reader = createReader(i % 2 == 0 ? DDS_ContentFilteredTopic_as_topicdescription(filter)
                                                              : nullptr);
             ASSERT_TRUE(writer != nullptr && reader != nullptr);
-            writeMany(writer, "blue", 20);
+            writeMany(i % 2 == 0 ? writer : weak, "blue", 20);
             take(reader);
             EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, reader), DDS_RETCODE_OK);
             EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
@@ -80,20 +87,16 @@ TEST_F(ReaderQosStressTest, StatusesStayConsistentWhileEverythingHappensAtOnce) 
             EXPECT_EQ(DDS_ContentFilteredTopic_set_expression_parameters(filter, &parameters), DDS_RETCODE_OK);
             setMs(&changed.deadline.period, 1 + static_cast<uint32_t>(i % 2));
             EXPECT_EQ(DDS_DataReader_set_qos(owned, &changed), DDS_RETCODE_OK);
-            DDS_LivelinessChangedStatus liveliness{};
-            DDS_RequestedDeadlineMissedStatus deadline{};
             for (DDS_DataReader *reader : {owned, filtered}) {
-                EXPECT_EQ(DDS_DataReader_get_liveliness_changed_status(reader, &liveliness), DDS_RETCODE_OK);
-                EXPECT_EQ(DDS_DataReader_get_requested_deadline_missed_status(reader, &deadline), DDS_RETCODE_OK);
-                protocolOf(reader, DDS_BOOLEAN_TRUE);
+                statusOf(DDS_DataReader_get_liveliness_changed_status, reader);
+                statusOf(DDS_DataReader_get_requested_deadline_missed_status, reader);
+                protocolOf(reader, true);
                 EXPECT_EQ(DDS_DataReader_get_matched_publications(reader, &handles), DDS_RETCODE_OK);
                 for (DDS_Long h = 0; h < DDS_InstanceHandleSeq_get_length(&handles); ++h) {
                     DDS_DataReaderProtocolStatus protocol{};
                     // The writer may have gone since.
-                    const DDS_InstanceHandle_t *handle = DDS_InstanceHandleSeq_get_reference(&handles, h);
-                    const DDS_ReturnCode_t got =
-                            DDS_DataReader_get_matched_publication_datareader_protocol_status_ex(
-                                    reader, &protocol, handle, DDS_BOOLEAN_TRUE);
+                    const DDS_ReturnCode_t got = DDS_DataReader_get_matched_publication_datareader_protocol_status_ex(
+                            reader, &protocol, DDS_InstanceHandleSeq_get_reference(&handles, h), DDS_BOOLEAN_TRUE);
                     EXPECT_TRUE(got == DDS_RETCODE_OK || got == DDS_RETCODE_BAD_PARAMETER);
                 }
             }
@@ -118,13 +121,18 @@ TEST_F(ReaderQosStressTest, StatusesStayConsistentWhileEverythingHappensAtOnce) 
         EXPECT_GT(x, 100);
     }
     for (DDS_DataReader *reader : {owned, filtered}) {
-        DDS_SubscriptionMatchedStatus matched{};
-        DDS_LivelinessChangedStatus liveliness{};
-        ASSERT_EQ(DDS_DataReader_get_subscription_matched_status(reader, &matched), DDS_RETCODE_OK);
-        ASSERT_EQ(DDS_DataReader_get_liveliness_changed_status(reader, &liveliness), DDS_RETCODE_OK);
+        const auto matched = statusOf(DDS_DataReader_get_subscription_matched_status, reader);
+        const auto liveliness = statusOf(DDS_DataReader_get_liveliness_changed_status, reader);
         EXPECT_EQ(matched.current_count, 2);
+        EXPECT_EQ(matched.total_count, 42);
         EXPECT_EQ(liveliness.alive_count + liveliness.not_alive_count, 2);
+        // Whatever the interleaving, no instance keeps more than its depth.
+        EXPECT_LE(statusOf(DDS_DataReader_get_datareader_cache_status_ex, reader, false).sample_count,
+                  2 * readerQos.history.depth);
     }
+    const auto published = statusOf(DDS_DataWriter_get_publication_matched_status, strong);
+    EXPECT_EQ(published.current_count, 2);
+    EXPECT_EQ(published.total_count, 42);
     // 2 x 2000 red and 40 x 20 blue, none of the blue over 100. The strong
     // writer's small x are filtered; the weak one's may instead be dropped
     // as samples of a writer that does not own the instance.
@@ -133,7 +141,7 @@ TEST_F(ReaderQosStressTest, StatusesStayConsistentWhileEverythingHappensAtOnce) 
     EXPECT_GE(protocol.filtered_sample_count, 101 + 800);
 }
 
-TEST_F(ReaderQosStressTest, EveryAllocationFailureOnTheWayLeavesNothingBehind) {
+TEST_F(ReaderWriterStressTest, EveryAllocationFailureOnTheWayLeavesNothingBehind) {
     zeltest::LogCapture quiet;
     useHandClock();
     long allocations = zeltest::forEachAllocationFailure([&](long) {
