@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "data_path_private.h"
 #include "datapath_types.h"
 #include "heap_check.h"
 #include "log_capture.h"
@@ -141,11 +142,41 @@ protected:
         }
     }
 
+    // Deletes what a test or an attempt created; either may be missing.
+    void deleteEndpoints(DDS_DataReader *reader, DDS_DataWriter *writer) {
+        if (reader != nullptr) {
+            EXPECT_EQ(DDS_DataReader_delete_contained_entities(reader), DDS_RETCODE_OK);
+            EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, reader), DDS_RETCODE_OK);
+        }
+        if (writer != nullptr) {
+            EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
+        }
+    }
+
+    // The description of a shape endpoint on the wire itself, beside the
+    // participant's own: the test picks the last word of its GUID.
+    ZELWireEndpointParams wireEndpoint(uint32_t lastWord) const {
+        ZELWireEndpointParams params{};
+        for (int word = 0; word < 3; ++word) {
+            params.guid.value[word] = static_cast<uint32_t>(participant->entity.key.value[word]);
+        }
+        params.guid.value[3] = lastWord;
+        params.topicName = "Shapes";
+        params.typeName = dp_ShapeTypeSupport_get_type_name();
+        params.keyed = ZEL_TRUE;
+        ZELNtpTime_fromNanoseconds(&params.qos.deadlinePeriod, UINT64_MAX);
+        ZELNtpTime_fromNanoseconds(&params.qos.livelinessLeaseDuration, UINT64_MAX);
+        return params;
+    }
+
+    const ZELWireOps *wireOps() const { return DDS_Entity_getWireI(&participant->entity)->ops; }
+
     static DDS_ReturnCode_t readOrTake(DDS_DataReader *reader, dp_ShapeSeq *data, DDS_SampleInfoSeq *infos,
                                        bool take, DDS_SampleStateMask sampleStates = DDS_ANY_SAMPLE_STATE) {
         return DDS_DataReader_read_or_take_untypedI(reader, reinterpret_cast<ZELSequence *>(data), infos,
                                                     DDS_LENGTH_UNLIMITED, sampleStates, DDS_ANY_VIEW_STATE,
-                                                    DDS_ANY_INSTANCE_STATE, take ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE);
+                                                    DDS_ANY_INSTANCE_STATE,
+                                                    take ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE);
     }
 
     static DDS_ReturnCode_t returnLoan(DDS_DataReader *reader, dp_ShapeSeq *data, DDS_SampleInfoSeq *infos) {

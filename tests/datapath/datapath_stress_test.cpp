@@ -70,8 +70,7 @@ TEST_F(ReaderWriterStressTest, StatusesAndCachesStayConsistentWhileEverythingHap
             ASSERT_TRUE(writer != nullptr && reader != nullptr);
             writeMany(i % 2 == 0 ? writer : weak, "blue", 20);
             take(reader);
-            EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, reader), DDS_RETCODE_OK);
-            EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
+            deleteEndpoints(reader, writer);
         }
         ++finished;
     });
@@ -157,14 +156,8 @@ TEST_F(ReaderWriterStressTest, EveryAllocationFailureOnTheWayLeavesNothingBehind
             EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_NOT_ENABLED) << result;
             take(filtered);
         }
-        for (DDS_DataReader *reader : {owned, filtered}) {
-            if (reader != nullptr) {
-                EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, reader), DDS_RETCODE_OK);
-            }
-        }
-        if (writer != nullptr) {
-            EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
-        }
+        deleteEndpoints(owned, writer);
+        deleteEndpoints(filtered, nullptr);
     });
     EXPECT_GT(allocations, 20);
 }

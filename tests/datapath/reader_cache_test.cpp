@@ -227,18 +227,9 @@ TEST_F(ReaderCacheTest, RepeatedSequenceNumbersAreDuplicatesAndGapsAreLost) {
     DDS_DataReader *reader = createReader();
     ASSERT_NE(reader, nullptr);
     // A writer on the wire itself, whose sequence numbers the test chooses.
-    ZELWireEndpointParams params{};
-    for (int word = 0; word < 3; ++word) {
-        params.guid.value[word] = static_cast<uint32_t>(participant->entity.key.value[word]);
-    }
-    params.guid.value[3] = 0x00fe0002u;
-    params.topicName = "Shapes";
-    params.typeName = dp_ShapeTypeSupport_get_type_name();
-    params.keyed = ZEL_TRUE;
-    ZELNtpTime_fromNanoseconds(&params.qos.deadlinePeriod, UINT64_MAX);
-    ZELNtpTime_fromNanoseconds(&params.qos.livelinessLeaseDuration, UINT64_MAX);
+    const ZELWireEndpointParams params = wireEndpoint(0x00fe0002u);
     ZELWireWriterListener listener{};
-    const ZELWireOps *ops = DDS_Entity_getWireI(&participant->entity)->ops;
+    const ZELWireOps *ops = wireOps();
     ZELWireWriter *raw = ops->createWriter(participant->wireParticipant, &params, &listener);
     ASSERT_NE(raw, nullptr);
     // The octets are no sample: the first delivery is rejected, yet counts
@@ -285,12 +276,7 @@ TEST_F(ReaderCacheTest, AllocationFailuresFromWriterToLentSampleRefuseCleanly) {
                 samples(reader, false);
             }
         }
-        if (reader != nullptr) {
-            EXPECT_EQ(DDS_Subscriber_delete_datareader(subscriber, reader), DDS_RETCODE_OK);
-        }
-        if (writer != nullptr) {
-            EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, writer), DDS_RETCODE_OK);
-        }
+        deleteEndpoints(reader, writer);
     });
     // Creation, enabling, the kept sample, delivery and the loan all allocate.
     EXPECT_GT(allocations, 20);

@@ -4,7 +4,6 @@
 // and instances found by key when their index cannot grow.
 #include <mutex>
 
-#include "data_path_private.h"
 #include "datapath_fixture.h"
 
 namespace {
@@ -49,9 +48,8 @@ class WriterPathTest : public zeltest::DataPathTest {
 protected:
     void TearDown() override {
         if (participant != nullptr) {
-            for (RawReader *raw : rawReaders) {
-                DDS_Entity_getWireI(&participant->entity)->ops->deleteReader(raw->reader);
-                delete raw;
+            while (!rawReaders.empty()) {
+                removeRawReader(rawReaders.back());
             }
             participant->monitor = DDS_MonitorAttachmentI{};
         }
@@ -61,30 +59,20 @@ protected:
     // A reader on the wire itself, transient-local when `durable`.
     RawReader *addRawReader(bool durable, int32_t reliability = 0) {
         auto *raw = new RawReader;
-        ZELWireEndpointParams params{};
-        for (int word = 0; word < 3; ++word) {
-            params.guid.value[word] = static_cast<uint32_t>(participant->entity.key.value[word]);
-        }
-        params.guid.value[3] = 0x00ff0007u + (static_cast<uint32_t>(rawReaders.size()) << 8);
-        params.topicName = "Shapes";
-        params.typeName = dp_ShapeTypeSupport_get_type_name();
-        params.keyed = ZEL_TRUE;
+        ZELWireEndpointParams params = wireEndpoint(0x00ff0007u + (static_cast<uint32_t>(rawReaders.size()) << 8));
         params.qos.durabilityKind = durable ? 1 : 0;
         params.qos.reliabilityKind = reliability;
-        ZELNtpTime_fromNanoseconds(&params.qos.deadlinePeriod, UINT64_MAX);
-        ZELNtpTime_fromNanoseconds(&params.qos.livelinessLeaseDuration, UINT64_MAX);
         ZELWireReaderListener listener{};
         listener.context = raw;
         listener.onSample = RawReader::onSample;
-        raw->reader = DDS_Entity_getWireI(&participant->entity)
-                              ->ops->createReader(participant->wireParticipant, &params, &listener);
+        raw->reader = wireOps()->createReader(participant->wireParticipant, &params, &listener);
         EXPECT_NE(raw->reader, nullptr);
         rawReaders.push_back(raw);
         return raw;
     }
 
     void removeRawReader(RawReader *raw) {
-        DDS_Entity_getWireI(&participant->entity)->ops->deleteReader(raw->reader);
+        wireOps()->deleteReader(raw->reader);
         std::erase(rawReaders, raw);
         delete raw;
     }
@@ -375,7 +363,7 @@ TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAsTheyComeAndGoEvenWithoutAnInd
         for (int i : written) {
             EXPECT_TRUE(DDS_DataWriter_lookup_instance_untypedI(other, &shapeOf(color(i).c_str(), 0)).isValid) << i;
         }
-        EXPECT_EQ(DDS_Publisher_delete_datawriter(publisher, other), DDS_RETCODE_OK);
+        deleteEndpoints(nullptr, other);
     });
     EXPECT_GT(allocations, 80);
 }
