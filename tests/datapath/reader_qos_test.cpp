@@ -1,7 +1,7 @@
 // What a reader's QoS does to arriving samples and as its factory's clock
 // moves: content and time-based filters, exclusive ownership, writers'
-// liveliness and the instances they keep alive, deadlines, lifespans and
-// late joiners. Content filters must fit the related topic's type.
+// liveliness and the instances they keep alive, deadlines and lifespans.
+// Content filters must fit the related topic's type.
 #include "datapath_fixture.h"
 
 namespace {
@@ -239,23 +239,6 @@ TEST_F(ReaderQosBehaviourTest, AnInstanceHasNoWritersOnceItsLastWriterLeavesOrFa
     ASSERT_EQ(write(next, "red", 5), DDS_RETCODE_OK);
     EXPECT_EQ(take(reader, &info), Xs({5}));
     EXPECT_EQ(info.no_writers_generation_count, 2);
-}
-
-TEST_F(ReaderQosBehaviourTest, ALateTransientLocalReaderGetsTheHistoryFirst) {
-    writerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-    writerQos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
-    writerQos.history.depth = 2;
-    DDS_DataWriter *writer = createWriter();
-    ASSERT_NE(writer, nullptr);
-    writeEach(writer, {{"red", 1}, {"red", 2}, {"red", 3}, {"blue", 10}});
-    readerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
-    readerQos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
-    DDS_DataReader *late = createReader();
-    ASSERT_NE(late, nullptr);
-    ASSERT_EQ(write(writer, "red", 4), DDS_RETCODE_OK);
-    EXPECT_EQ(take(late), Xs({2, 3, 4, 10}));
-    EXPECT_EQ(protocolOf(late).received_sample_count, 4);
-    EXPECT_EQ(statusOf(DDS_DataReader_get_sample_lost_status, late).total_count, 0);
 }
 
 }  // namespace

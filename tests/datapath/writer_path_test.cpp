@@ -169,9 +169,13 @@ TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
     EXPECT_EQ(cache.sample_count_peak, 3);
 
     // A late joiner gets the kept samples oldest first, then live ones; a
-    // volatile reader only the live ones.
+    // volatile reader only the live ones. A late DDS reader holds them by
+    // instance, none lost.
     RawReader *late = addRawReader(true);
     RawReader *live = addRawReader(false);
+    readerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+    DDS_DataReader *lateReader = createReader();
+    ASSERT_NE(lateReader, nullptr);
     ASSERT_EQ(DDS_DataWriter_dispose_untyped_generalI(keepLast, &shapeOf("blue", 0), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
     {
         std::scoped_lock guard(late->mutex, live->mutex);
@@ -179,10 +183,13 @@ TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
         EXPECT_EQ(late->kinds.back(), ZEL_WIRE_SAMPLE_DISPOSE);
         EXPECT_EQ(live->sequenceNumbers, (std::vector<int64_t>{7}));
     }
+    EXPECT_EQ(take(lateReader), zeltest::Xs({3, 4, 9, -1}));
+    EXPECT_EQ(protocolOf(lateReader).received_sample_count, 4);
+    EXPECT_EQ(statusOf(DDS_DataReader_get_sample_lost_status, lateReader).total_count, 0);
     DDS_DataWriterProtocolStatus protocol =
             statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true);
-    EXPECT_EQ(protocol.pushed_sample_count, 5);  // 3 replayed + the dispose twice
-    EXPECT_EQ(protocol.pushed_sample_count_change, 5);
+    EXPECT_EQ(protocol.pushed_sample_count, 9);  // 3 replayed twice + the dispose to three readers
+    EXPECT_EQ(protocol.pushed_sample_count_change, 9);
     EXPECT_EQ(statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true).pushed_sample_count_change,
               0);
 
@@ -257,16 +264,31 @@ TEST_F(WriterPathTest, OfferedDeadlinesAndLifespanFollowTheClock) {
     EXPECT_EQ(cachedOf(writer), 0);
 }
 
-TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEvents) {
+// Readers asking for more than the writer offers count by policy until a
+// reset and never match.
+TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEventsAndIncompatibleReadersCountByPolicy) {
     zeltest::LogCapture log;
     EventLog events;
     participant->monitor.onEventNotify = EventLog::onEvent;
     participant->monitor.participantObject = &events;
+    writerQos.reliability.kind = DDS_BEST_EFFORT_RELIABILITY_QOS;
     DDS_DataWriter *writer = createWriter();
     ASSERT_NE(writer, nullptr);
     RawReader *first = addRawReader(false);
     RawReader *second = addRawReader(false);
+    addRawReader(false, 1);
+    addRawReader(false, 1);
     ASSERT_EQ(write(writer, "red", 1), DDS_RETCODE_OK);
+    DDS_OfferedIncompatibleQosStatus incompatible = DDS_OfferedIncompatibleQosStatus_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &incompatible), DDS_RETCODE_OK);
+    EXPECT_EQ(incompatible.total_count, 2);
+    EXPECT_EQ(incompatible.total_count_change, 2);
+    EXPECT_EQ(incompatible.last_policy_id, static_cast<DDS_QosPolicyId_t>(ZEL_WIRE_POLICY_ID_RELIABILITY));
+    ASSERT_EQ(DDS_QosPolicyCountSeq_get_length(&incompatible.policies), 1);
+    EXPECT_EQ(DDS_QosPolicyCountSeq_get_reference(&incompatible.policies, 0)->count, 2);
+    ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &incompatible), DDS_RETCODE_OK);
+    EXPECT_EQ(incompatible.total_count_change, 0);
+    DDS_OfferedIncompatibleQosStatus_finalize(&incompatible);
 
     DDS_PublicationMatchedStatus matched = statusOf(DDS_DataWriter_get_publication_matched_status_ex, writer, true);
     EXPECT_EQ(matched.current_count, 2);
@@ -300,31 +322,13 @@ TEST_F(WriterPathTest, MatchesReportStatusesLocatorsAndEvents) {
     EXPECT_EQ(matched.current_count, 0);
     EXPECT_EQ(matched.current_count_peak, 2);
     EXPECT_EQ(matched.current_count_change, -2);
+    EXPECT_EQ(matched.total_count, 2);
     const DDS_Long create = DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER;
     const DDS_Long remove = DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER;
     const DDS_Long gain = DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_CREATE_AFTER;
     const DDS_Long lose = DDS_MONITOR_EVENT_DATAWRITER_LOCATOR_PAIR_DELETE_AFTER;
     std::lock_guard<std::mutex> guard(events.mutex);
     EXPECT_EQ(events.kinds, (std::vector<DDS_Long>{create, gain, create, gain, lose, remove, lose, remove}));
-}
-
-TEST_F(WriterPathTest, IncompatibleReadersCountByPolicyUntilReset) {
-    writerQos.reliability.kind = DDS_BEST_EFFORT_RELIABILITY_QOS;
-    DDS_DataWriter *writer = createWriter();
-    ASSERT_NE(writer, nullptr);
-    addRawReader(false, 1);
-    addRawReader(false, 1);
-    DDS_OfferedIncompatibleQosStatus status = DDS_OfferedIncompatibleQosStatus_INITIALIZER;
-    ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &status), DDS_RETCODE_OK);
-    EXPECT_EQ(status.total_count, 2);
-    EXPECT_EQ(status.total_count_change, 2);
-    EXPECT_EQ(status.last_policy_id, static_cast<DDS_QosPolicyId_t>(ZEL_WIRE_POLICY_ID_RELIABILITY));
-    ASSERT_EQ(DDS_QosPolicyCountSeq_get_length(&status.policies), 1);
-    EXPECT_EQ(DDS_QosPolicyCountSeq_get_reference(&status.policies, 0)->count, 2);
-    ASSERT_EQ(DDS_DataWriter_get_offered_incompatible_qos_status(writer, &status), DDS_RETCODE_OK);
-    EXPECT_EQ(status.total_count_change, 0);
-    EXPECT_EQ(statusOf(DDS_DataWriter_get_publication_matched_status, writer).total_count, 0);
-    DDS_OfferedIncompatibleQosStatus_finalize(&status);
 }
 
 TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAsTheyComeAndGoEvenWithoutAnIndex) {
