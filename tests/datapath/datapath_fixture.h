@@ -172,10 +172,11 @@ protected:
     const ZELWireOps *wireOps() const { return DDS_Entity_getWireI(&participant->entity)->ops; }
 
     static DDS_ReturnCode_t readOrTake(DDS_DataReader *reader, dp_ShapeSeq *data, DDS_SampleInfoSeq *infos,
-                                       bool take, DDS_SampleStateMask sampleStates = DDS_ANY_SAMPLE_STATE) {
+                                       bool take, DDS_SampleStateMask sampleStates = DDS_ANY_SAMPLE_STATE,
+                                       DDS_ViewStateMask viewStates = DDS_ANY_VIEW_STATE,
+                                       DDS_InstanceStateMask instanceStates = DDS_ANY_INSTANCE_STATE) {
         return DDS_DataReader_read_or_take_untypedI(reader, reinterpret_cast<ZELSequence *>(data), infos,
-                                                    DDS_LENGTH_UNLIMITED, sampleStates, DDS_ANY_VIEW_STATE,
-                                                    DDS_ANY_INSTANCE_STATE,
+                                                    DDS_LENGTH_UNLIMITED, sampleStates, viewStates, instanceStates,
                                                     take ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE);
     }
 

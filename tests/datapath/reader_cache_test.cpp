@@ -78,12 +78,17 @@ TEST_F(ReaderCacheTest, DisposeEndsAGenerationAndANewSampleRevivesTheInstance) {
     EXPECT_FALSE(got[1].info.valid_data);
     EXPECT_EQ(got[1].info.instance_state, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE);
 
+    // Reborn, the instance is new and alive again.
     ASSERT_EQ(write(writer, "red", 2), DDS_RETCODE_OK);
-    got = samples(reader, true);
+    dp_ShapeSeq lent = ZEL_SEQUENCE_INITIALIZER;
+    DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(readOrTake(reader, &lent, &infos, true, DDS_ANY_SAMPLE_STATE, DDS_NEW_VIEW_STATE,
+                         DDS_ALIVE_INSTANCE_STATE),
+              DDS_RETCODE_OK);
+    got = zeltest::samplesOf(&lent, &infos);
+    ASSERT_EQ(returnLoan(reader, &lent, &infos), DDS_RETCODE_OK);
     ASSERT_EQ(got.size(), 1u);
     EXPECT_EQ(got[0].x, 2);
-    EXPECT_EQ(got[0].info.view_state, DDS_NEW_VIEW_STATE);
-    EXPECT_EQ(got[0].info.instance_state, DDS_ALIVE_INSTANCE_STATE);
     EXPECT_EQ(got[0].info.disposed_generation_count, 1);
 }
 

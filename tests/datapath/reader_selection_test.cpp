@@ -293,7 +293,6 @@ TEST_F(ReaderSelectionTest, ConditionsSelectByStatesAndBelongToTheirReader) {
     DDS_ReadCondition *disposed = DDS_DataReader_create_readcondition(
             untypedReader, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE);
     ASSERT_TRUE(unread != nullptr && disposed != nullptr);
-    EXPECT_EQ(DDS_ReadCondition_get_datareader(unread), untypedReader);
     EXPECT_FALSE(DDS_ReadCondition_get_trigger_value(unread));
 
     writeEach(untypedWriter, {{"red", 1}, {"blue", 2}, {"green", 3}});
