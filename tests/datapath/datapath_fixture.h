@@ -184,12 +184,15 @@ protected:
         return DDS_DataReader_return_loan_untypedI(reader, reinterpret_cast<ZELSequence *>(data), infos);
     }
 
-    // Every sample lent by a read or take, the loan returned; none when the
-    // reader has none to give.
-    static std::vector<Sample> samples(DDS_DataReader *reader, bool take) {
+    // Every sample in these states lent by a read or take, the loan
+    // returned; none when the reader has none to give.
+    static std::vector<Sample> samples(DDS_DataReader *reader, bool take,
+                                       DDS_ViewStateMask viewStates = DDS_ANY_VIEW_STATE,
+                                       DDS_InstanceStateMask instanceStates = DDS_ANY_INSTANCE_STATE) {
         dp_ShapeSeq data = ZEL_SEQUENCE_INITIALIZER;
         DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
-        if (readOrTake(reader, &data, &infos, take) != DDS_RETCODE_OK) {
+        if (readOrTake(reader, &data, &infos, take, DDS_ANY_SAMPLE_STATE, viewStates, instanceStates) !=
+            DDS_RETCODE_OK) {
             return {};
         }
         std::vector<Sample> out = samplesOf(&data, &infos);
