@@ -134,8 +134,6 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
               DDS_RETCODE_PRECONDITION_NOT_MET);
     EXPECT_EQ(DDS_DataWriter_unregister_instance_untyped_generalI(tickWriter, &tick, &DDS_HANDLE_NIL),
               DDS_RETCODE_PRECONDITION_NOT_MET);
-    EXPECT_TRUE(DDS_DataWriter_compare_typeI(tickWriter, "dp::Tick"));
-    EXPECT_FALSE(DDS_DataWriter_compare_typeI(tickWriter, "dp::Shape"));
 
     // A writer not enabled refuses data; its statuses read as initial.
     DDS_PublisherQos publisherQos = DDS_PublisherQos_INITIALIZER;
