@@ -212,6 +212,12 @@ protected:
         return xs;
     }
 
+    // Makes `text` the one filter parameter.
+    static bool setParameter(DDS_StringSeq *parameters, const char *text) {
+        const char *texts[] = {text};
+        return DDS_StringSeq_from_array(parameters, texts, 1);
+    }
+
     static DDS_DataReaderProtocolStatus protocolOf(DDS_DataReader *reader, bool reset = false) {
         return statusOf(DDS_DataReader_get_datareader_protocol_status_ex, reader, reset);
     }

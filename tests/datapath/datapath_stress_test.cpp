@@ -15,8 +15,7 @@ protected:
     void SetUp() override {
         DataPathTest::SetUp();
         DDS_StringSeq parameters{};
-        const char *texts[] = {"100"};
-        ASSERT_TRUE(DDS_StringSeq_initialize(&parameters) && DDS_StringSeq_from_array(&parameters, texts, 1));
+        ASSERT_TRUE(DDS_StringSeq_initialize(&parameters) && setParameter(&parameters, "100"));
         filter = DDS_DomainParticipant_create_contentfilteredtopic(participant, "Over", shapes, "x > %0", &parameters);
         DDS_StringSeq_finalize(&parameters);
         ASSERT_NE(filter, nullptr);
@@ -81,8 +80,7 @@ TEST_F(ReaderWriterStressTest, StatusesAndCachesStayConsistentWhileEverythingHap
         ASSERT_TRUE(DDS_DataReader_get_qos(owned, &changed) == DDS_RETCODE_OK &&
                     DDS_StringSeq_initialize(&parameters));
         for (int i = 0; finished.load() < 3; ++i) {
-            const char *texts[] = {i % 2 == 0 ? "150" : "100"};
-            ASSERT_TRUE(DDS_StringSeq_from_array(&parameters, texts, 1));
+            ASSERT_TRUE(setParameter(&parameters, i % 2 == 0 ? "150" : "100"));
             EXPECT_EQ(DDS_ContentFilteredTopic_set_expression_parameters(filter, &parameters), DDS_RETCODE_OK);
             setMs(&changed.deadline.period, 1 + static_cast<uint32_t>(i % 2));
             EXPECT_EQ(DDS_DataReader_set_qos(owned, &changed), DDS_RETCODE_OK);

@@ -18,11 +18,6 @@ protected:
         take(reader, &info, false);
         return info.instance_state;
     }
-
-    static bool setParameter(DDS_StringSeq *parameters, const char *text) {
-        const char *texts[] = {text};
-        return DDS_StringSeq_from_array(parameters, texts, 1);
-    }
 };
 
 TEST_F(ReaderQosBehaviourTest, ContentFiltersFitTheTypeDropSamplesBeforeTheCacheAndFollowNewParameters) {

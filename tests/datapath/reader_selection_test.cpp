@@ -19,11 +19,6 @@ struct Lent {
 
 class ReaderSelectionTest : public zeltest::DataPathTest {
 protected:
-    void SetUp() override {
-        DataPathTest::SetUp();
-        readerQos.history.depth = 4;
-    }
-
     // A typed writer and reader of the shapes; false when either is missing.
     bool createEndpoints() {
         untypedWriter = createWriter();
@@ -159,8 +154,7 @@ TEST_F(ReaderSelectionTest, OneInstanceIsReadOrTakenByHandleAndItsKeyComesBack) 
     ASSERT_TRUE(createEndpoints());
     writeEach(untypedWriter, {{"red", 1}, {"blue", 2}, {"red", 3}});
     const DDS_InstanceHandle_t red = lookup("red");
-    const DDS_InstanceHandle_t blue = lookup("blue");
-    ASSERT_TRUE(red.isValid && blue.isValid);
+    ASSERT_TRUE(red.isValid && lookup("blue").isValid);
     EXPECT_FALSE(lookup("purple").isValid);
 
     // Copied into the caller's sequence, at most max_samples, oldest first.
@@ -193,7 +187,6 @@ TEST_F(ReaderSelectionTest, OneInstanceIsReadOrTakenByHandleAndItsKeyComesBack) 
     ASSERT_EQ(dp_ShapeDataReader_get_key_value(reader, &key, &red), DDS_RETCODE_OK);
     EXPECT_STREQ(key.color, "red");
     EXPECT_EQ(key.x, 99);
-
     dp_Shape_finalize(&key);
 }
 
