@@ -198,16 +198,12 @@ TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
     writerQos.resource_limits.max_instances = 2;
     DDS_DataWriter *keepAll = createWriter();
     ASSERT_NE(keepAll, nullptr);
-    const struct {
-        const char *color;
-        DDS_ReturnCode_t expected;
-    } writes[] = {{"red", DDS_RETCODE_OK},    {"red", DDS_RETCODE_OK},
-                  {"red", DDS_RETCODE_OUT_OF_RESOURCES},   // a third sample of one instance
-                  {"blue", DDS_RETCODE_OK},
-                  {"green", DDS_RETCODE_OUT_OF_RESOURCES}, // a third instance
-                  {"blue", DDS_RETCODE_OUT_OF_RESOURCES}}; // a fourth sample in all
-    for (const auto &each : writes) {
-        EXPECT_EQ(write(keepAll, each.color, 1), each.expected) << each.color;
+    // Refused: a third red sample, green as a third instance, a second blue as a fourth sample.
+    const std::pair<const char *, DDS_ReturnCode_t> writes[] = {
+            {"red", DDS_RETCODE_OK},  {"red", DDS_RETCODE_OK},   {"red", DDS_RETCODE_OUT_OF_RESOURCES},
+            {"blue", DDS_RETCODE_OK}, {"green", DDS_RETCODE_OUT_OF_RESOURCES}, {"blue", DDS_RETCODE_OUT_OF_RESOURCES}};
+    for (const auto &[color, expected] : writes) {
+        EXPECT_EQ(write(keepAll, color, 1), expected) << color;
     }
     EXPECT_FALSE(DDS_DataWriter_lookup_instance_untypedI(keepAll, &shapeOf("green", 0)).isValid);
     cache = statusOf(DDS_DataWriter_get_datawriter_cache_status_ex, keepAll, false);
