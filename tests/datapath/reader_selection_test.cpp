@@ -226,7 +226,7 @@ TEST_F(ReaderSelectionTest, NextSampleConsumesUnreadSamplesOneByOneInCacheOrder)
 }
 
 // Narrowing to another type or from nothing gives no endpoint, read here as
-// a bad parameter like the other refusals. Each is logged with its reason.
+// a bad parameter like the other refusals; each is logged with its reason.
 TEST_F(ReaderSelectionTest, BadParametersAreRefusedAndLoggedWithTheirReasons) {
     ASSERT_TRUE(createEndpoints());
     EXPECT_EQ(dp_ShapeDataWriter_as_datawriter(writer), untypedWriter);
@@ -235,44 +235,32 @@ TEST_F(ReaderSelectionTest, BadParametersAreRefusedAndLoggedWithTheirReasons) {
     unknown.value[15] = static_cast<DDS_Octet>(unknown.value[15] ^ 0xff);
     DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
     DDS_SampleInfo info{};
-    const auto narrowed = [](const void *to) { return to != nullptr ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER; };
-    const struct {
-        std::function<DDS_ReturnCode_t()> call;
-        const char *context;
-        const char *reason;
-    } refusals[] = {
-            {[&] { return narrowed(dp_TickDataWriter_narrow(untypedWriter)); }, "TDataWriter_narrow",
-             "wrong type writer"},
-            {[&] { return narrowed(dp_ShapeDataWriter_narrow(nullptr)); }, "TDataWriter_narrow", "null writer"},
-            {[&] { return narrowed(dp_TickDataReader_narrow(untypedReader)); }, "TDataReader_narrow",
-             "wrong type reader"},
-            {[&] { return narrowed(dp_ShapeDataReader_narrow(nullptr)); }, "TDataReader_narrow", "null reader"},
-            {[&] { return narrowed(dp_ShapeDataWriter_as_datawriter(nullptr)); }, "TDataWriter_as_datawriter",
-             "null writer"},
-            {[&] { return narrowed(dp_ShapeDataReader_as_datareader(nullptr)); }, "TDataReader_as_datareader",
-             "null reader"},
-            {[&] { return dp_ShapeDataReader_get_key_value(reader, &shape, &unknown); },
-             "DDS_DataReader_get_key_value", "unknown instance"},
-            {[&] { return byInstance(false, &unknown).result; }, "DDS_DataReader_read_instance", "unknown instance"},
-            {[&] { return byInstance(true, &DDS_HANDLE_NIL).result; }, "DDS_DataReader_take_instance", "handle"},
-            {[&] { return dp_ShapeDataReader_take_next_sample(reader, nullptr, &info); },
-             "dp_ShapeDataReader_take_next_sample", "received_data"},
-            {[&] { return dp_ShapeDataReader_read_next_sample(reader, &shape, nullptr); },
-             "DDS_DataReader_read_next_sample", "sample_info"},
-            {[&] {
-                 return dp_ShapeDataReader_take(reader, nullptr, &infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE,
-                                                DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
-             },
-             "dp_ShapeDataReader_take", "received_data"},
-    };
     zeltest::LogCapture log;
-    for (const auto &refusal : refusals) {
+    // Checks the refusal and the line it logged, then forgets the lines.
+    const auto refused = [&](DDS_ReturnCode_t result, const char *context, const char *reason) {
+        EXPECT_EQ(result, DDS_RETCODE_BAD_PARAMETER) << context;
+        EXPECT_TRUE(log.contains(context, ZEL_LOG_BAD_PARAMETER_s, std::string("bad parameter: ") + reason + "\n"))
+                << context;
         log.clear();
-        EXPECT_EQ(refusal.call(), DDS_RETCODE_BAD_PARAMETER) << refusal.context;
-        EXPECT_TRUE(log.contains(refusal.context, ZEL_LOG_BAD_PARAMETER_s,
-                                 std::string("bad parameter: ") + refusal.reason + "\n"))
-                << refusal.context;
-    }
+    };
+    const auto narrowed = [](const void *to) { return to != nullptr ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER; };
+    refused(narrowed(dp_TickDataWriter_narrow(untypedWriter)), "TDataWriter_narrow", "wrong type writer");
+    refused(narrowed(dp_ShapeDataWriter_narrow(nullptr)), "TDataWriter_narrow", "null writer");
+    refused(narrowed(dp_TickDataReader_narrow(untypedReader)), "TDataReader_narrow", "wrong type reader");
+    refused(narrowed(dp_ShapeDataReader_narrow(nullptr)), "TDataReader_narrow", "null reader");
+    refused(narrowed(dp_ShapeDataWriter_as_datawriter(nullptr)), "TDataWriter_as_datawriter", "null writer");
+    refused(narrowed(dp_ShapeDataReader_as_datareader(nullptr)), "TDataReader_as_datareader", "null reader");
+    refused(dp_ShapeDataReader_get_key_value(reader, &shape, &unknown), "DDS_DataReader_get_key_value",
+            "unknown instance");
+    refused(byInstance(false, &unknown).result, "DDS_DataReader_read_instance", "unknown instance");
+    refused(byInstance(true, &DDS_HANDLE_NIL).result, "DDS_DataReader_take_instance", "handle");
+    refused(dp_ShapeDataReader_take_next_sample(reader, nullptr, &info), "dp_ShapeDataReader_take_next_sample",
+            "received_data");
+    refused(dp_ShapeDataReader_read_next_sample(reader, &shape, nullptr), "DDS_DataReader_read_next_sample",
+            "sample_info");
+    refused(dp_ShapeDataReader_take(reader, nullptr, &infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE,
+                                    DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE),
+            "dp_ShapeDataReader_take", "received_data");
     // Nothing is lent to give back.
     dp_ShapeSeq data = ZEL_SEQUENCE_INITIALIZER;
     EXPECT_EQ(dp_ShapeDataReader_return_loan(reader, &data, &infos), DDS_RETCODE_PRECONDITION_NOT_MET);
