@@ -4,7 +4,6 @@
 // refusals of wrong types, null arguments and unknown handles with their log
 // lines, and allocation failures met by clean refusals.
 #include <algorithm>
-#include <functional>
 
 #include "datapath_fixture.h"
 
@@ -40,58 +39,48 @@ protected:
         return dp_ShapeDataReader_lookup_instance(reader, &shapeOf(color, 0));
     }
 
-    // Runs a lending read or take, records what it lent and returns the loan.
-    Lent lent(const std::function<DDS_ReturnCode_t(dp_ShapeSeq *, DDS_SampleInfoSeq *)> &operation) {
+    // Runs a lending read or take of `from` with the arguments that follow
+    // the sequences and their length, records what it lent and returns the loan.
+    template <class Operation, class... Arguments>
+    static Lent lent(Operation operation, dp_ShapeDataReader *from, Arguments... arguments) {
         Lent out{};
         dp_ShapeSeq data = ZEL_SEQUENCE_INITIALIZER;
         DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
-        out.result = operation(&data, &infos);
+        out.result = operation(from, &data, &infos, DDS_LENGTH_UNLIMITED, arguments...);
         if (out.result == DDS_RETCODE_OK) {
             out.samples = zeltest::samplesOf(&data, &infos);
-            EXPECT_EQ(dp_ShapeDataReader_return_loan(reader, &data, &infos), DDS_RETCODE_OK);
+            EXPECT_EQ(dp_ShapeDataReader_return_loan(from, &data, &infos), DDS_RETCODE_OK);
         }
-        dp_ShapeSeq_finalize(&data);
-        DDS_SampleInfoSeq_finalize(&infos);
         return out;
     }
 
     // Every sample in the cache, read (so marked read) in arrival order.
     std::vector<Sample> readAll() {
-        return lent([&](dp_ShapeSeq *data, DDS_SampleInfoSeq *infos) {
-                   return dp_ShapeDataReader_read(reader, data, infos, DDS_LENGTH_UNLIMITED, DDS_ANY_SAMPLE_STATE,
-                                                  DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
-               }).samples;
+        return lent(dp_ShapeDataReader_read, reader, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE)
+                .samples;
     }
 
     Lent byInstance(bool take, const DDS_InstanceHandle_t *handle) {
-        return lent([&](dp_ShapeSeq *data, DDS_SampleInfoSeq *infos) {
-            return (take ? dp_ShapeDataReader_take_instance : dp_ShapeDataReader_read_instance)(
-                    reader, data, infos, DDS_LENGTH_UNLIMITED, handle, DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
-                    DDS_ANY_INSTANCE_STATE);
-        });
+        return lent(take ? dp_ShapeDataReader_take_instance : dp_ShapeDataReader_read_instance, reader, handle,
+                    DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE);
     }
 
     Lent nextInstance(bool take, const DDS_InstanceHandle_t *previous, DDS_SampleStateMask sampleStates,
                       DDS_InstanceStateMask instanceStates) {
-        return lent([&](dp_ShapeSeq *data, DDS_SampleInfoSeq *infos) {
-            return (take ? dp_ShapeDataReader_take_next_instance : dp_ShapeDataReader_read_next_instance)(
-                    reader, data, infos, DDS_LENGTH_UNLIMITED, previous, sampleStates, DDS_ANY_VIEW_STATE,
-                    instanceStates);
-        });
+        return lent(take ? dp_ShapeDataReader_take_next_instance : dp_ShapeDataReader_read_next_instance, reader,
+                    previous, sampleStates, DDS_ANY_VIEW_STATE, instanceStates);
     }
 
     // The condition forms; a `previous` handle selects the next-instance one.
-    Lent withCondition(dp_ShapeDataReader *from, DDS_ReadCondition *condition, bool take,
-                       const DDS_InstanceHandle_t *previous = nullptr) {
-        return lent([&](dp_ShapeSeq *data, DDS_SampleInfoSeq *infos) {
-            if (previous != nullptr) {
-                return (take ? dp_ShapeDataReader_take_next_instance_w_condition
-                             : dp_ShapeDataReader_read_next_instance_w_condition)(
-                        from, data, infos, DDS_LENGTH_UNLIMITED, previous, condition);
-            }
-            return (take ? dp_ShapeDataReader_take_w_condition : dp_ShapeDataReader_read_w_condition)(
-                    from, data, infos, DDS_LENGTH_UNLIMITED, condition);
-        });
+    static Lent withCondition(dp_ShapeDataReader *from, DDS_ReadCondition *condition, bool take,
+                              const DDS_InstanceHandle_t *previous = nullptr) {
+        if (previous != nullptr) {
+            return lent(take ? dp_ShapeDataReader_take_next_instance_w_condition
+                             : dp_ShapeDataReader_read_next_instance_w_condition,
+                        from, previous, condition);
+        }
+        return lent(take ? dp_ShapeDataReader_take_w_condition : dp_ShapeDataReader_read_w_condition, from,
+                    condition);
     }
 
     DDS_DataWriter *untypedWriter = nullptr;
