@@ -27,6 +27,7 @@ TEST_F(ReaderCacheTest, LentAndCopiedSamplesFollowArrivalOrderStatesAndDepth) {
     ASSERT_EQ(readOrTake(reader, &lent, &lentInfos, false), DDS_RETCODE_OK);
     ASSERT_EQ(dp_ShapeSeq_get_length(&lent), 3);
     const std::vector<Sample> got = zeltest::samplesOf(&lent, &lentInfos);
+    ASSERT_EQ(got.size(), 3u);
     const Xs expectedX = {3, 4, 2};
     for (size_t i = 0; i < got.size(); ++i) {
         EXPECT_EQ(got[i].x, expectedX[i]);
