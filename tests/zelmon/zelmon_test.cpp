@@ -134,7 +134,20 @@ std::unique_ptr<Program> startDemo(const char *role, bool clean = false) {
 
 class ZelmonTest : public ::testing::Test {
 protected:
-    void SetUp() override { setenv("ZEL_WIRE", "cyclone", 1); }
+    void SetUp() override {
+        setenv("ZEL_WIRE", "cyclone", 1);
+        // The default configuration with a domain tag of this test's own:
+        // what other tests' demos leave behind (a killed one lives on until
+        // its lease ends) stays out of sight. Console and demos inherit it.
+        const std::string config =
+                "<CycloneDDS><Domain Id=\"any\"><General><Interfaces><NetworkInterface address=\"127.0.0.1\"/>"
+                "</Interfaces><AllowMulticast>false</AllowMulticast></General><Discovery><Tag>zelmon-test-" +
+                std::to_string(getpid()) +
+                "</Tag><ParticipantIndex>auto</ParticipantIndex><MaxAutoParticipantIndex>60</MaxAutoParticipantIndex>"
+                "<Peers><Peer address=\"127.0.0.1\"/></Peers></Discovery><Internal><GenerateKeyhash>true"
+                "</GenerateKeyhash></Internal></Domain></CycloneDDS>";
+        setenv("CYCLONEDDS_URI", config.c_str(), 1);
+    }
     void startDemos(bool clean = false) {
         publisher_ = startDemo("publisher", clean);
         subscriber_ = startDemo("subscriber", clean);
