@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <set>
 
 namespace zelmon {
 namespace {
@@ -132,6 +131,7 @@ void SystemModel::applyDescription(EntityKind kind, const MonitoringSample &samp
                     leaving.push_back(child->key);
                 }
                 entities_.erase(gone);
+                deleted_.insert(gone);
             }
         } else if (auto at = entities_.find(key); at != entities_.end()) {
             at->second.writerGone = true;
@@ -158,7 +158,11 @@ void SystemModel::applyStatistics(EntityKind kind, const MonitoringSample &sampl
     if (!sample.valid) {
         return;
     }
-    Entity &entity = entityFor(kind, keyString(sample.data[ownKey]));
+    const std::string key = keyString(sample.data[ownKey]);
+    if (deleted_.count(key) != 0) {
+        return;
+    }
+    Entity &entity = entityFor(kind, key);
     entity.statistics = sample.data;
     entity.periodNs = durationNs(sample.data["period"]);
     entity.heard = now;

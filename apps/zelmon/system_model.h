@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -85,6 +86,9 @@ private:
     void applyMatch(const char *ownKey, const char *remoteKey, const MonitoringSample &sample);
 
     std::map<std::string, Entity> entities_;
+    // Keys of deleted entities: statistics published just before the
+    // deletion may still arrive after it, and must not bring them back.
+    std::set<std::string> deleted_;
 };
 
 }  // namespace zelmon
