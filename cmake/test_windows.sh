@@ -7,18 +7,7 @@ cd "$(dirname "$0")/.."
 build="$1"
 jobs="$2"
 
-packages=(gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix wine64 wine)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  sudo=""
-  [ "$(id -u)" -eq 0 ] || sudo="sudo"
-  echo "installing: ${missing[*]}"
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+cmake/install_deps.sh gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix wine64 wine
 
 # The IDL compiler runs on this machine: built natively first.
 [ -f "$build/normal/build.ninja" ] || cmake -S . -B "$build/normal" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo

@@ -1,4 +1,4 @@
-// Host and process ids.
+// Host address and name, and the process id.
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -8,12 +8,9 @@
 
 #include <cstdint>
 
+#include "os/os_identity.h"
 #include "vurncore/osapi.h"
 
-namespace {
-
-// The first IPv4 address of an interface that is up and not a loopback, in
-// host byte order; 0 when there is none.
 uint32_t ZELOsapiHost_getIpv4AddressI() {
     struct ifaddrs *interfaces = nullptr;
     if (getifaddrs(&interfaces) != 0) {
@@ -36,39 +33,14 @@ uint32_t ZELOsapiHost_getIpv4AddressI() {
     return address;
 }
 
-// FNV-1a over the host name: a host without a usable address still gets an
-// id that is the same on every call.
-uint32_t ZELOsapiHost_hashNameI() {
-    char name[256] = {0};
-    if (gethostname(name, sizeof(name) - 1) != 0) {
+void ZELOsapiHost_getNameI(char *name, size_t size) {
+    if (gethostname(name, size - 1) != 0) {
         name[0] = '\0';
     }
-    uint32_t hash = 2166136261u;
-    for (const char *c = name; *c != '\0'; ++c) {
-        hash ^= static_cast<uint8_t>(*c);
-        hash *= 16777619u;
-    }
-    return hash;
+    name[size - 1] = '\0';
 }
-
-uint32_t ZELOsapiHost_computeIdI() {
-    uint32_t id = ZELOsapiHost_getIpv4AddressI();
-    if (id == 0) {
-        id = ZELOsapiHost_hashNameI();
-    }
-    // 0 reads as "unknown host" to those who compare ids.
-    return id != 0 ? id : 1u;
-}
-
-}  // namespace
 
 extern "C" {
-
-uint32_t ZELOsapiHost_getId(void) {
-    // Computed once: interfaces may come and go, the id must not.
-    static const uint32_t id = ZELOsapiHost_computeIdI();
-    return id;
-}
 
 uint32_t ZELOsapiProcess_getId(void) { return static_cast<uint32_t>(getpid()); }
 

@@ -7,44 +7,16 @@
 #include <cstdint>
 
 #include "os/posix/os_posix.h"
+#include "os/os_semaphore_state.h"
 #include "vurncore/clock.h"
 #include "vurncore/heap.h"
 #include "vurncore/osapi.h"
 
 struct ZELOsapiSemaphore {
-    enum ZELOsapiSemaphoreKind kind;
     pthread_mutex_t mutex;
     pthread_cond_t condition;
-    bool given;        // binary kind; guarded by mutex
-    uint64_t owner;    // mutex kind: taking thread's id; guarded by mutex
-    uint32_t depth;    // mutex kind: takes not yet given back; guarded by mutex
+    ZELOsapiSemaphoreStateI state;  // guarded by mutex
 };
-
-namespace {
-
-// True when the calling thread may take `semaphore` now; takes it then.
-bool ZELOsapiSemaphore_tryTakeLockedI(struct ZELOsapiSemaphore *semaphore, uint64_t self) {
-    if (semaphore->kind == ZEL_OSAPI_SEMAPHORE_KIND_BINARY) {
-        if (!semaphore->given) {
-            return false;
-        }
-        semaphore->given = false;
-        return true;
-    }
-    if (semaphore->depth != 0 && semaphore->owner != self) {
-        return false;
-    }
-    // A recursive take beyond what the counter holds is refused rather
-    // than wrapped to zero.
-    if (semaphore->depth == UINT32_MAX) {
-        return false;
-    }
-    semaphore->owner = self;
-    semaphore->depth += 1;
-    return true;
-}
-
-}  // namespace
 
 extern "C" {
 
@@ -59,7 +31,7 @@ struct ZELOsapiSemaphore *ZELOsapiSemaphore_new(enum ZELOsapiSemaphoreKind kind,
     if (semaphore == nullptr) {
         return nullptr;
     }
-    semaphore->kind = kind;
+    semaphore->state = ZELOsapiSemaphoreStateI{kind, false, 0, 0};
     pthread_condattr_t attributes;
     if (pthread_condattr_init(&attributes) != 0) {
         ZELOsapiHeap_freeStructure(semaphore);
@@ -104,8 +76,8 @@ enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_take(struct ZELOsapiSemaphore *se
         return ZEL_OSAPI_SEMAPHORE_STATUS_ERROR;
     }
     enum ZELOsapiSemaphoreStatus status = ZEL_OSAPI_SEMAPHORE_STATUS_OK;
-    while (!ZELOsapiSemaphore_tryTakeLockedI(semaphore, self)) {
-        if (semaphore->kind == ZEL_OSAPI_SEMAPHORE_KIND_MUTEX && semaphore->owner == self) {
+    while (!ZELOsapiSemaphoreState_tryTakeI(&semaphore->state, self)) {
+        if (ZELOsapiSemaphoreState_isFullI(&semaphore->state, self)) {
             status = ZEL_OSAPI_SEMAPHORE_STATUS_ERROR;  // the recursion counter is full
             break;
         }
@@ -113,7 +85,7 @@ enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_take(struct ZELOsapiSemaphore *se
                                    : pthread_cond_timedwait(&semaphore->condition, &semaphore->mutex, &deadline);
         if (result == ETIMEDOUT) {
             // The semaphore may have been given just as the wait expired.
-            status = ZELOsapiSemaphore_tryTakeLockedI(semaphore, self) ? ZEL_OSAPI_SEMAPHORE_STATUS_OK
+            status = ZELOsapiSemaphoreState_tryTakeI(&semaphore->state, self) ? ZEL_OSAPI_SEMAPHORE_STATUS_OK
                                                                        : ZEL_OSAPI_SEMAPHORE_STATUS_TIMEOUT;
             break;
         }
@@ -133,18 +105,9 @@ enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_give(struct ZELOsapiSemaphore *se
     if (pthread_mutex_lock(&semaphore->mutex) != 0) {
         return ZEL_OSAPI_SEMAPHORE_STATUS_ERROR;
     }
-    enum ZELOsapiSemaphoreStatus status = ZEL_OSAPI_SEMAPHORE_STATUS_OK;
     bool wake = false;
-    if (semaphore->kind == ZEL_OSAPI_SEMAPHORE_KIND_BINARY) {
-        semaphore->given = true;
-        wake = true;
-    } else if (semaphore->depth == 0 || semaphore->owner != ZELOsapiThread_getCurrentId()) {
-        // Only the owner gives a mutex back.
-        status = ZEL_OSAPI_SEMAPHORE_STATUS_ERROR;
-    } else {
-        semaphore->depth -= 1;
-        wake = semaphore->depth == 0;
-    }
+    const enum ZELOsapiSemaphoreStatus status =
+            ZELOsapiSemaphoreState_giveI(&semaphore->state, ZELOsapiThread_getCurrentId(), &wake);
     if (wake) {
         pthread_cond_signal(&semaphore->condition);
     }

@@ -1,4 +1,4 @@
-// Host and process ids.
+// Host address and name, and the process id.
 #include <winsock2.h>
 #include <iphlpapi.h>
 #include <windows.h>
@@ -6,12 +6,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "os/os_identity.h"
 #include "vurncore/osapi.h"
 
-namespace {
-
-// The first IPv4 address of an adapter that is up and not a loopback, in
-// host byte order; 0 when there is none.
 uint32_t ZELOsapiHost_getIpv4AddressI() {
     ULONG size = 16 * 1024;
     std::vector<unsigned char> buffer;
@@ -46,40 +43,14 @@ uint32_t ZELOsapiHost_getIpv4AddressI() {
     return 0;
 }
 
-// FNV-1a over the computer name: a host without a usable address still gets
-// an id that is the same on every call.
-uint32_t ZELOsapiHost_hashNameI() {
-    char name[MAX_COMPUTERNAME_LENGTH + 1] = {0};
-    DWORD length = sizeof(name);
+void ZELOsapiHost_getNameI(char *name, size_t size) {
+    DWORD length = static_cast<DWORD>(size);
     if (!GetComputerNameA(name, &length)) {
         name[0] = '\0';
     }
-    uint32_t hash = 2166136261u;
-    for (const char *c = name; *c != '\0'; ++c) {
-        hash ^= static_cast<uint8_t>(*c);
-        hash *= 16777619u;
-    }
-    return hash;
 }
-
-uint32_t ZELOsapiHost_computeIdI() {
-    uint32_t id = ZELOsapiHost_getIpv4AddressI();
-    if (id == 0) {
-        id = ZELOsapiHost_hashNameI();
-    }
-    // 0 reads as "unknown host" to those who compare ids.
-    return id != 0 ? id : 1u;
-}
-
-}  // namespace
 
 extern "C" {
-
-uint32_t ZELOsapiHost_getId(void) {
-    // Computed once: adapters may come and go, the id must not.
-    static const uint32_t id = ZELOsapiHost_computeIdI();
-    return id;
-}
 
 uint32_t ZELOsapiProcess_getId(void) { return static_cast<uint32_t>(GetCurrentProcessId()); }
 

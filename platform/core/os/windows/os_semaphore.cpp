@@ -6,44 +6,16 @@
 #include <cstdint>
 
 #include "os/windows/os_windows.h"
+#include "os/os_semaphore_state.h"
 #include "vurncore/clock.h"
 #include "vurncore/heap.h"
 #include "vurncore/osapi.h"
 
 struct ZELOsapiSemaphore {
-    enum ZELOsapiSemaphoreKind kind;
     SRWLOCK lock;
     CONDITION_VARIABLE condition;
-    bool given;        // binary kind; guarded by lock
-    uint64_t owner;    // mutex kind: taking thread's id; guarded by lock
-    uint32_t depth;    // mutex kind: takes not yet given back; guarded by lock
+    ZELOsapiSemaphoreStateI state;  // guarded by lock
 };
-
-namespace {
-
-// True when the calling thread may take `semaphore` now; takes it then.
-bool ZELOsapiSemaphore_tryTakeLockedI(struct ZELOsapiSemaphore *semaphore, uint64_t self) {
-    if (semaphore->kind == ZEL_OSAPI_SEMAPHORE_KIND_BINARY) {
-        if (!semaphore->given) {
-            return false;
-        }
-        semaphore->given = false;
-        return true;
-    }
-    if (semaphore->depth != 0 && semaphore->owner != self) {
-        return false;
-    }
-    // A recursive take beyond what the counter holds is refused rather
-    // than wrapped to zero.
-    if (semaphore->depth == UINT32_MAX) {
-        return false;
-    }
-    semaphore->owner = self;
-    semaphore->depth += 1;
-    return true;
-}
-
-}  // namespace
 
 extern "C" {
 
@@ -60,12 +32,9 @@ struct ZELOsapiSemaphore *ZELOsapiSemaphore_new(enum ZELOsapiSemaphoreKind kind,
     }
     // Slim locks and condition variables need no resources of their own:
     // nothing here can fail.
-    semaphore->kind = kind;
+    semaphore->state = ZELOsapiSemaphoreStateI{kind, false, 0, 0};
     InitializeSRWLock(&semaphore->lock);
     InitializeConditionVariable(&semaphore->condition);
-    semaphore->given = false;
-    semaphore->owner = 0;
-    semaphore->depth = 0;
     return semaphore;
 }
 
@@ -85,8 +54,8 @@ enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_take(struct ZELOsapiSemaphore *se
     const uint64_t self = ZELOsapiThread_getCurrentId();
     AcquireSRWLockExclusive(&semaphore->lock);
     enum ZELOsapiSemaphoreStatus status = ZEL_OSAPI_SEMAPHORE_STATUS_OK;
-    while (!ZELOsapiSemaphore_tryTakeLockedI(semaphore, self)) {
-        if (semaphore->kind == ZEL_OSAPI_SEMAPHORE_KIND_MUTEX && semaphore->owner == self) {
+    while (!ZELOsapiSemaphoreState_tryTakeI(&semaphore->state, self)) {
+        if (ZELOsapiSemaphoreState_isFullI(&semaphore->state, self)) {
             status = ZEL_OSAPI_SEMAPHORE_STATUS_ERROR;  // the recursion counter is full
             break;
         }
@@ -100,7 +69,7 @@ enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_take(struct ZELOsapiSemaphore *se
             // the monotonic deadline says that time is up. The semaphore
             // may also have been given just as the wait expired.
             if (ZELOsapiClock_millisecondsUntilI(deadline) == 0) {
-                status = ZELOsapiSemaphore_tryTakeLockedI(semaphore, self) ? ZEL_OSAPI_SEMAPHORE_STATUS_OK
+                status = ZELOsapiSemaphoreState_tryTakeI(&semaphore->state, self) ? ZEL_OSAPI_SEMAPHORE_STATUS_OK
                                                                            : ZEL_OSAPI_SEMAPHORE_STATUS_TIMEOUT;
                 break;
             }
@@ -115,18 +84,9 @@ enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_give(struct ZELOsapiSemaphore *se
         return ZEL_OSAPI_SEMAPHORE_STATUS_ERROR;
     }
     AcquireSRWLockExclusive(&semaphore->lock);
-    enum ZELOsapiSemaphoreStatus status = ZEL_OSAPI_SEMAPHORE_STATUS_OK;
     bool wake = false;
-    if (semaphore->kind == ZEL_OSAPI_SEMAPHORE_KIND_BINARY) {
-        semaphore->given = true;
-        wake = true;
-    } else if (semaphore->depth == 0 || semaphore->owner != ZELOsapiThread_getCurrentId()) {
-        // Only the owner gives a mutex back.
-        status = ZEL_OSAPI_SEMAPHORE_STATUS_ERROR;
-    } else {
-        semaphore->depth -= 1;
-        wake = semaphore->depth == 0;
-    }
+    const enum ZELOsapiSemaphoreStatus status =
+            ZELOsapiSemaphoreState_giveI(&semaphore->state, ZELOsapiThread_getCurrentId(), &wake);
     ReleaseSRWLockExclusive(&semaphore->lock);
     if (wake) {
         WakeConditionVariable(&semaphore->condition);
