@@ -118,6 +118,10 @@ bool remoteWriter(ZELCycloneEndpointI *endpoint, dds_instance_handle_t handle, Z
     return false;
 }
 
+void ignoreMatch(void *, const ZELWireMatchInfo *) {}
+void ignoreIncompatible(void *, const ZELWireGuid *, uint32_t) {}
+ZELWireDeliveryResult ignoreSample(void *, const ZELWireSample *) { return ZEL_WIRE_DELIVERY_ACCEPTED; }
+
 void deliver(ZELCycloneEndpointI *endpoint, const ddsi_serdata *serdata, const dds_sample_info_t &info,
              std::vector<uint8_t> *scratch) {
     ZELCycloneRemoteI remote{};
@@ -206,10 +210,21 @@ ZELCycloneEndpointI *endpointCreate(ZELWireParticipant *handle, const ZELWireEnd
     endpoint->participant = participant;
     endpoint->guid = params->guid;
     endpoint->deleting = false;
+    // A listener may leave out what it does not want to hear, as on the
+    // in-process wire: the missing calls do nothing.
     if (isWriter) {
         endpoint->writerListener = *writerListener;
+        ZELWireWriterListener &listener = endpoint->writerListener;
+        listener.onMatched = listener.onMatched != nullptr ? listener.onMatched : ignoreMatch;
+        listener.onUnmatched = listener.onUnmatched != nullptr ? listener.onUnmatched : ignoreMatch;
+        listener.onIncompatible = listener.onIncompatible != nullptr ? listener.onIncompatible : ignoreIncompatible;
     } else {
         endpoint->readerListener = *readerListener;
+        ZELWireReaderListener &listener = endpoint->readerListener;
+        listener.onMatched = listener.onMatched != nullptr ? listener.onMatched : ignoreMatch;
+        listener.onUnmatched = listener.onUnmatched != nullptr ? listener.onUnmatched : ignoreMatch;
+        listener.onIncompatible = listener.onIncompatible != nullptr ? listener.onIncompatible : ignoreIncompatible;
+        listener.onSample = listener.onSample != nullptr ? listener.onSample : ignoreSample;
     }
     ddsi_sertype *sertype = ZELCycloneSertype_newI(params->typeName, endpoint->keyed);
     if (sertype == nullptr) {
