@@ -4,6 +4,8 @@
 // policy, and the counters follow. A wire with threads of its own may
 // report later than the call that caused it, so the checks wait.
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -120,6 +122,46 @@ TEST_P(WireContractTest, AnIncompatiblePairNamesThePolicyOnBothSides) {
     }
     ops_->deleteWriter(writerHandle);
     ops_->deleteReader(readerHandle);
+}
+
+// Matching a new endpoint must not wait on an endpoint that another thread
+// is writing on, nor the writer on the creation.
+TEST_P(WireContractTest, EndpointsComeAndGoWhileAMatchingWriterWrites) {
+    ZELWireParticipant *a = participant(0);
+    ZELWireParticipant *b = participant(0);
+    Recorder w;
+    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", offered());
+    ASSERT_NE(writerHandle, nullptr);
+    std::atomic<bool> stop{false};
+    std::thread writing([&] {
+        const std::vector<uint8_t> data = {0, 1, 0, 0, 1, 2, 3, 4};
+        for (int64_t n = 1; !stop; ++n) {
+            const ZELWireSample s = sample(3, n, data);
+            ops_->write(writerHandle, &s);
+        }
+    });
+    for (uint32_t id = 2; id < 12; ++id) {
+        Recorder r;
+        ZELWireReader *readerHandle = reader(id % 2 == 0 ? a : b, id, &r);
+        ASSERT_NE(readerHandle, nullptr);
+        const Events events = r.takeEventually(1);
+        ASSERT_FALSE(events.empty());
+        EXPECT_EQ(events[0], "matched 1");
+        ops_->deleteReader(readerHandle);
+    }
+    stop = true;
+    writing.join();
+    // A wire that learns of matches later may miss one that ended before
+    // it looked, but each match it reported ends once.
+    ops_->deleteWriter(writerHandle);
+    const Events writerEvents = w.take();
+    for (uint32_t id = 2; id < 12; ++id) {
+        const auto count = [&](const std::string &event) {
+            return std::count(writerEvents.begin(), writerEvents.end(), event + " " + std::to_string(id));
+        };
+        EXPECT_LE(count("matched"), 1) << id;
+        EXPECT_EQ(count("matched"), count("unmatched")) << id;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWire, WireContractTest, ::testing::Values("loopback", "cyclone"),

@@ -64,7 +64,7 @@ void onMatchedStatus(ZELCycloneEndpointI *endpoint, dds_entity_t entity) {
     std::lock_guard<std::recursive_mutex> callbacks(endpoint->callbackMutex);
     learnEntity(endpoint, entity);
     if (endpointLive(endpoint)) {
-        ZELCycloneEndpoint_syncMatchesI(endpoint);
+        ZELCycloneMatchSync_requestI(&endpoint->participant->wire->matchSync, endpoint);
     }
 }
 
@@ -291,6 +291,8 @@ void endpointDelete(ZELCycloneEndpointI *endpoint) {
         std::lock_guard<std::mutex> guard(endpoint->mutex);
         lost.swap(endpoint->matches);
     }
+    // No listener queues it any more: take it out of the match thread's way.
+    ZELCycloneMatchSync_forgetI(&endpoint->participant->wire->matchSync, endpoint);
     for (const ZELCycloneRemoteI &remote : lost) {
         const ZELWireMatchInfo info = matchInfo(remote);
         if (endpoint->isWriter) {
@@ -317,6 +319,13 @@ ZELBoolean matchCounters(ZELCycloneEndpointI *endpoint, const ZELWireGuid *remot
 }
 
 }  // namespace
+
+void ZELCycloneEndpoint_syncMatchesIfLiveI(ZELCycloneEndpointI *endpoint) {
+    std::lock_guard<std::recursive_mutex> callbacks(endpoint->callbackMutex);
+    if (endpointLive(endpoint)) {
+        ZELCycloneEndpoint_syncMatchesI(endpoint);
+    }
+}
 
 void ZELCycloneEndpoint_syncMatchesI(ZELCycloneEndpointI *endpoint) {
     std::vector<dds_instance_handle_t> handles;

@@ -16,13 +16,21 @@
 // serializes them with the endpoint's deletion: once `deleting` is set no
 // callback reaches the DDS layer, and the deletion reports the unmatches
 // itself before it deletes the Cyclone entity.
+//
+// Matches. A match listener may run on a thread that holds the locks of
+// another entity (the one whose creation made the match), so asking Cyclone
+// for the endpoint's matches there can deadlock with a thread writing on the
+// endpoint. Listeners only queue the endpoint; one thread per wire brings
+// its matches in line.
 #ifndef ZEL_CYCLONE_PRIVATE_H
 #define ZEL_CYCLONE_PRIVATE_H
 
 #include <dds/dds.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "wire.h"
@@ -36,11 +44,25 @@ struct ZELCycloneDomainI {
     int users;
 };
 
+struct ZELCycloneEndpointI;
+
+// The wire's match thread and the endpoints waiting for it.
+struct ZELCycloneMatchSyncI {
+    std::mutex mutex;
+    std::condition_variable wake;                // work queued, or stop
+    std::condition_variable done;                // `busy` went back to NULL
+    std::vector<ZELCycloneEndpointI *> pending;  // [mutex]
+    ZELCycloneEndpointI *busy = nullptr;         // [mutex] the one being synced
+    bool stop = false;                           // [mutex]
+    std::thread thread;
+};
+
 struct ZELCycloneWireI {
     ZELWire base;  // first: the table
     std::mutex mutex;
     std::vector<ZELCycloneDomainI> domains;  // [mutex]
     long participantCount;                   // [mutex]
+    ZELCycloneMatchSyncI matchSync;
 };
 
 // A remote topic found inconsistent with one of a participant's topics.
@@ -126,6 +148,19 @@ bool ZELCycloneSerdata_toSampleI(const struct ddsi_serdata *serdata, ZELWireSamp
 // Brings the endpoint's matches in line with Cyclone's, reporting each new
 // and lost one [callbackMutex held].
 void ZELCycloneEndpoint_syncMatchesI(ZELCycloneEndpointI *endpoint);
+// The same unless the endpoint is being deleted [no lock held].
+void ZELCycloneEndpoint_syncMatchesIfLiveI(ZELCycloneEndpointI *endpoint);
+
+// ---- the match thread (cyclone_match_sync.cpp) ----
+// Starts the thread; false (logged) when the system refuses one.
+bool ZELCycloneMatchSync_startI(ZELCycloneMatchSyncI *sync);
+// Stops the thread once what it does now is done.
+void ZELCycloneMatchSync_stopI(ZELCycloneMatchSyncI *sync);
+// Queues the endpoint for a sync, once however often asked.
+void ZELCycloneMatchSync_requestI(ZELCycloneMatchSyncI *sync, ZELCycloneEndpointI *endpoint);
+// Takes the endpoint out of the queue and waits for a sync of it under
+// way: after this the thread no longer touches it.
+void ZELCycloneMatchSync_forgetI(ZELCycloneMatchSyncI *sync, ZELCycloneEndpointI *endpoint);
 
 // ---- operations of the table ----
 ZELWire *ZELCycloneWire_createI(void);

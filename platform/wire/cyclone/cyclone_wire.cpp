@@ -50,6 +50,11 @@ ZELWire *ZELCycloneWire_createI(void) {
     auto *wire = new (memory) ZELCycloneWireI();
     wire->base.ops = &ZELCycloneWire_ops;
     wire->participantCount = 0;
+    if (!ZELCycloneMatchSync_startI(&wire->matchSync)) {
+        wire->~ZELCycloneWireI();
+        ZELOsapiHeap_freeStructure(wire);
+        return nullptr;
+    }
     return &wire->base;
 }
 
@@ -63,6 +68,7 @@ ZELBoolean ZELCycloneWire_destroyI(ZELWire *base) {
             return ZEL_FALSE;
         }
     }
+    ZELCycloneMatchSync_stopI(&wire->matchSync);
     wire->~ZELCycloneWireI();
     ZELOsapiHeap_freeStructure(wire);
     return ZEL_TRUE;
