@@ -188,6 +188,12 @@ void endpointFree(ZELCycloneEndpointI *endpoint) {
     if (endpoint->topic > 0) {
         dds_delete(endpoint->topic);
     }
+    {
+        // Cyclone's delete returns once no listener runs any more; taking
+        // the lock those listeners took orders their last touch of the
+        // endpoint before it is freed.
+        std::lock_guard<std::recursive_mutex> settled(endpoint->callbackMutex);
+    }
     endpoint->~ZELCycloneEndpointI();
     ZELOsapiHeap_freeStructure(endpoint);
 }
