@@ -15,7 +15,8 @@ stop_demo() {
   for pid in "${pids[@]}"; do wait "$pid" 2>/dev/null || true; done
 }
 trap stop_demo EXIT
-trap 'exit 130' INT TERM
+# Ctrl-C, a closed terminal or a closed pipe: the demo stops with us.
+trap 'exit 130' INT TERM HUP PIPE
 
 for role in publisher subscriber; do
   "$bin/zeldemo" "$role" -d "$shapes_domain" -m "$monitoring_domain" -p 1 2>"/tmp/zeldemo-$role.log" &

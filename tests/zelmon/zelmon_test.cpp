@@ -124,8 +124,9 @@ std::vector<std::string> zelmon(std::initializer_list<std::string> args) {
 }
 
 std::unique_ptr<Program> startDemo(const char *role, bool clean = false) {
+    // Ends by itself too, should this test die before it stops the demo.
     std::vector<std::string> args = {ZELTEST_ZELDEMO, role, "-d", std::to_string(kShapesDomain), "-m",
-                                     std::to_string(kMonitoringDomain), "-p", "1"};
+                                     std::to_string(kMonitoringDomain), "-p", "1", "-t", "120"};
     if (clean) {
         args.emplace_back("--clean");
     }
