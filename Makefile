@@ -57,14 +57,16 @@ bench: build
 	@for b in $(BUILD)/normal/bin/bench_*; do $$b; done
 
 # Line and branch coverage of the plug-in, the platform and the IDL compiler
-# by the whole test suite.
+# by the whole test suite. The per-file reports go beside the build: gcovr
+# replaces its output file, so it must never be pointed at /dev/null.
 coverage: $(BUILD)/coverage/build.ninja
 	cmake --build $(BUILD)/coverage -j $(JOBS)
 	find $(BUILD)/coverage -name '*.gcda' -delete
 	cd $(BUILD)/coverage && ctest $(CTEST_FLAGS) > ctest.log || (tail -30 ctest.log; exit 1)
 	@for part in monitor platform tools; do \
 	  echo "== $$part/"; \
-	  gcovr -r . --object-directory $(BUILD)/coverage --filter "$$part/" --print-summary -o /dev/null; \
+	  gcovr -r . --object-directory $(BUILD)/coverage --filter "$$part/" --print-summary \
+	    -o $(BUILD)/coverage/coverage-$$part.txt; \
 	done
 
 # Lines of test code against lines of code.
