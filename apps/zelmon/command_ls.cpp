@@ -10,13 +10,6 @@
 namespace zelmon {
 namespace {
 
-int64_t matchedCount(const Entity &entity) {
-    return entity.get(entity.statistics,
-                      entity.kind == EntityKind::Writer ? "/publication_matched_status/status/current_count"
-                                                        : "/subscription_matched_status/status/current_count",
-                      int64_t{-1});
-}
-
 nlohmann::json entityJson(const SystemModel &model, const Entity &entity, Clock::time_point now) {
     nlohmann::json out = {{"kind", entityKindName(entity.kind)}, {"key", entity.key},
                           {"parent", entity.parent},             {"stale", model.isStale(entity, now)}};
@@ -36,7 +29,7 @@ nlohmann::json entityJson(const SystemModel &model, const Entity &entity, Clock:
     }
     if (entity.kind == EntityKind::Writer || entity.kind == EntityKind::Reader) {
         out["topic"] = entity.topic;
-        out["matched"] = matchedCount(entity);
+        out["matched"] = entity.matchedCount(-1);
         out["content_filtered"] = entity.get(entity.description, "/is_content_filtered", false);
     }
     if (entity.description.is_object() && entity.description.contains("qos")) {
@@ -62,7 +55,7 @@ std::string lineOf(const SystemModel &model, const Entity &entity, Clock::time_p
             if (entity.get(entity.description, "/is_content_filtered", false)) {
                 line += " content-filtered";
             }
-            const int64_t matched = matchedCount(entity);
+            const int64_t matched = entity.matchedCount(-1);
             if (matched >= 0) {
                 line += " matched " + std::to_string(matched);
             }

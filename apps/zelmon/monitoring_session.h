@@ -39,7 +39,6 @@ public:
     int64_t malformedSamples() const;
 
     static const char *topicName(int topic) { return ZELDefaultMonitorCatalogue_g_entries[topic].topicName; }
-    static bool isDescription(int topic) { return ZELDefaultMonitorCatalogue_g_entries[topic].isDescription != 0; }
 
 private:
     MonitoringSession() = default;

@@ -25,7 +25,6 @@ public:
     // Per second, over the window kWindowSeconds[window] (the readings so
     // far while the window is not yet full).
     double windowRate(int window) const;
-    int64_t lastValue() const { return lastValue_; }
 
 private:
     struct CalculatorDelete {

@@ -109,6 +109,13 @@ std::string Entity::name() const {
     return key;
 }
 
+int64_t Entity::matchedCount(int64_t fallback) const {
+    return get(statistics,
+               kind == EntityKind::Writer ? "/publication_matched_status/status/current_count"
+                                          : "/subscription_matched_status/status/current_count",
+               fallback);
+}
+
 Entity &SystemModel::entityFor(EntityKind kind, const std::string &key) {
     auto [at, inserted] = entities_.try_emplace(key);
     if (inserted) {
@@ -340,9 +347,7 @@ std::vector<Problem> SystemModel::problems() const {
                                         policyName(policy) + " (policy id " + std::to_string(policy) + ")" +
                                         (others.empty() ? "" : (writer ? ", to reader " : ", from writer ") + others)});
         }
-        const char *matched = writer ? "/publication_matched_status/status/current_count"
-                                     : "/subscription_matched_status/status/current_count";
-        if (counter(entity, matched) == 0) {
+        if (entity.matchedCount(0) == 0) {
             problems.push_back({writer ? "unmatched-writer" : "unmatched-reader", key,
                                 describe(entity) + (writer ? " has no matched reader" : " has no matched writer")});
         }

@@ -53,6 +53,9 @@ struct Entity {
     std::string topicName() const;
     std::string typeName() const;
     std::string name() const;  // a participant's name, an endpoint's topic name, else the key
+    // An endpoint's matched remote endpoints now, or `fallback` before its
+    // first statistics.
+    int64_t matchedCount(int64_t fallback) const;
 };
 
 struct Problem {
@@ -77,7 +80,6 @@ public:
     // everything it holds.
     bool isStale(const Entity &entity, Clock::time_point now) const;
     std::vector<Problem> problems() const;
-    bool empty() const { return entities_.empty(); }
 
 private:
     Entity &entityFor(EntityKind kind, const std::string &key);

@@ -16,10 +16,7 @@ EndpointRow endpointRow(const SystemModel &model, const Entity &entity, Clock::t
                     participant != nullptr ? participant->name() : std::string("?"),
                     {entity.samples.lastRate(), entity.samples.windowRate(0), entity.samples.windowRate(1)},
                     entity.bytes.lastRate(),
-                    entity.get(entity.statistics,
-                               writer ? "/publication_matched_status/status/current_count"
-                                      : "/subscription_matched_status/status/current_count",
-                               int64_t{0}),
+                    entity.matchedCount(0),
                     entity.get(entity.statistics,
                                writer ? "/offered_deadline_missed_status/status/total_count"
                                       : "/requested_deadline_missed_status/status/total_count",
