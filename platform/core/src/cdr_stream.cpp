@@ -168,7 +168,7 @@ bool reserveSequenceI(ZELCdrStream *self, uint32_t maximumLength, uint64_t minim
 }
 
 bool writeShortHeaderI(ZELCdrStream *self, uint16_t rawId, uint16_t length) {
-    if (!ZELCdrStream_pad(self, kParameterAlignment) || remainderI(self) < 4) {
+    if (!moveToAlignmentI(self, kParameterAlignment, true) || remainderI(self) < 4) {
         return false;
     }
     putI(self, &rawId, 2);
@@ -286,6 +286,35 @@ ZELBoolean ZELCdrStream_deserializePrimitive(ZELCdrStream *self, void *value, ui
 
 ZELBoolean ZELCdrStream_skipPrimitive(ZELCdrStream *self, uint32_t size) {
     return ZELCdrStream_skipPrimitiveArray(self, 1, size);
+}
+
+ZELBoolean ZELCdrStream_serializeInPlace(ZELCdrStream *self, const void *value, uint32_t size, uint32_t alignment,
+                                         ZELBoolean pad) {
+    if (!streamIsHostOrder(self) || !isPrimitiveSize(alignment)) {
+        return ZEL_FALSE;
+    }
+    const uint32_t padding = paddingI(self, alignment);
+    if ((padding != 0 && !pad) || static_cast<uint64_t>(padding) + size > remainderI(self)) {
+        return ZEL_FALSE;
+    }
+    std::memset(self->currentPosition, 0, padding);
+    std::memcpy(self->currentPosition + padding, value, size);
+    self->currentPosition += padding + size;
+    return ZEL_TRUE;
+}
+
+ZELBoolean ZELCdrStream_deserializeInPlace(ZELCdrStream *self, void *value, uint32_t size, uint32_t alignment,
+                                           ZELBoolean pad) {
+    if (!streamIsHostOrder(self) || !isPrimitiveSize(alignment)) {
+        return ZEL_FALSE;
+    }
+    const uint32_t padding = paddingI(self, alignment);
+    if ((padding != 0 && !pad) || static_cast<uint64_t>(padding) + size > remainderI(self)) {
+        return ZEL_FALSE;
+    }
+    std::memcpy(value, self->currentPosition + padding, size);
+    self->currentPosition += padding + size;
+    return ZEL_TRUE;
 }
 
 // Arrays align before their first element only, so an empty one moves nothing.
@@ -541,6 +570,25 @@ ZELBoolean ZELCdrStream_serializeParameterHeader(ZELCdrStream *self, ZELCdrParam
     header->mustUnderstand = mustUnderstand ? ZEL_TRUE : ZEL_FALSE;
     header->extended = extended ? ZEL_TRUE : ZEL_FALSE;
     header->valueStart = self->currentPosition;
+    return ZEL_TRUE;
+}
+
+ZELBoolean ZELCdrStream_serializePrimitiveParameter(ZELCdrStream *self, uint32_t id, const void *value,
+                                                   uint32_t size) {
+    if (id > kShortIdMax || !isPrimitiveSize(size) || !writeShortHeaderI(self, static_cast<uint16_t>(id), 0)) {
+        return ZEL_FALSE;
+    }
+    char *lengthPosition = self->currentPosition - 2;
+    const char *valueStart = self->currentPosition;
+    if (!moveToAlignmentI(self, size, true) || remainderI(self) < size) {
+        return ZEL_FALSE;
+    }
+    putI(self, value, size);
+    if (!moveToAlignmentI(self, kParameterAlignment, true)) {
+        return ZEL_FALSE;
+    }
+    const auto length = static_cast<uint16_t>(self->currentPosition - valueStart);
+    patchI(self, lengthPosition, &length, 2);
     return ZEL_TRUE;
 }
 

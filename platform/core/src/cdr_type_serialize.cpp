@@ -25,10 +25,6 @@ struct SequenceReserve {
     const ZELSequenceElementType *elementType;
 };
 
-bool ZELCdrType_isPrimitiveTypeI(const ZELCdrTypeDesc *type) {
-    return ZELCdrType_isPrimitiveKindI(ZELCdrType_resolveI(type)->kind);
-}
-
 // A struct member: primitives straight to the stream (the hot path), the
 // rest through the walk.
 inline bool ZELCdrType_serializeMemberI(const ZELCdrTypeDesc *type, const char *value, ZELCdrStream *stream,
@@ -127,6 +123,16 @@ bool ZELCdrType_serializeStructI(const ZELCdrTypeDesc *type, const char *base, Z
     const bool keysOnly = mode != KeyMode::all && ZELCdrType_hasKeyMembersI(type);
     const KeyMode memberMode = keysOnly ? mode : KeyMode::all;
     if (type->extensibility != ZEL_CDR_EXTENSIBILITY_MUTABLE) {
+        const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_getCacheI(type);
+        if (cache != nullptr && cache->plainSize != 0 &&
+            ZELCdrStream_serializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
+                                          cache->plainLeadsAligned)) {
+            char *start = stream->currentPosition - cache->plainSize;
+            for (uint32_t g = 0; g < cache->plainGapCount; ++g) {
+                std::memset(start + cache->plainGaps[g].offset, 0, cache->plainGaps[g].length);
+            }
+            return true;
+        }
         for (uint32_t i = 0; i < type->memberCount; ++i) {
             const ZELCdrMember &member = type->members[i];
             if ((!keysOnly || member.isKey) &&
@@ -150,9 +156,15 @@ bool ZELCdrType_serializeStructI(const ZELCdrTypeDesc *type, const char *base, Z
         if (keysOnly && !member.isKey) {
             continue;
         }
-        const bool extended = headers.extended && !ZELCdrType_isPrimitiveTypeI(member.type);
+        const ZELCdrTypeKind kind = ZELCdrType_resolveI(member.type)->kind;
+        if (ZELCdrType_isPrimitiveKindI(kind)) {
+            ok = ZELCdrStream_serializePrimitiveParameter(stream, i, base + member.offset,
+                                                          ZELCdrType_primitiveSizeI(kind));
+            continue;
+        }
         ZELCdrParameterHeader header;
-        ok = ZELCdrStream_serializeParameterHeader(stream, &header, i, ZEL_FALSE, extended ? ZEL_TRUE : ZEL_FALSE) &&
+        ok = ZELCdrStream_serializeParameterHeader(stream, &header, i, ZEL_FALSE,
+                                                   headers.extended ? ZEL_TRUE : ZEL_FALSE) &&
              ZELCdrType_serializeMemberI(member.type, base + member.offset, stream, headers, memberMode) &&
              ZELCdrStream_serializeParameterLength(stream, &header);
     }
@@ -323,6 +335,12 @@ bool ZELCdrType_deserializeStructI(const ZELCdrTypeDesc *type, char *base, ZELCd
     const KeyMode memberMode = keysOnly ? mode : KeyMode::all;
     if (type->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE) {
         return ZELCdrType_deserializeParameterListI(type, base, stream, keysOnly, memberMode);
+    }
+    const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_getCacheI(type);
+    if (cache != nullptr && cache->plainSize != 0 &&
+        ZELCdrStream_deserializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
+                                        cache->plainLeadsAligned)) {
+        return true;
     }
     for (uint32_t i = 0; i < type->memberCount; ++i) {
         const ZELCdrMember &member = type->members[i];

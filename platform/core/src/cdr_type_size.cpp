@@ -141,8 +141,82 @@ uint64_t sampleElementsSizeI(const ZELCdrTypeDesc *element, const char *first, v
     return alignment;
 }
 
+// The plain layout of a member: a primitive, a plain struct, or an array
+// of either whose C stride is the element's CDR size and which adds no
+// padding of its own. NULL when the member is not plain.
+bool plainLayoutI(const ZELCdrTypeDesc *type, ZELCdrTypeCache *layout) {
+    type = ZELCdrType_resolveI(type);
+    if (ZELCdrType_isPrimitiveKindI(type->kind)) {
+        layout->plainSize = ZELCdrType_primitiveSizeI(type->kind);
+        layout->plainAlignment = layout->plainSize;
+        layout->plainGapCount = 0;
+        return true;
+    }
+    if (type->kind == ZEL_CDR_TK_STRUCT) {
+        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
+        if (cache == nullptr || cache->plainSize == 0) {
+            return false;
+        }
+        *layout = *cache;
+        return true;
+    }
+    if (type->kind != ZEL_CDR_TK_ARRAY || type->bound == 0 || !plainLayoutI(type->element, layout) ||
+        (type->bound > 1 && layout->plainGapCount != 0) ||
+        ZELCdrType_resolveI(type->element)->size != layout->plainSize ||
+        uint64_t{type->bound} * layout->plainSize > ZEL_CDR_EXTENDED_HEADER_THRESHOLD) {
+        return false;
+    }
+    layout->plainSize *= type->bound;
+    return true;
+}
+
+// The plain layout of a final or appendable struct: each member at the
+// offset that CDR alignment gives it from an aligned start. The padding
+// runs are remembered, so that no stale octet of the C representation
+// reaches the stream.
+void plainStructLayoutI(const ZELCdrTypeDesc *structType, ZELCdrTypeCache *values) {
+    if (structType->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE || structType->memberCount == 0) {
+        return;
+    }
+    ZELCdrTypeCache layout{};
+    layout.plainAlignment = 1;
+    uint32_t leading = 1;  // the first member's alignment
+    for (uint32_t i = 0; i < structType->memberCount; ++i) {
+        const ZELCdrMember &member = structType->members[i];
+        ZELCdrTypeCache memberLayout{};
+        if (!plainLayoutI(member.type, &memberLayout) ||
+            member.offset != alignUpI(layout.plainSize, memberLayout.plainAlignment)) {
+            return;
+        }
+        const uint32_t gaps = (member.offset != layout.plainSize ? 1u : 0u) + memberLayout.plainGapCount;
+        if (layout.plainGapCount + gaps > ZEL_CDR_PLAIN_GAP_MAX) {
+            return;
+        }
+        if (member.offset != layout.plainSize) {
+            layout.plainGaps[layout.plainGapCount++] = {layout.plainSize, member.offset - layout.plainSize};
+        }
+        for (uint32_t g = 0; g < memberLayout.plainGapCount; ++g) {
+            const auto &gap = memberLayout.plainGaps[g];
+            layout.plainGaps[layout.plainGapCount++] = {member.offset + gap.offset, gap.length};
+        }
+        if (i == 0) {
+            leading = memberLayout.plainAlignment;
+        }
+        layout.plainSize = member.offset + memberLayout.plainSize;
+        if (memberLayout.plainAlignment > layout.plainAlignment) {
+            layout.plainAlignment = memberLayout.plainAlignment;
+        }
+    }
+    values->plainSize = layout.plainSize;
+    values->plainAlignment = layout.plainAlignment;
+    values->plainLeadsAligned = leading == layout.plainAlignment ? ZEL_TRUE : ZEL_FALSE;
+    values->plainGapCount = layout.plainGapCount;
+    std::memcpy(values->plainGaps, layout.plainGaps, sizeof layout.plainGaps);
+}
+
 ZELCdrTypeCache computeCacheI(const ZELCdrTypeDesc *structType) {
     ZELCdrTypeCache values{};
+    plainStructLayoutI(structType, &values);
     HeaderChoice headers = undecidedHeaders();
     if (structType->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE) {
         // Measured with short headers: extended ones are needed from the
@@ -183,6 +257,11 @@ const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type) {
         cache->minSerializedSize = values.minSerializedSize;
         cache->maxSerializedKeySize = values.maxSerializedKeySize;
         cache->usesExtendedHeaders = values.usesExtendedHeaders;
+        cache->plainSize = values.plainSize;
+        cache->plainAlignment = values.plainAlignment;
+        cache->plainLeadsAligned = values.plainLeadsAligned;
+        cache->plainGapCount = values.plainGapCount;
+        std::memcpy(cache->plainGaps, values.plainGaps, sizeof values.plainGaps);
         state.store(1, std::memory_order_release);
     }
     return cache;
@@ -258,6 +337,11 @@ uint64_t ZELCdrType_sampleSizeI(const ZELCdrTypeDesc *type, uint64_t alignment, 
         return sampleElementsSizeI(type->element, static_cast<const char *>(value), nullptr, type->bound, alignment,
                                    headers);
     case ZEL_CDR_TK_STRUCT: {
+        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
+        if (cache != nullptr && cache->plainSize != 0 &&
+            (cache->plainLeadsAligned || alignment % cache->plainAlignment == 0)) {
+            return alignUpI(alignment, cache->plainAlignment) + cache->plainSize;
+        }
         const auto *base = static_cast<const char *>(value);
         return structSizeI(type, alignment, headers, KeyMode::all,
                            [&](const ZELCdrMember &member, uint64_t from, KeyMode) {

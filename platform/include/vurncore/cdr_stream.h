@@ -101,6 +101,16 @@ VURNCORE_API ZELBoolean ZELCdrStream_deserializePrimitiveArray(struct ZELCdrStre
                                                                uint32_t count, uint32_t elementSize);
 VURNCORE_API ZELBoolean ZELCdrStream_skipPrimitiveArray(struct ZELCdrStream *self, uint32_t count,
                                                         uint32_t elementSize);
+/* `size` octets whose memory layout is already their CDR form, copied in
+ * one move. Only where that gives the same octets as a member-by-member
+ * walk: the stream in the host's byte order, its position a multiple of
+ * `alignment` from the origin (with `pad`, the value's first member needs
+ * that alignment anyway and the stream pads to it first) and room for it.
+ * Otherwise FALSE with nothing moved, and the caller walks the members. */
+VURNCORE_API ZELBoolean ZELCdrStream_serializeInPlace(struct ZELCdrStream *self, const void *value, uint32_t size,
+                                                     uint32_t alignment, ZELBoolean pad);
+VURNCORE_API ZELBoolean ZELCdrStream_deserializeInPlace(struct ZELCdrStream *self, void *value, uint32_t size,
+                                                       uint32_t alignment, ZELBoolean pad);
 
 /* ---- strings: 32-bit length including the NUL, the characters, the NUL.
  * `maximumLength` counts the NUL (bound + 1; UINT32_MAX when unbounded);
@@ -188,6 +198,10 @@ VURNCORE_API ZELBoolean ZELCdrStream_skipNonPrimitiveSequence(struct ZELCdrStrea
 VURNCORE_API ZELBoolean ZELCdrStream_serializeParameterHeader(struct ZELCdrStream *self,
                                                               struct ZELCdrParameterHeader *header, uint32_t id,
                                                               ZELBoolean mustUnderstand, ZELBoolean extended);
+/* A whole parameter whose value is one primitive of `size` octets: short
+ * header, value and length, as the three calls above would write them. */
+VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitiveParameter(struct ZELCdrStream *self, uint32_t id,
+                                                                const void *value, uint32_t size);
 /* Pads with zeros to the next 4-octet boundary and patches the header's
  * length with the value's octets plus that padding. Fails when the length
  * does not fit a short header. */

@@ -58,12 +58,30 @@ struct ZELCdrMember {
 /* Values the engine computes once per type and keeps (zero-initialized
  * storage that the descriptor points to; filled under a lock on first use,
  * `state` read and written atomically by the engine only). */
+/* The most padding runs a plain struct may have (see ZELCdrTypeCache). */
+#define ZEL_CDR_PLAIN_GAP_MAX 4
+
 struct ZELCdrTypeCache {
     int32_t state;                         /* 0 not computed, 1 computed */
     uint32_t maxSerializedSize;            /* from alignment 0, no encapsulation */
     uint32_t minSerializedSize;
     uint32_t maxSerializedKeySize;         /* key stream: short headers, no encapsulation */
     ZELBoolean usesExtendedHeaders;        /* maxSerializedSize >= 65536 */
+    /* Non-zero when the C representation is the CDR form: a final or
+     * appendable struct of primitives, plain structs and arrays of them,
+     * each member where CDR alignment puts it. It is then copied as it
+     * lies: `plainSize` octets (its C size without tail padding) from a
+     * position aligned to `plainAlignment` (padded to it when the first
+     * member needs that alignment anyway), in the host's byte order, with
+     * the padding octets between members (`plainGaps`) written as zeros. */
+    uint32_t plainSize;
+    uint32_t plainAlignment;
+    ZELBoolean plainLeadsAligned;          /* its first member needs plainAlignment */
+    uint32_t plainGapCount;
+    struct ZELCdrPlainGap {
+        uint32_t offset;
+        uint32_t length;
+    } plainGaps[ZEL_CDR_PLAIN_GAP_MAX];
 };
 
 /* Conventions the engine relies on:
