@@ -136,10 +136,20 @@ TEST_F(TypeSerializeTest, BoundsAreEnforcedOnStringsAndSequences) {
     const DDS_Long values[] = {1, 2, 3, 4};
     ASSERT_TRUE(DDS_LongSeq_from_array(&appendable.value.values, values, 4));
     EXPECT_FALSE(serializes(&Appendable_desc, &appendable.value, 0));
-    // Read side: a count above the bound is refused too.
-    Buffer announced(hex("00 00 00 00 | 00 00 00 01 00 | 00 00 00 | 00 00 00 04"));
-    EXPECT_FALSE(ZELCdrType_deserializeSample(&Appendable_desc, &appendable.value, &announced.stream,
-                                              DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE));
+    // Read side: a count or a string above the bound is refused too; the
+    // bound itself is read.
+    for (const auto &[octets, accepted] : {std::pair{"00 00 00 00 | 00 00 00 01 00 | 00 00 00 | 00 00 00 04", false},
+                                           std::pair{"00 00 00 00 | 00 00 00 0a 31 32 33 34 35 36 37 38 39 00", false},
+                                           std::pair{"00 00 00 00 | 00 00 00 09 31 32 33 34 35 36 37 38 00 |"
+                                                     "00 00 00 | 00 00 00 00 | 00 00 00 00 | 00 00 00 00 | 00 00 |"
+                                                     "00 00 | 00 00 00 01 00",
+                                                     true}}) {
+        Buffer announced(hex(octets));
+        EXPECT_EQ(ZELCdrType_deserializeSample(&Appendable_desc, &appendable.value, &announced.stream,
+                                               DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE),
+                  accepted)
+                << octets;
+    }
 }
 
 TEST_F(TypeSerializeTest, ParameterListReadSkipsUnknownAndIgnoredIdsAndKeepsAbsentMembers) {
