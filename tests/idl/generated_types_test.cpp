@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "c_layout.h"
-#include "heap_check.h"
 #include "cdr_buffer.h"
+#include "heap_check.h"
 #include "log_capture.h"
 #include "sample_filler.h"
 #include "shapes.h"

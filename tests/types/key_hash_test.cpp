@@ -61,7 +61,8 @@ void setWriterStatistics(void *sample)
 // A locator without encapsulations still carries their zero count.
 void setLocator(void *sample)
 {
-    auto *statistics = static_cast<zel_dds_monitoring_DataWriterEntityMatchedSubscriptionWithLocatorStatistics *>(sample);
+    auto *statistics =
+            static_cast<zel_dds_monitoring_DataWriterEntityMatchedSubscriptionWithLocatorStatistics *>(sample);
     statistics->datawriter_key = {{1, 2, 3, 4}};
     statistics->period = {5, 0};
     statistics->subscription_locator.kind = 1;
@@ -83,12 +84,12 @@ void setHandle(void *sample)
     statistics->subscription_handle.isValid = 1;
 }
 
+class KeyHashTest : public zeltest::HeapCheckedTest {};
+
 // Every topic type hashes a sample filled to its bounds from the instance,
 // from its key alone and from the serialized sample in either byte order.
 // Some key streams and digests are written out; each is hashed right after
 // the filled sample's longer key, so what the scratch stream held cannot show.
-class KeyHashTest : public zeltest::HeapCheckedTest {};
-
 TEST_F(KeyHashTest, TopicTypesHashTheirKeyAlikeEverywhereWithTheExactOctets)
 {
     const Octets entityKey = cat({kKey1234, kSentinel});

@@ -60,7 +60,8 @@ TEST_F(WireOctetsTest, StatisticsTopicTypeIsAShortHeaderParameterList)
               65536u);
 
     Buffer out(1024);
-    ASSERT_TRUE(zel_dds_monitoring_TopicEntityStatisticsPlugin_serialize(nullptr, &sample, &out.stream, 1, 0, 1, nullptr));
+    ASSERT_TRUE(
+            zel_dds_monitoring_TopicEntityStatisticsPlugin_serialize(nullptr, &sample, &out.stream, 1, 0, 1, nullptr));
     EXPECT_EQ(out.written(), bigEndian);
     zel_dds_monitoring_TopicEntityStatistics_finalize(&sample);
 }
