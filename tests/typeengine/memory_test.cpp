@@ -1,5 +1,7 @@
 // Initialize, finalize and copy of described samples, and every allocation
 // failure on the way.
+#include <functional>
+
 #include "engine_test_support.h"
 #include "heap_check.h"
 #include "log_capture.h"
@@ -49,45 +51,45 @@ TEST_F(TypeMemoryTest, CopyIsDeepAndKeepsTheBoundsAllocation) {
     EXPECT_FALSE(ZELCdrType_copySample(&Appendable_desc, &copy.value, &source.value));
 }
 
-TEST_F(TypeMemoryTest, EveryAllocationFailureOfInitializeAndCopyIsUndone) {
-    zeltest::LogCapture sequenceReports;  // the sequences report their own out-of-heap
-    zeltest::forEachAllocationFailure([](long) {
-        Appendable sample;
-        const bool ok = ZELCdrType_initializeSample(&Appendable_desc, &sample, nullptr);
-        EXPECT_EQ(ok, ZELOsapiHeap_isFailurePending() != ZEL_FALSE);
-        ZELCdrType_finalizeSample(&Appendable_desc, &sample, nullptr);
-    });
-    Sample<Appendable> source(&Appendable_desc);
-    fill(source.value);
-    const long allocations = zeltest::forEachAllocationFailure([&](long n) {
-        Appendable copy;
-        ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
-        ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &copy, nullptr));
-        ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
-        const bool ok = ZELCdrType_copySample(&Appendable_desc, &copy, &source.value);
-        EXPECT_EQ(ok, ZELOsapiHeap_isFailurePending() != ZEL_FALSE);
-        ZELCdrType_finalizeSample(&Appendable_desc, &copy, nullptr);
-    });
-    EXPECT_GT(allocations, 1);
-}
-
-TEST_F(TypeMemoryTest, EveryAllocationFailureOfDeserializeLeavesASampleToFinalize) {
+// Whatever allocation fails, the result says so and the sample finalizes
+// without a leak.
+TEST_F(TypeMemoryTest, EveryAllocationFailureOfInitializeCopyAndDeserializeIsUndone) {
     Sample<Appendable> source(&Appendable_desc);
     fill(source.value);
     const Octets octets = serialized(&Appendable_desc, &source.value, 1);
-    zeltest::LogCapture sequenceReports;
-    const long allocations = zeltest::forEachAllocationFailure([&](long n) {
-        Appendable target;
-        ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
-        ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &target, nullptr));
-        ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
-        Buffer buffer(octets);
-        const bool ok = ZELCdrType_deserializeSample(&Appendable_desc, &target, &buffer.stream, DDS_BOOLEAN_TRUE,
+    zeltest::LogCapture sequenceReports;  // the sequences report their own out-of-heap
+    struct Operation {
+        const char *name;
+        bool onInitializedSample;
+        std::function<DDS_Boolean(Appendable *)> run;
+    };
+    const Operation operations[] = {
+            {"initialize", false,
+             [](Appendable *target) { return ZELCdrType_initializeSample(&Appendable_desc, target, nullptr); }},
+            {"copy", true,
+             [&](Appendable *target) { return ZELCdrType_copySample(&Appendable_desc, target, &source.value); }},
+            {"deserialize", true,
+             [&](Appendable *target) {
+                 Buffer buffer(octets);
+                 return ZELCdrType_deserializeSample(&Appendable_desc, target, &buffer.stream, DDS_BOOLEAN_TRUE,
                                                      DDS_BOOLEAN_TRUE);
-        EXPECT_EQ(ok, ZELOsapiHeap_isFailurePending() != ZEL_FALSE);
-        ZELCdrType_finalizeSample(&Appendable_desc, &target, nullptr);
-    });
-    EXPECT_GT(allocations, 1);
+             }},
+    };
+    for (const Operation &operation : operations) {
+        SCOPED_TRACE(operation.name);
+        const long allocations = zeltest::forEachAllocationFailure([&](long n) {
+            Appendable target;
+            if (operation.onInitializedSample) {
+                ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+                ASSERT_TRUE(ZELCdrType_initializeSample(&Appendable_desc, &target, nullptr));
+                ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
+            }
+            const bool ok = operation.run(&target);
+            EXPECT_EQ(ok, ZELOsapiHeap_isFailurePending() != ZEL_FALSE);
+            ZELCdrType_finalizeSample(&Appendable_desc, &target, nullptr);
+        });
+        EXPECT_GT(allocations, 1);
+    }
 }
 
 }  // namespace

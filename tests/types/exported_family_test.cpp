@@ -2,34 +2,13 @@
 // generated family of every monitoring type under its exact names.
 #include <algorithm>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "types_test_support.h"
 #include "vurncore/osapi.h"
 
 namespace {
-
-std::vector<std::string> namesOf(bool keyed)
-{
-    std::vector<std::string> names;
-    if (keyed) {
-#define ZELIDL_KEYED_TYPE(F) names.push_back(#F);
-#include "DDSMonitoring_types.inc"
-#define ZELIDL_KEYED_TYPE(F) names.push_back(#F);
-#include "zel_dds_monitoring_types.inc"
-#define ZELIDL_KEYED_TYPE(F) names.push_back(#F);
-#include "zel_monitoring_types.inc"
-    } else {
-#define ZELIDL_TYPE(F) names.push_back(#F);
-#include "DDSMonitoring_types.inc"
-#define ZELIDL_TYPE(F) names.push_back(#F);
-#include "zel_dds_monitoring_types.inc"
-#define ZELIDL_TYPE(F) names.push_back(#F);
-#include "zel_monitoring_types.inc"
-    }
-    return names;
-}
 
 const char *const kEveryType[] = {
     "Seq_initialize", "Seq_finalize", "Seq_get_maximum", "Seq_set_maximum", "Seq_get_length", "Seq_set_length",
@@ -84,35 +63,33 @@ protected:
 TEST_F(ExportedFamilyTest, EveryTypeExportsItsFamilyAndTopicTypesTheirKeysAndPlugin)
 {
     ASSERT_EQ(symbol("DDSMonitoring_Duration_tPlugin_no_such_operation"), nullptr);
-    const std::vector<std::string> all = namesOf(false);
-    const std::vector<std::string> keyed = namesOf(true);
-    ASSERT_EQ(all.size(), 188u);
-    ASSERT_EQ(keyed.size(), 13u);
-
-    for (const std::string &type : all) {
+    ASSERT_EQ(typestest::allTypes().size(), 188u);
+    for (const typestest::AnyType &type : typestest::allTypes()) {
+        const std::string name = type.flatName;
         for (const char *operation : kEveryType) {
-            EXPECT_NE(symbol(type + operation), nullptr) << type + operation;
+            EXPECT_NE(symbol(name + operation), nullptr) << name + operation;
         }
-        const bool isTopicType = std::find(keyed.begin(), keyed.end(), type) != keyed.end();
+        const bool isTopicType = std::any_of(typestest::topicTypes().begin(), typestest::topicTypes().end(),
+                                             [&](const typestest::TopicType &topic) { return topic.type == &type; });
         if (!isTopicType) {
-            EXPECT_EQ(symbol(type + "Plugin_serialize_key"), nullptr) << type << " has no key operations";
-            EXPECT_EQ(symbol(type + "DataWriter_narrow") != nullptr, type == "DDSMonitoring_DomainParticipantFactoryQos")
-                    << type << ": only types with a plug-in get typed writers";
-            EXPECT_EQ(symbol(type + "Plugin_new") != nullptr, type == "DDSMonitoring_DomainParticipantFactoryQos")
-                    << type << ": only the factory QoS has a plug-in besides the topic types";
+            // Besides the topic types only the factory QoS has a plug-in and
+            // typed endpoints; no other type has key operations.
+            const bool factoryQos = name == "DDSMonitoring_DomainParticipantFactoryQos";
+            EXPECT_EQ(symbol(name + "Plugin_serialize_key"), nullptr) << name;
+            EXPECT_EQ(symbol(name + "Plugin_new") != nullptr, factoryQos) << name;
+            EXPECT_EQ(symbol(name + "DataWriter_narrow") != nullptr, factoryQos) << name;
         }
     }
-    for (const std::string &type : keyed) {
+    for (const typestest::TopicType &topic : typestest::topicTypes()) {
+        const std::string name = topic.type->flatName;
         for (const char *operation : kTopicTypeOnly) {
-            EXPECT_NE(symbol(type + operation), nullptr) << type + operation;
+            EXPECT_NE(symbol(name + operation), nullptr) << name + operation;
         }
         // Called through the loaded library: the registered name is the
         // scoped name.
-        auto *typeName = reinterpret_cast<const char *(*)()>(symbol(type + "TypeSupport_get_type_name"));
+        auto *typeName = reinterpret_cast<const char *(*)()>(symbol(name + "TypeSupport_get_type_name"));
         ASSERT_NE(typeName, nullptr);
-        std::string scoped = type;
-        scoped.replace(0, std::string("zel_dds_monitoring_").size(), "zel::dds::monitoring::");
-        EXPECT_EQ(typeName(), scoped);
+        EXPECT_STREQ(typeName(), topic.type->desc->name);
     }
     for (const char *operation : {"Plugin_delete", "TypeSupport_register_type", "TypeSupport_unregister_type",
                                   "DataWriter_write", "DataReader_take"}) {

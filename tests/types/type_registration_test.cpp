@@ -10,6 +10,7 @@
 #include "DDSMonitoring.h"
 #include "heap_check.h"
 #include "log_capture.h"
+#include "types_test_support.h"
 #include "vurnc/dds_domain.h"
 #include "vurnc/dds_topic.h"
 #include "zel_dds_monitoring.h"
@@ -39,17 +40,10 @@ std::vector<RegistrableType> registrableTypes()
     return types;
 }
 
-// The scoped name of a flat monitoring type name.
-std::string scopedName(std::string flat)
+// The scoped name a type registers under, as its descriptor records it.
+std::string scopedName(const std::string &flat)
 {
-    for (const char *module : {"zel_dds_monitoring_", "DDSMonitoring_"}) {
-        const std::string prefix = module;
-        if (flat.rfind(prefix, 0) == 0) {
-            std::string scoped = prefix == "DDSMonitoring_" ? "DDSMonitoring::" : "zel::dds::monitoring::";
-            return scoped + flat.substr(prefix.size());
-        }
-    }
-    return flat;
+    return typestest::typeNamed(flat).desc->name;
 }
 
 class TypeRegistrationTest : public zeltest::HeapCheckedTest {
@@ -99,6 +93,7 @@ TEST_F(TypeRegistrationTest, EveryRegistrableTypeRegistersItsOwnPluginUnderItsSc
     }
     EXPECT_STREQ(zel_dds_monitoring_DataWriterDescriptionTypeSupport_get_type_name(),
                  "zel::dds::monitoring::DataWriterDescription");
+    EXPECT_EQ(scopedName("DDSMonitoring_DomainParticipantFactoryQos"), "DDSMonitoring::DomainParticipantFactoryQos");
     for (const RegistrableType &type : types) {
         EXPECT_EQ(type.unregisterType(participant, nullptr), DDS_RETCODE_OK) << type.flat;
         EXPECT_EQ(DDS_DomainParticipant_get_type_pluginI(participant, scopedName(type.flat).c_str()), nullptr);
