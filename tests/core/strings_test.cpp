@@ -1,4 +1,5 @@
 // DDS strings on the platform heap and the string matching helpers.
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -29,9 +30,7 @@ TEST_F(StringsTest, DupAndAllocTakeOneZeroFilledHeapBlockThatFreeReleases) {
 
     char *text = DDS_String_alloc(8);  // with room for the NUL
     ASSERT_NE(text, nullptr);
-    for (int i = 0; i <= 8; ++i) {
-        EXPECT_EQ(text[i], '\0');
-    }
+    EXPECT_EQ(std::count(text, text + 9, '\0'), 9);
     std::memcpy(text, "12345678", 8);
     EXPECT_STREQ(text, "12345678");
     DDS_String_free(text);

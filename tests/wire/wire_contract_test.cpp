@@ -1,8 +1,9 @@
 // What every wire does alike, on each wire that is built: matches reach
-// both sides and end on both sides, samples and instance changes arrive
-// with their octets, key hash and writer, an incompatible pair names the
-// policy, and the counters follow. A wire with threads of its own may
-// report later than the call that caused it, so the checks wait.
+// both sides and end on both sides whatever the order, samples and instance
+// changes arrive with their octets, key hash, writer and times, a keyless
+// writer changes no instance, an incompatible pair names the policy, and the
+// counters follow. A wire with threads of its own may report later than the
+// call that caused it, so the checks wait.
 #include <algorithm>
 #include <atomic>
 #include <cstring>
