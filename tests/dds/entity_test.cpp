@@ -269,6 +269,13 @@ TEST_F(EntityTest, QosChangesAreCheckedForConsistencyAndImmutability) {
     EXPECT_EQ(read.history.depth, 1);
     DDS_DataWriterQos_finalize(&read);
     DDS_DataWriterQos_finalize(&qos);
+    // A topic takes its own QoS back and refuses another durability.
+    DDS_TopicQos topicQos = DDS_TopicQos_INITIALIZER;
+    ASSERT_EQ(DDS_Topic_get_qos(tree.topic, &topicQos), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_Topic_set_qos(tree.topic, &topicQos), DDS_RETCODE_OK);
+    topicQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
+    EXPECT_EQ(DDS_Topic_set_qos(tree.topic, &topicQos), DDS_RETCODE_IMMUTABLE_POLICY);
+    DDS_TopicQos_finalize(&topicQos);
     tree.destroy();
 }
 
