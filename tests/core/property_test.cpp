@@ -199,15 +199,18 @@ TEST_F(PropertyTest, EveryAllocationFailureLeavesThePolicyAsItWas) {
     buildPolicy(&source, {{"x", "9"}}, 0);
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
+        long failures = 0;
         const long allocations = zeltest::forEachAllocationFailure([&](long n) {
             DDS_PropertyQosPolicy policy;
             buildPolicy(&policy, original, n);
             const DDS_ReturnCode_t result = c.change(&policy, &source);
+            failures += result == DDS_RETCODE_OK ? 0 : 1;
             EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_OUT_OF_RESOURCES) << result;
             EXPECT_EQ(pairsOf(policy), result == DDS_RETCODE_OK ? c.after : original);
             DDS_PropertyQosPolicy_finalize(&policy);
         });
         EXPECT_EQ(allocations, c.allocations);
+        EXPECT_EQ(failures, allocations - 1);  // no failure goes unnoticed
     }
     DDS_PropertyQosPolicy_finalize(&source);
     EXPECT_FALSE(log.lines().empty());

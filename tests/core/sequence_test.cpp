@@ -386,6 +386,7 @@ TEST_F(SequenceTest, EveryAllocationFailureLeavesTheStringSequenceAsItWas) {
     ASSERT_TRUE(fromTexts(&source, {"one", "two"}));
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
+        long failures = 0;
         const long allocations = zeltest::forEachAllocationFailure([&](long n) {
             // Only the operation under test meets the failure.
             ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
@@ -393,6 +394,7 @@ TEST_F(SequenceTest, EveryAllocationFailureLeavesTheStringSequenceAsItWas) {
             ASSERT_TRUE(fromTexts(&seq, c.before));
             ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
             const bool done = c.operation(&seq, &source);
+            failures += done ? 0 : 1;
             EXPECT_EQ(textsOf(seq), done ? c.after : Texts(c.before.begin(), c.before.end()));
             if (!done) {
                 EXPECT_EQ(TestStringSeq_get_maximum(&seq), static_cast<DDS_Long>(c.before.size()));
@@ -400,6 +402,7 @@ TEST_F(SequenceTest, EveryAllocationFailureLeavesTheStringSequenceAsItWas) {
             EXPECT_TRUE(TestStringSeq_finalize(&seq));
         });
         EXPECT_EQ(allocations, c.allocations);
+        EXPECT_EQ(failures, allocations - 1);  // no failure goes unnoticed
     }
     EXPECT_TRUE(TestStringSeq_finalize(&source));
     EXPECT_TRUE(log.contains("TestStringSeq_set_maximum", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd,
