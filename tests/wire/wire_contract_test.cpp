@@ -51,29 +51,33 @@ protected:
 };
 
 TEST_P(WireContractTest, MatchesReachBothSidesAndEndOnBothSidesInEveryOrder) {
+    const auto event = [](const char *what, uint32_t remote) { return Events{what + (" " + std::to_string(remote))}; };
     ZELWireParticipant *a = participant(0);
     ZELWireParticipant *b = participant(0);
-    for (int order = 0; order < 4; ++order) {
+    for (uint32_t order = 0; order < 4; ++order) {
         SCOPED_TRACE(order);
         const bool writerFirst = (order & 1) != 0;
         const bool deleteWriterFirst = (order & 2) != 0;
+        // Endpoints of their own each time: a GUID is not reused while a
+        // wire may still be forgetting it.
+        const uint32_t w1 = 2 * order + 1, r1 = 2 * order + 2;
         Recorder w, r;
-        ZELWireWriter *writerHandle = writerFirst ? writer(a, 1, &w, "Square", offered()) : nullptr;
-        ZELWireReader *readerHandle = reader(b, 2, &r);
-        writerHandle = writerFirst ? writerHandle : writer(a, 1, &w, "Square", offered());
+        ZELWireWriter *writerHandle = writerFirst ? writer(a, w1, &w, "Square", offered()) : nullptr;
+        ZELWireReader *readerHandle = reader(b, r1, &r);
+        writerHandle = writerFirst ? writerHandle : writer(a, w1, &w, "Square", offered());
         ASSERT_TRUE(writerHandle != nullptr && readerHandle != nullptr);
-        EXPECT_EQ(w.takeEventually(1), Events{"matched 2"});
-        EXPECT_EQ(r.takeEventually(1), Events{"matched 1"});
+        EXPECT_EQ(w.takeEventually(1), event("matched", r1));
+        EXPECT_EQ(r.takeEventually(1), event("matched", w1));
         // The deleted side hears of the end before its deletion returns.
         if (deleteWriterFirst) {
             ops_->deleteWriter(writerHandle);
-            EXPECT_EQ(w.take(), Events{"unmatched 2"});
-            EXPECT_EQ(r.takeEventually(1), Events{"unmatched 1"});
+            EXPECT_EQ(w.take(), event("unmatched", r1));
+            EXPECT_EQ(r.takeEventually(1), event("unmatched", w1));
             ops_->deleteReader(readerHandle);
         } else {
             ops_->deleteReader(readerHandle);
-            EXPECT_EQ(r.take(), Events{"unmatched 1"});
-            EXPECT_EQ(w.takeEventually(1), Events{"unmatched 2"});
+            EXPECT_EQ(r.take(), event("unmatched", w1));
+            EXPECT_EQ(w.takeEventually(1), event("unmatched", r1));
             ops_->deleteWriter(writerHandle);
         }
         EXPECT_EQ(w.take(), Events{});
