@@ -1,4 +1,5 @@
 // The platform heap: live-block counters and allocation failure injection.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <thread>
@@ -23,12 +24,8 @@ TEST_F(HeapTest, CountsLiveBlocksAndOctetsAndGivesZeroFilledMemory) {
     ASSERT_NE(empty, nullptr);
     EXPECT_EQ(ZELOsapiHeap_getLiveBlockCount(), blocks + 3);
     EXPECT_EQ(ZELOsapiHeap_getLiveByteCount(), octets + 24 + 20);
-    for (int i = 0; i < 24; ++i) {
-        EXPECT_EQ(structure[i], 0);
-    }
-    for (int i = 0; i < 20; ++i) {
-        EXPECT_EQ(array[i], 0);
-    }
+    EXPECT_EQ(std::count(structure, structure + 24, 0), 24);
+    EXPECT_EQ(std::count(array, array + 20, 0), 20);
     // Blocks are aligned for any type.
     EXPECT_EQ(reinterpret_cast<uintptr_t>(structure) % alignof(std::max_align_t), 0u);
 

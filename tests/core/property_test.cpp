@@ -168,59 +168,52 @@ TEST_F(PropertyTest, PropertyInitializesToEmptyStringsAndCopiesByContent) {
     EXPECT_EQ(property.name, nullptr);
 }
 
-TEST_F(PropertyTest, OutOfHeapWhileAddingLeavesThePolicyUnchanged) {
-    zeltest::LogCapture log;
-    const Pairs original{{"first", "1"}, {"second", "2"}};
-    long failures = 0;
-    const long calls = zeltest::forEachAllocationFailure([&](long n) {
-        DDS_PropertyQosPolicy policy;
-        buildPolicy(&policy, original, n);
-        const DDS_ReturnCode_t result =
-                DDS_PropertyQosPolicyHelper_add_property(&policy, "third", "3", DDS_BOOLEAN_TRUE);
-        if (result == DDS_RETCODE_OK) {
-            EXPECT_EQ(pairsOf(policy), (Pairs{{"first", "1"}, {"second", "2"}, {"third", "3"}}));
-        } else {
-            ++failures;
-            EXPECT_EQ(result, DDS_RETCODE_OUT_OF_RESOURCES);
-            EXPECT_EQ(pairsOf(policy), original);
-        }
-        DDS_PropertyQosPolicy_finalize(&policy);
-    });
-    // The doubled buffer and the name and value buffers of each new place,
-    // which the added property then fills without allocating.
-    EXPECT_EQ(calls, 6);
-    EXPECT_EQ(failures, 5);
-    EXPECT_FALSE(log.lines().empty());
-}
-
-TEST_F(PropertyTest, OutOfHeapWhileReplacingOrCopyingLeavesThePolicyUnchanged) {
+// Each change of a policy with {a, 1} and {b, 2}, with every allocation
+// failing in turn: a failure leaves the policy as it was.
+TEST_F(PropertyTest, EveryAllocationFailureLeavesThePolicyAsItWas) {
+    struct Case {
+        const char *name;
+        DDS_ReturnCode_t (*change)(DDS_PropertyQosPolicy *policy, const DDS_PropertyQosPolicy *source);
+        Pairs after;
+        long allocations;
+    };
+    const Case cases[] = {
+            // The doubled buffer and the name and value buffers of each new
+            // place, which the added property then fills without allocating.
+            {"add",
+             [](DDS_PropertyQosPolicy *policy, const DDS_PropertyQosPolicy *) {
+                 return DDS_PropertyQosPolicyHelper_add_property(policy, "c", "3", DDS_BOOLEAN_TRUE);
+             },
+             {{"a", "1"}, {"b", "2"}, {"c", "3"}},
+             6},
+            {"copy",
+             [](DDS_PropertyQosPolicy *policy, const DDS_PropertyQosPolicy *source) -> DDS_ReturnCode_t {
+                 return DDS_PropertyQosPolicy_copy(policy, source) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
+             },
+             {{"x", "9"}},
+             4},
+    };
     const Pairs original{{"a", "1"}, {"b", "2"}};
-    zeltest::forEachAllocationFailure([&](long n) {
-        DDS_PropertyQosPolicy policy;
-        buildPolicy(&policy, original, n);
-        if (DDS_PropertyQosPolicyHelper_assert_property(&policy, "b", "new", DDS_BOOLEAN_TRUE) == DDS_RETCODE_OK) {
-            EXPECT_EQ(pairsOf(policy), (Pairs{{"a", "1"}, {"b", "new"}}));
-        } else {
-            EXPECT_EQ(pairsOf(policy), original);
-        }
-        DDS_PropertyQosPolicy_finalize(&policy);
-    });
-
-    zeltest::forEachAllocationFailure([&](long n) {
-        DDS_PropertyQosPolicy source;
-        DDS_PropertyQosPolicy copy;
-        buildPolicy(&source, original, 0);
-        buildPolicy(&copy, {{"old", "x"}}, n);
-        if (DDS_PropertyQosPolicy_copy(&copy, &source)) {
-            EXPECT_EQ(pairsOf(copy), original);
-            EXPECT_NE(DDS_PropertyQosPolicyHelper_lookup_property(&copy, "a")->name,
-                      DDS_PropertyQosPolicyHelper_lookup_property(&source, "a")->name);
-        } else {
-            EXPECT_EQ(pairsOf(copy), (Pairs{{"old", "x"}}));
-        }
-        DDS_PropertyQosPolicy_finalize(&copy);
-        DDS_PropertyQosPolicy_finalize(&source);
-    });
+    zeltest::LogCapture log;
+    DDS_PropertyQosPolicy source;
+    buildPolicy(&source, {{"x", "9"}}, 0);
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        long failures = 0;
+        const long allocations = zeltest::forEachAllocationFailure([&](long n) {
+            DDS_PropertyQosPolicy policy;
+            buildPolicy(&policy, original, n);
+            const DDS_ReturnCode_t result = c.change(&policy, &source);
+            failures += result == DDS_RETCODE_OK ? 0 : 1;
+            EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_OUT_OF_RESOURCES) << result;
+            EXPECT_EQ(pairsOf(policy), result == DDS_RETCODE_OK ? c.after : original);
+            DDS_PropertyQosPolicy_finalize(&policy);
+        });
+        EXPECT_EQ(allocations, c.allocations);
+        EXPECT_EQ(failures, allocations - 1);  // no failure goes unnoticed
+    }
+    DDS_PropertyQosPolicy_finalize(&source);
+    EXPECT_FALSE(log.lines().empty());
 }
 
 }  // namespace

@@ -99,15 +99,6 @@ TEST_F(SequenceTest, MaximumChangesKeepLeadingElementsAndCutTheLength) {
     EXPECT_TRUE(TestLongSeq_finalize(&seq));
 }
 
-TEST_F(SequenceTest, ElementsBeyondTheLengthKeepTheirValues) {
-    TestStringSeq seq = ZEL_SEQUENCE_INITIALIZER;
-    ASSERT_TRUE(fromTexts(&seq, {"a", "b", "c"}));
-    ASSERT_TRUE(TestStringSeq_set_length(&seq, 1));
-    ASSERT_TRUE(TestStringSeq_set_length(&seq, 3));
-    EXPECT_EQ(textsOf(seq), (std::vector<std::string>{"a", "b", "c"}));
-    EXPECT_TRUE(TestStringSeq_finalize(&seq));
-}
-
 TEST_F(SequenceTest, EveryRuleIsReportedWithItsExactMessage) {
     zeltest::LogCapture log;
     const ZELLogMessage &bad = ZEL_LOG_BAD_PARAMETER_s;
@@ -319,6 +310,9 @@ TEST_F(SequenceTest, CopyGrowsAnOwnedDestinationExactlyAndCopiesStringsByContent
     TestStringSeq source = ZEL_SEQUENCE_INITIALIZER;
     ASSERT_TRUE(fromTexts(&source, {texts[0], texts[1], texts[2]}));
     EXPECT_NE(TestStringSeq_get(&source, 0), texts[0]);
+    // Elements beyond the length keep their values.
+    ASSERT_TRUE(TestStringSeq_set_length(&source, 1));
+    ASSERT_TRUE(TestStringSeq_set_length(&source, 3));
 
     TestStringSeq copy = ZEL_SEQUENCE_INITIALIZER;
     ASSERT_TRUE(TestStringSeq_set_maximum(&copy, 1));
@@ -356,80 +350,64 @@ TEST_F(SequenceTest, CopyGrowsAnOwnedDestinationExactlyAndCopiesStringsByContent
     EXPECT_TRUE(TestStringSeq_finalize(&source));
 }
 
-// Arms the n-th allocation again after the attempt has built its fixture, so
-// that only the operation under test meets the failure.
-void armAfterSetUp(long n) { ZELOsapiHeap_failAllocation(n, ZEL_TRUE); }
-
-void buildStrings(TestStringSeq *seq, const std::vector<const char *> &texts) {
-    ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
-    ASSERT_TRUE(TestStringSeq_initialize(seq));
-    ASSERT_TRUE(fromTexts(seq, texts));
-}
-
-TEST_F(SequenceTest, FailedSetMaximumLeavesTheStringSequenceAsItWas) {
+// Each operation on a string sequence, with every allocation failing in
+// turn: a failure leaves the sequence as it was.
+TEST_F(SequenceTest, EveryAllocationFailureLeavesTheStringSequenceAsItWas) {
+    using Texts = std::vector<std::string>;
+    struct Case {
+        const char *name;
+        std::vector<const char *> before;
+        bool (*operation)(TestStringSeq *seq, const TestStringSeq *source);
+        Texts after;
+        long allocations;
+    };
+    const auto copy = [](TestStringSeq *seq, const TestStringSeq *source) {
+        return TestStringSeq_copy(seq, source) != nullptr;
+    };
+    const Case cases[] = {
+            // The buffer, then three new empty strings.
+            {"grow the maximum",
+             {"a", "b", "c"},
+             [](TestStringSeq *seq, const TestStringSeq *) {
+                 return TestStringSeq_set_maximum(seq, 6) && TestStringSeq_set_length(seq, 6);
+             },
+             {"a", "b", "c", "", "", ""},
+             5},
+            {"copy that grows the destination", {"x"}, copy, {"one", "two"}, 6},
+            {"copy within the maximum", {"x", "y", "z"}, copy, {"one", "two"}, 6},
+            {"from an array",
+             {"keep"},
+             [](TestStringSeq *seq, const TestStringSeq *) { return fromTexts(seq, {"p", "q"}) != 0; },
+             {"p", "q"},
+             6},
+    };
     zeltest::LogCapture log;
-    long failures = 0;
-    const long calls = zeltest::forEachAllocationFailure([&](long n) {
-        TestStringSeq seq;
-        buildStrings(&seq, {"a", "b", "c"});
-        armAfterSetUp(n);
-        if (TestStringSeq_set_maximum(&seq, 6)) {
-            EXPECT_EQ(TestStringSeq_get_maximum(&seq), 6);
-            EXPECT_TRUE(TestStringSeq_set_length(&seq, 6));
-            EXPECT_EQ(textsOf(seq), (std::vector<std::string>{"a", "b", "c", "", "", ""}));
-        } else {
-            ++failures;
-            EXPECT_EQ(TestStringSeq_get_maximum(&seq), 3);
-            EXPECT_EQ(textsOf(seq), (std::vector<std::string>{"a", "b", "c"}));
-        }
-        EXPECT_TRUE(TestStringSeq_finalize(&seq));
-    });
-    EXPECT_EQ(calls, 5);  // the buffer, then three new empty strings
-    EXPECT_EQ(failures, 4);
+    TestStringSeq source = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_TRUE(fromTexts(&source, {"one", "two"}));
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        long failures = 0;
+        const long allocations = zeltest::forEachAllocationFailure([&](long n) {
+            // Only the operation under test meets the failure.
+            ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
+            TestStringSeq seq = ZEL_SEQUENCE_INITIALIZER;
+            ASSERT_TRUE(fromTexts(&seq, c.before));
+            ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
+            const bool done = c.operation(&seq, &source);
+            failures += done ? 0 : 1;
+            EXPECT_EQ(textsOf(seq), done ? c.after : Texts(c.before.begin(), c.before.end()));
+            if (!done) {
+                EXPECT_EQ(TestStringSeq_get_maximum(&seq), static_cast<DDS_Long>(c.before.size()));
+            }
+            EXPECT_TRUE(TestStringSeq_finalize(&seq));
+        });
+        EXPECT_EQ(allocations, c.allocations);
+        EXPECT_EQ(failures, allocations - 1);  // no failure goes unnoticed
+    }
+    EXPECT_TRUE(TestStringSeq_finalize(&source));
     EXPECT_TRUE(log.contains("TestStringSeq_set_maximum", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd,
                              "out of heap: array of 6 elements of 8 octets\n"));
     EXPECT_TRUE(log.contains("TestStringSeq_set_maximum", ZEL_LOG_INIT_FAILURE_s, "failed to initialize element\n"));
-}
-
-TEST_F(SequenceTest, FailedCopyLeavesTheDestinationAsItWas) {
-    for (const bool destinationLarge : {false, true}) {
-        SCOPED_TRACE(destinationLarge ? "copy within the maximum" : "copy that grows the destination");
-        zeltest::forEachAllocationFailure([&](long n) {
-            TestStringSeq source;
-            TestStringSeq destination;
-            buildStrings(&source, {"one", "two"});
-            if (destinationLarge) {
-                buildStrings(&destination, {"x", "y", "z"});
-            } else {
-                buildStrings(&destination, {"x"});
-            }
-            armAfterSetUp(n);
-            if (TestStringSeq_copy(&destination, &source) != nullptr) {
-                EXPECT_EQ(textsOf(destination), (std::vector<std::string>{"one", "two"}));
-            } else if (destinationLarge) {
-                EXPECT_EQ(textsOf(destination), (std::vector<std::string>{"x", "y", "z"}));
-            } else {
-                EXPECT_EQ(textsOf(destination), (std::vector<std::string>{"x"}));
-            }
-            EXPECT_TRUE(TestStringSeq_finalize(&destination));
-            EXPECT_TRUE(TestStringSeq_finalize(&source));
-        });
-    }
-}
-
-TEST_F(SequenceTest, FailedFromArrayReportsTheCopyStepAndLeavesTheSequence) {
-    zeltest::LogCapture log;
-    zeltest::forEachAllocationFailure([&](long n) {
-        TestStringSeq seq;
-        buildStrings(&seq, {"keep"});
-        armAfterSetUp(n);
-        if (fromTexts(&seq, {"p", "q"})) {
-            EXPECT_EQ(textsOf(seq), (std::vector<std::string>{"p", "q"}));
-        } else {
-            EXPECT_EQ(textsOf(seq), (std::vector<std::string>{"keep"}));
-        }
-        EXPECT_TRUE(TestStringSeq_finalize(&seq));
-    });
     EXPECT_TRUE(log.contains("TestStringSeq_from_array", ZEL_LOG_ANY_FAILURE_s, "failure: copy element\n"));
     EXPECT_TRUE(log.contains("TestStringSeq_from_array", ZEL_LOG_ANY_FAILURE_s,
                              "failure: copying array sequence\n"));

@@ -1,4 +1,5 @@
 // DDS strings on the platform heap and the string matching helpers.
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -10,9 +11,9 @@
 
 namespace {
 
-using DdsStringTest = zeltest::HeapCheckedTest;
+using StringsTest = zeltest::HeapCheckedTest;
 
-TEST_F(DdsStringTest, DupCopiesIntoOneHeapBlockThatFreeReleases) {
+TEST_F(StringsTest, DupAndAllocTakeOneZeroFilledHeapBlockThatFreeReleases) {
     const long before = ZELOsapiHeap_getLiveBlockCount();
     char *copy = DDS_String_dup("zel/dds/version");
     ASSERT_NE(copy, nullptr);
@@ -20,28 +21,21 @@ TEST_F(DdsStringTest, DupCopiesIntoOneHeapBlockThatFreeReleases) {
     EXPECT_EQ(ZELOsapiHeap_getLiveBlockCount(), before + 1);
     DDS_String_free(copy);
     EXPECT_EQ(ZELOsapiHeap_getLiveBlockCount(), before);
-
     char *empty = DDS_String_dup("");
     ASSERT_NE(empty, nullptr);
     EXPECT_STREQ(empty, "");
     DDS_String_free(empty);
     EXPECT_EQ(DDS_String_dup(nullptr), nullptr);
     DDS_String_free(nullptr);
-}
 
-TEST_F(DdsStringTest, AllocGivesAZeroFilledStringWithRoomForTheNul) {
-    char *text = DDS_String_alloc(8);
+    char *text = DDS_String_alloc(8);  // with room for the NUL
     ASSERT_NE(text, nullptr);
-    for (int i = 0; i <= 8; ++i) {
-        EXPECT_EQ(text[i], '\0');
-    }
+    EXPECT_EQ(std::count(text, text + 9, '\0'), 9);
     std::memcpy(text, "12345678", 8);
     EXPECT_STREQ(text, "12345678");
     DDS_String_free(text);
     EXPECT_EQ(DDS_String_alloc(SIZE_MAX), nullptr);
-}
 
-TEST_F(DdsStringTest, OutOfHeapGivesNull) {
     ZELOsapiHeap_failAllocation(1, ZEL_TRUE);
     EXPECT_EQ(DDS_String_dup("abc"), nullptr);
     ZELOsapiHeap_failAllocation(1, ZEL_TRUE);
@@ -49,77 +43,79 @@ TEST_F(DdsStringTest, OutOfHeapGivesNull) {
     EXPECT_FALSE(ZELOsapiHeap_isFailurePending());
 }
 
-bool matches(const char *pattern, const char *string) { return REDAString_fnmatch(pattern, string, 0) == 0; }
+struct MatchCase {
+    const char *pattern;
+    const char *string;
+    bool matches;
+};
 
-TEST(FnmatchTest, WildcardsMatchRunsAndSingleCharacters) {
-    EXPECT_TRUE(matches("zel/dds/monitoring/*Description", "zel/dds/monitoring/topicDescription"));
-    EXPECT_FALSE(matches("zel/dds/monitoring/*Description", "zel/dds/monitoring/topicStatistics"));
-    EXPECT_TRUE(matches("*", ""));
-    EXPECT_TRUE(matches("**a**", "bab"));
-    EXPECT_TRUE(matches("a*b*c", "a/x/b/y/c"));
-    EXPECT_FALSE(matches("a*b*c", "a/x/b/y/cd"));
-    EXPECT_TRUE(matches("*aab", "aaaab"));  // the star must give back characters it took
-    EXPECT_TRUE(matches("?at", "cat"));
-    EXPECT_FALSE(matches("?at", "at"));
-    EXPECT_FALSE(matches("", "a"));
-    EXPECT_TRUE(matches("", ""));
-    EXPECT_FALSE(matches("abc", "ab"));
-    EXPECT_FALSE(matches("ab", "abc"));
-    EXPECT_FALSE(matches(nullptr, "a"));
-    EXPECT_FALSE(matches("a", nullptr));
+TEST(FnmatchTest, WildcardsBracketsAndBackslashes) {
+    const MatchCase cases[] = {
+            {"zel/dds/monitoring/*Description", "zel/dds/monitoring/topicDescription", true},
+            {"zel/dds/monitoring/*Description", "zel/dds/monitoring/topicStatistics", false},
+            {"*", "", true},
+            {"**a**", "bab", true},
+            {"a*b*c", "a/x/b/y/c", true},
+            {"a*b*c", "a/x/b/y/cd", false},
+            {"*aab", "aaaab", true},  // the star must give back characters it took
+            {"?at", "cat", true},
+            {"?at", "at", false},
+            {"", "a", false},
+            {"", "", true},
+            {"abc", "ab", false},
+            {"ab", "abc", false},
+            {nullptr, "a", false},
+            {"a", nullptr, false},
+            {"[a-c]x", "bx", true},
+            {"[a-c]x", "dx", false},
+            {"[!a-c]x", "dx", true},
+            {"[!a-c]x", "ax", false},
+            {"[]]", "]", true},
+            {"[!]]", "a", true},
+            {"[!]]", "]", false},
+            {"[a-]", "-", true},  // a '-' before the ']' is a member
+            {"[\\]x]", "]", true},
+            {"[ab", "[ab", true},  // no ']': the '[' is an ordinary character
+            {"[ab", "a", false},
+            {"a\\*", "a*", true},
+            {"a\\*", "ab", false},
+            {"\\?", "?", true},
+            {"\\?", "x", false},
+            {"a\\", "a\\", true},
+    };
+    for (const MatchCase &c : cases) {
+        EXPECT_EQ(REDAString_fnmatch(c.pattern, c.string, 0) == 0, c.matches) << c.pattern << " / " << c.string;
+    }
 }
 
-TEST(FnmatchTest, BracketsTakeRangesNegationAndLiteralClosingBracket) {
-    EXPECT_TRUE(matches("[a-c]x", "bx"));
-    EXPECT_FALSE(matches("[a-c]x", "dx"));
-    EXPECT_TRUE(matches("[!a-c]x", "dx"));
-    EXPECT_FALSE(matches("[!a-c]x", "ax"));
-    EXPECT_TRUE(matches("[]]", "]"));
-    EXPECT_TRUE(matches("[!]]", "a"));
-    EXPECT_FALSE(matches("[!]]", "]"));
-    EXPECT_TRUE(matches("[a-]", "-"));  // a '-' before the ']' is a member
-    EXPECT_TRUE(matches("[\\]x]", "]"));
-    EXPECT_TRUE(matches("[ab", "[ab"));  // no ']': the '[' is an ordinary character
-    EXPECT_FALSE(matches("[ab", "a"));
-}
-
-TEST(FnmatchTest, BackslashEscapesTheNextCharacter) {
-    EXPECT_TRUE(matches("a\\*", "a*"));
-    EXPECT_FALSE(matches("a\\*", "ab"));
-    EXPECT_TRUE(matches("\\?", "?"));
-    EXPECT_FALSE(matches("\\?", "x"));
-    EXPECT_TRUE(matches("a\\", "a\\"));
-}
-
-TEST(HasMatchingElementTest, EachTrimmedElementIsAPattern) {
+// Each element of the list, trimmed, is a pattern; empty ones match nothing.
+// Matching needs no heap.
+TEST_F(StringsTest, ListMatchesWhenAnyTrimmedElementMatches) {
     const char *topic = "zel/dds/monitoring/topicDescription";
-    EXPECT_TRUE(REDAString_hasMatchingElement(topic, topic, ','));
-    EXPECT_TRUE(REDAString_hasMatchingElement("a, \t zel/dds/monitoring/topicDescription \n,b", topic, ','));
-    EXPECT_FALSE(REDAString_hasMatchingElement("zel/dds/monitoring/topicDescriptionX", topic, ','));
-
     const char *stats = "zel/dds/monitoring/*Statistics";
-    EXPECT_TRUE(REDAString_hasMatchingElement(stats, "zel/dds/monitoring/dataWriterEntityStatistics", ','));
-    EXPECT_TRUE(REDAString_hasMatchingElement(stats, "zel/dds/monitoring/topicEntityStatistics", ','));
-    EXPECT_FALSE(REDAString_hasMatchingElement(stats, topic, ','));
-
+    const MatchCase cases[] = {
+            {topic, topic, true},
+            {"a, \t zel/dds/monitoring/topicDescription \n,b", topic, true},
+            {"zel/dds/monitoring/topicDescriptionX", topic, false},
+            {stats, "zel/dds/monitoring/dataWriterEntityStatistics", true},
+            {stats, "zel/dds/monitoring/topicEntityStatistics", true},
+            {stats, topic, false},
+            {"", "", false},
+            {" , ,,", "", false},
+            {",,", "a", false},
+            {",,a,", "a", true},
+            {nullptr, "a", false},
+            {"a", nullptr, false},
+    };
+    for (const MatchCase &c : cases) {
+        ZELOsapiHeap_failAllocation(1, ZEL_FALSE);
+        EXPECT_EQ(REDAString_hasMatchingElement(c.pattern, c.string, ',') != 0, c.matches)
+                << c.pattern << " / " << c.string;
+        EXPECT_TRUE(ZELOsapiHeap_isFailurePending());
+        ZELOsapiHeap_failAllocation(0, ZEL_FALSE);
+    }
     EXPECT_TRUE(REDAString_hasMatchingElement("x|y", "y", '|'));
     EXPECT_FALSE(REDAString_hasMatchingElement("x|y", "x|y", '|'));
-}
-
-TEST(HasMatchingElementTest, EmptyElementsAndNullArgumentsMatchNothing) {
-    EXPECT_FALSE(REDAString_hasMatchingElement("", "", ','));
-    EXPECT_FALSE(REDAString_hasMatchingElement(" , ,,", "", ','));
-    EXPECT_FALSE(REDAString_hasMatchingElement(",,", "a", ','));
-    EXPECT_TRUE(REDAString_hasMatchingElement(",,a,", "a", ','));
-    EXPECT_FALSE(REDAString_hasMatchingElement(nullptr, "a", ','));
-    EXPECT_FALSE(REDAString_hasMatchingElement("a", nullptr, ','));
-}
-
-TEST_F(DdsStringTest, MatchingAListUsesNoHeap) {
-    ZELOsapiHeap_failAllocation(1, ZEL_FALSE);
-    EXPECT_TRUE(REDAString_hasMatchingElement("a, b*, c", "bee", ','));
-    EXPECT_TRUE(ZELOsapiHeap_isFailurePending());
-    ZELOsapiHeap_failAllocation(0, ZEL_FALSE);
 }
 
 TEST(ICompareTest, ComparesIgnoringAsciiCase) {

@@ -134,31 +134,26 @@ protected:
 
 using Labels = std::vector<std::string>;
 
-TEST_F(EventGeneratorTest, EventsRunWhenDueInDueTimeOrderAndTiesInPostingOrder) {
+// A callback that asks for another run is rescheduled with its new time and
+// data, and dropped after its last run.
+TEST_F(EventGeneratorTest, EventsRunWhenDueInDueTimeOrderTiesInPostingOrderAndReschedule) {
     EventSpec c{&recorder_, "c"}, a{&recorder_, "a"}, b{&recorder_, "b"}, a2{&recorder_, "a2"}, c2{&recorder_, "c2"};
-    ASSERT_TRUE(post(&c, 3) && post(&a, 1) && post(&b, 2) && post(&a2, 1) && post(&c2, 3));
-    EXPECT_EQ(ZELEventActiveGenerator_getPendingEventCount(generator_), 5);
-    setClock(2);
-    EXPECT_EQ(recorder_.labels(3), (Labels{"a", "a2", "b"}));
-    setClock(10);
-    EXPECT_EQ(recorder_.labels(5), (Labels{"a", "a2", "b", "c", "c2"}));
-    const EventRun run = recorder_.waitFor(5)[3];
-    EXPECT_TRUE(run.time.sec == 3 && run.now.sec == 10 && run.worker != nullptr);
-    EXPECT_EQ(run.threadName, "zelEvt");
-}
-
-TEST_F(EventGeneratorTest, CallbackReschedulesWithItsNewTimeAndData) {
-    EventSpec repeating{&recorder_, "r", 2}, late{&recorder_, "late"};
-    ASSERT_TRUE(post(&repeating, 1) && post(&late, 5));
-    setClock(4);
-    const std::vector<EventRun> runs = recorder_.waitFor(3);
-    ASSERT_EQ(recorder_.labels(3), (Labels{"r", "r", "r"}));
+    EventSpec repeating{&recorder_, "r", 2};
+    ASSERT_TRUE(post(&c, 30) && post(&a, 10) && post(&b, 20) && post(&a2, 10) && post(&c2, 30) &&
+                post(&repeating, 10));
+    EXPECT_EQ(ZELEventActiveGenerator_getPendingEventCount(generator_), 6);
+    setClock(20);
+    EXPECT_EQ(recorder_.labels(6), (Labels{"a", "a2", "r", "r", "r", "b"}));
+    EXPECT_EQ(ZELEventActiveGenerator_getPendingEventCount(generator_), 2);
+    setClock(100);
+    EXPECT_EQ(recorder_.labels(8), (Labels{"a", "a2", "r", "r", "r", "b", "c", "c2"}));
+    const std::vector<EventRun> runs = recorder_.waitFor(8);
     for (size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(runs[i].time.sec, static_cast<int32_t>(i) + 1);
-        EXPECT_EQ(runs[i].data, static_cast<char *>(nullptr) + i);
+        EXPECT_EQ(runs[2 + i].time.sec, static_cast<int32_t>(10 + i));
+        EXPECT_EQ(runs[2 + i].data, static_cast<char *>(nullptr) + i);
     }
-    // Dropped after its last run; only the late one waits.
-    EXPECT_EQ(ZELEventActiveGenerator_getPendingEventCount(generator_), 1);
+    EXPECT_TRUE(runs[6].time.sec == 30 && runs[6].now.sec == 100 && runs[6].worker != nullptr);
+    EXPECT_EQ(runs[6].threadName, "zelEvt");
 }
 
 TEST_F(EventGeneratorTest, EventsPostedFromManyThreadsAndFromCallbacksAllRunOnce) {

@@ -1,5 +1,6 @@
 #include "log_capture.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace zeltest {
@@ -31,12 +32,7 @@ void LogCapture::clear() {
 bool LogCapture::contains(const std::string &context, const ZELLogMessage &message, const std::string &text) const {
     const CapturedLine wanted = expectedLine(context, message, text);
     std::lock_guard<std::mutex> guard(mutex_);
-    for (const CapturedLine &line : lines_) {
-        if (line == wanted) {
-            return true;
-        }
-    }
-    return false;
+    return std::find(lines_.begin(), lines_.end(), wanted) != lines_.end();
 }
 
 CapturedLine expectedLine(const std::string &context, const ZELLogMessage &message, const std::string &text) {

@@ -13,45 +13,6 @@ using Events = std::vector<std::string>;
 
 class LoopbackMatchTest : public WireTest {};
 
-TEST_F(LoopbackMatchTest, MatchAndUnmatchInEveryOrderOfCreationAndDeletion) {
-    ZELWireParticipant *p = participant(0);
-    for (int order = 0; order < 4; ++order) {
-        SCOPED_TRACE(order);
-        const bool writerFirst = (order & 1) != 0;
-        const bool deleteWriterFirst = (order & 2) != 0;
-        Recorder w, r;
-        ZELWireWriter *writerHandle = nullptr;
-        ZELWireReader *readerHandle = nullptr;
-        if (writerFirst) {
-            writerHandle = writer(p, 1, &w);
-            EXPECT_EQ(w.take(), Events{});
-        }
-        readerHandle = reader(p, 2, &r);
-        if (!writerFirst) {
-            EXPECT_EQ(r.take(), Events{});
-            writerHandle = writer(p, 1, &w);
-        }
-        ASSERT_NE(writerHandle, nullptr);
-        ASSERT_NE(readerHandle, nullptr);
-        EXPECT_EQ(w.take(), Events{"matched 2"});
-        EXPECT_EQ(r.take(), Events{"matched 1"});
-        if (deleteWriterFirst) {
-            ops_->deleteWriter(writerHandle);
-        } else {
-            ops_->deleteReader(readerHandle);
-        }
-        EXPECT_EQ(w.take(), Events{"unmatched 2"});
-        EXPECT_EQ(r.take(), Events{"unmatched 1"});
-        if (deleteWriterFirst) {
-            ops_->deleteReader(readerHandle);
-        } else {
-            ops_->deleteWriter(writerHandle);
-        }
-        EXPECT_EQ(w.take(), Events{});
-        EXPECT_EQ(r.take(), Events{});
-    }
-}
-
 TEST_F(LoopbackMatchTest, OnlyTheSameDomainTopicAndTypeMatchAcrossParticipants) {
     ZELWireParticipant *local = participant(0);
     ZELWireParticipant *remote = participant(0);

@@ -1,10 +1,12 @@
 // What every wire does alike, on each wire that is built: matches reach
-// both sides and end on both sides, samples and instance changes arrive
-// with their octets, key hash and writer, an incompatible pair names the
-// policy, and the counters follow. A wire with threads of its own may
-// report later than the call that caused it, so the checks wait.
+// both sides and end on both sides whatever the order, samples and instance
+// changes arrive with their octets, key hash, writer and times, a keyless
+// writer changes no instance, an incompatible pair names the policy, and the
+// counters follow. A wire with threads of its own may report later than the
+// call that caused it, so the checks wait.
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -48,24 +50,42 @@ protected:
     }
 };
 
-TEST_P(WireContractTest, MatchesReachBothSidesAndEndOnBothSides) {
+TEST_P(WireContractTest, MatchesReachBothSidesAndEndOnBothSidesInEveryOrder) {
+    const auto event = [](const char *what, uint32_t remote) { return Events{what + (" " + std::to_string(remote))}; };
     ZELWireParticipant *a = participant(0);
     ZELWireParticipant *b = participant(0);
-    Recorder w, r;
-    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", offered());
-    ZELWireReader *readerHandle = reader(b, 2, &r);
-    ASSERT_TRUE(writerHandle != nullptr && readerHandle != nullptr);
-    EXPECT_EQ(w.takeEventually(1), Events{"matched 2"});
-    EXPECT_EQ(r.takeEventually(1), Events{"matched 1"});
-    // The deleted side hears of the end before its deletion returns.
-    ops_->deleteReader(readerHandle);
-    EXPECT_EQ(r.take(), Events{"unmatched 1"});
-    EXPECT_EQ(w.takeEventually(1), Events{"unmatched 2"});
-    ops_->deleteWriter(writerHandle);
-    EXPECT_EQ(w.take(), Events{});
+    for (uint32_t order = 0; order < 4; ++order) {
+        SCOPED_TRACE(order);
+        const bool writerFirst = (order & 1) != 0;
+        const bool deleteWriterFirst = (order & 2) != 0;
+        // Endpoints of their own each time: a GUID is not reused while a
+        // wire may still be forgetting it.
+        const uint32_t w1 = 2 * order + 1, r1 = 2 * order + 2;
+        Recorder w, r;
+        ZELWireWriter *writerHandle = writerFirst ? writer(a, w1, &w, "Square", offered()) : nullptr;
+        ZELWireReader *readerHandle = reader(b, r1, &r);
+        writerHandle = writerFirst ? writerHandle : writer(a, w1, &w, "Square", offered());
+        ASSERT_TRUE(writerHandle != nullptr && readerHandle != nullptr);
+        EXPECT_EQ(w.takeEventually(1), event("matched", r1));
+        EXPECT_EQ(r.takeEventually(1), event("matched", w1));
+        // The deleted side hears of the end before its deletion returns.
+        if (deleteWriterFirst) {
+            ops_->deleteWriter(writerHandle);
+            EXPECT_EQ(w.take(), event("unmatched", r1));
+            EXPECT_EQ(r.takeEventually(1), event("unmatched", w1));
+            ops_->deleteReader(readerHandle);
+        } else {
+            ops_->deleteReader(readerHandle);
+            EXPECT_EQ(r.take(), event("unmatched", w1));
+            EXPECT_EQ(w.takeEventually(1), event("unmatched", r1));
+            ops_->deleteWriter(writerHandle);
+        }
+        EXPECT_EQ(w.take(), Events{});
+        EXPECT_EQ(r.take(), Events{});
+    }
 }
 
-TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashAndWriter) {
+TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashWriterAndTimes) {
     ZELWireParticipant *a = participant(0);
     ZELWireParticipant *b = participant(0);
     Recorder w, r;
@@ -77,19 +97,28 @@ TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashAndWriter)
     const std::vector<uint8_t> data5 = {0, 1, 0, 0, 42};
     const std::vector<uint8_t> data8 = {0, 1, 0, 0, 1, 2, 3, 4};
     const std::vector<uint8_t> key6 = {0, 1, 0, 0, 7, 7};
-    const ZELWireSample written[] = {sample(3, 1, data5), sample(4, 2, data8),
-                                     sample(3, 3, key6, ZEL_WIRE_SAMPLE_DISPOSE),
-                                     sample(4, 4, key6, ZEL_WIRE_SAMPLE_UNREGISTER)};
-    for (const ZELWireSample &s : written) {
+    ZELWireSample written[] = {sample(3, 1, data5), sample(4, 2, data8), sample(3, 3, key6, ZEL_WIRE_SAMPLE_DISPOSE),
+                               sample(4, 4, key6, ZEL_WIRE_SAMPLE_UNREGISTER)};
+    for (ZELWireSample &s : written) {
+        for (uint8_t i = 1; i < 16; ++i) {
+            s.keyHash[i] = static_cast<uint8_t>(s.keyHash[0] * 16 + i);
+        }
         EXPECT_TRUE(ops_->write(writerHandle, &s));
     }
     EXPECT_EQ(withoutSequence(r.takeEventually(4)), (Events{"sample 3", "sample 4", "dispose 3", "unregister 4"}));
-    ASSERT_EQ(r.payloads.size(), 4u);
+    ASSERT_EQ(r.samples.size(), 4u);
+    const ZELWireGuid writerGuid = guidOf(1);
     EXPECT_EQ(r.payloads[0], data5);
     EXPECT_EQ(r.payloads[1], data8);
-    // The change of an instance the reader knows may come by key hash alone.
-    for (size_t change = 2; change < 4; ++change) {
-        EXPECT_TRUE(r.payloads[change] == key6 || r.payloads[change].empty()) << change;
+    for (size_t i = 0; i < 4; ++i) {
+        SCOPED_TRACE(i);
+        const ZELWireSample &got = r.samples[i];
+        EXPECT_EQ(std::memcmp(got.keyHash, written[i].keyHash, sizeof got.keyHash), 0);
+        EXPECT_EQ(std::memcmp(&got.writerGuid, &writerGuid, sizeof writerGuid), 0);
+        EXPECT_EQ(got.sourceTimestamp.sec, 100);
+        EXPECT_GT(got.receptionTimestamp.sec, 100);
+        // The change of an instance the reader knows may come by key hash alone.
+        EXPECT_TRUE(i < 2 || r.payloads[i] == key6 || r.payloads[i].empty());
     }
 
     ZELWireCounters sent{}, received{}, perMatch{};
@@ -97,9 +126,17 @@ TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashAndWriter)
     ops_->getReaderCounters(readerHandle, &received);
     EXPECT_EQ(sent.sampleCount, 4);
     EXPECT_EQ(received.sampleCount, 4);
-    const ZELWireGuid writerGuid = guidOf(1);
     EXPECT_TRUE(ops_->getReaderMatchCounters(readerHandle, &writerGuid, &perMatch));
     EXPECT_EQ(perMatch.sampleCount, 4);
+
+    // A keyless writer has no instances to change.
+    const ZELWireEndpointParams keylessParams{guidOf(3), "Plain", "PlainType", ZEL_FALSE, ZEL_FALSE, offered()};
+    const ZELWireWriterListener keylessListener = writerListener(&w);
+    ZELWireWriter *keyless = ops_->createWriter(a, &keylessParams, &keylessListener);
+    ASSERT_NE(keyless, nullptr);
+    EXPECT_FALSE(ops_->write(keyless, &written[2]));
+    EXPECT_FALSE(ops_->write(keyless, &written[3]));
+    ops_->deleteWriter(keyless);
     ops_->deleteWriter(writerHandle);
     ops_->deleteReader(readerHandle);
 }

@@ -28,6 +28,7 @@ ZELWireEndpointQos requestedQos() {
 }
 
 void Recorder::add(std::string event) {
+    late += deleted ? 1 : 0;
     std::lock_guard<std::mutex> guard(mutex);
     events.push_back(std::move(event));
 }
@@ -81,6 +82,8 @@ static ZELWireDeliveryResult onSampleI(void *context, const ZELWireSample *sampl
     {
         std::lock_guard<std::mutex> guard(recorder->mutex);
         recorder->payloads.emplace_back(sample->data, sample->data + sample->size);
+        recorder->samples.push_back(*sample);
+        recorder->samples.back().data = nullptr;
     }
     recorder->add(event);
     return recorder->answer;

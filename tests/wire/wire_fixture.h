@@ -1,6 +1,7 @@
 // Endpoints on the in-process wire whose listeners record every callback.
 #pragma once
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -25,7 +26,10 @@ struct Recorder {
     std::vector<std::string> events;
     std::vector<ZELNetioLocator> locators;  // of matched readers, for a writer
     std::vector<std::vector<uint8_t>> payloads;  // of received samples
+    std::vector<ZELWireSample> samples;          // received, without their data
     ZELWireDeliveryResult answer = ZEL_WIRE_DELIVERY_ACCEPTED;
+    std::atomic<bool> deleted{false};  // set once the endpoint's deletion returned
+    std::atomic<int> late{0};          // events recorded after that
     void add(std::string event);
     std::vector<std::string> take();
     // Waits until `count` events were recorded (a wire with threads of its
