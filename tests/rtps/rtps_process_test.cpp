@@ -187,13 +187,17 @@ TEST_P(WireChoiceTest, TheFactoryUsesTheWireItsPropertyOrTheEnvironmentNames) {
                                                      : "DDS_DomainParticipantFactory_get_instance";
     if (choice.wire == nullptr) {
         EXPECT_EQ(factory, nullptr);
-        EXPECT_TRUE(log.contains(context, ZEL_LOG_BAD_PARAMETER_s, choice.logged)) << ::testing::PrintToString(log.lines());
+        EXPECT_TRUE(log.contains(context, ZEL_LOG_BAD_PARAMETER_s, choice.logged))
+                << ::testing::PrintToString(log.lines());
         return;
     }
     ASSERT_NE(factory, nullptr);
-    DDS_DomainParticipant *first = choice.participantExists ? DDS_DomainParticipantFactory_create_participant(
-                                                                      factory, testDomain(), &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0)
-                                                            : nullptr;
+    DDS_DomainParticipant *first = nullptr;
+    if (choice.participantExists) {
+        first = DDS_DomainParticipantFactory_create_participant(factory, testDomain(), &DDS_PARTICIPANT_QOS_DEFAULT,
+                                                                nullptr, 0);
+        ASSERT_NE(first, nullptr);
+    }
     DDS_DomainParticipantQos qos = DDS_DomainParticipantQos_INITIALIZER;
     if (choice.property != nullptr) {
         DDS_DomainParticipantFactory_get_default_participant_qos(factory, &qos);
@@ -208,7 +212,7 @@ TEST_P(WireChoiceTest, TheFactoryUsesTheWireItsPropertyOrTheEnvironmentNames) {
                 choice.result == DDS_RETCODE_BAD_PARAMETER ? ZEL_LOG_BAD_PARAMETER_s : ZEL_LOG_PRECONDITION_NOT_MET_s;
         EXPECT_TRUE(log.contains(context, message, choice.logged)) << ::testing::PrintToString(log.lines());
     }
-    // A refused QoS is not kept.
+    // The default QoS keeps the property only when it was accepted.
     DDS_DomainParticipantFactory_get_default_participant_qos(factory, &qos);
     EXPECT_EQ(DDS_PropertyQosPolicyHelper_lookup_property(&qos.property, "zel.wire") != nullptr,
               choice.property != nullptr && choice.result == DDS_RETCODE_OK);
@@ -216,7 +220,8 @@ TEST_P(WireChoiceTest, TheFactoryUsesTheWireItsPropertyOrTheEnvironmentNames) {
     // A participant may name its factory's wire, not another one.
     const char *other = std::string(choice.wire) == "cyclone" ? "loopback" : "cyclone";
     DDS_PropertyQosPolicyHelper_assert_property(&qos.property, "zel.wire", choice.wire, DDS_BOOLEAN_FALSE);
-    DDS_DomainParticipant *second = DDS_DomainParticipantFactory_create_participant(factory, testDomain(), &qos, nullptr, 0);
+    DDS_DomainParticipant *second =
+            DDS_DomainParticipantFactory_create_participant(factory, testDomain(), &qos, nullptr, 0);
     EXPECT_NE(second, nullptr);
     log.clear();
     DDS_PropertyQosPolicyHelper_assert_property(&qos.property, "zel.wire", other, DDS_BOOLEAN_FALSE);
