@@ -1,7 +1,16 @@
 // The process's participant factory: its worker factory, QoS and default
-// participant QoS, and the creation and deletion of participants.
+// participant QoS, its wire, and the creation and deletion of participants.
+//
+// The wire is the one that the property "zel.wire" of the default
+// participant QoS names, else the one that ZEL_WIRE names, else the
+// default. Setting a default participant QoS that names another wire
+// replaces the wire, which is refused while participants exist: every
+// participant and its endpoints live on the wire they were created on.
+#include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <new>
+#include <utility>
 
 #include "entity_private.h"
 #include "vurncore/clock.h"
@@ -22,6 +31,56 @@ std::mutex g_instanceMutex;                               // guards g_instance
 DDS_DomainParticipantFactory *g_instance = nullptr;      // [g_instanceMutex]
 std::atomic<DDS_UnsignedLong> g_participantCounter{0};    // numbers participants in the process
 } // namespace
+
+// The wire that a participant QoS names; NULL when "zel.wire" is absent or
+// empty.
+static const char *DDS_DomainParticipantQos_getWireNameI(const DDS_DomainParticipantQos *qos) {
+    const DDS_Property_t *property = DDS_PropertyQosPolicyHelper_lookup_property(&qos->property, "zel.wire");
+    return property != nullptr && property->value != nullptr && property->value[0] != '\0' ? property->value
+                                                                                           : nullptr;
+}
+
+// Makes in `*created` a wire of `ops` when the factory's is another one:
+// PRECONDITION_NOT_MET (logged) while participants exist or are being
+// created, ERROR (logged) when the wire cannot be made. [factory lock held]
+static DDS_ReturnCode_t DDS_DomainParticipantFactory_prepareWireI(DDS_DomainParticipantFactory *self,
+                                                                  const ZELWireOps *ops, ZELWire **created,
+                                                                  const char *context) {
+    *created = nullptr;
+    if (self->wire->ops == ops) {
+        return DDS_RETCODE_OK;
+    }
+    if (self->participants.count != 0 || self->participantsCreating != 0) {
+        char text[96];
+        std::snprintf(text, sizeof(text), "participants use the %s wire: it cannot change to %s",
+                      self->wire->ops->name, ops->name);
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, text);
+        return DDS_RETCODE_PRECONDITION_NOT_MET;
+    }
+    *created = ops->create();
+    if (*created == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "wire");
+        return DDS_RETCODE_ERROR;
+    }
+    return DDS_RETCODE_OK;
+}
+
+// The factory's wire for a participant being created, counted as such;
+// NULL (logged: PRECONDITION_NOT_MET) when the participant's QoS names
+// another wire. [factory lock held]
+static ZELWire *DDS_DomainParticipantFactory_reserveWireI(DDS_DomainParticipantFactory *self,
+                                                          const DDS_DomainParticipantQos *qos, const char *context) {
+    const char *name = DDS_DomainParticipantQos_getWireNameI(qos);
+    if (name != nullptr && std::strcmp(name, self->wire->ops->name) != 0) {
+        char text[160];
+        std::snprintf(text, sizeof(text), "zel.wire \"%.80s\" is not the factory's wire, %s", name,
+                      self->wire->ops->name);
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, text);
+        return nullptr;
+    }
+    ++self->participantsCreating;
+    return self->wire;
+}
 
 static void DDS_DomainParticipantFactory_freeI(DDS_DomainParticipantFactory *factory) {
     if (factory->wire != nullptr) {
@@ -79,7 +138,8 @@ static DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_newI() {
         DDS_DomainParticipantFactory_freeI(factory);
         return nullptr;
     }
-    const ZELWireOps *wireOps = ZELWire_findOps(nullptr);
+    const ZELWireOps *wireOps =
+            ZELWire_chooseOps(DDS_DomainParticipantQos_getWireNameI(&factory->defaultParticipantQos), context);
     factory->wire = wireOps != nullptr ? wireOps->create() : nullptr;
     if (factory->wire == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "wire");
@@ -157,6 +217,14 @@ VURNC_API struct ZELHighResolutionClock *DDS_DomainParticipantFactory_get_clockI
     return self != nullptr ? self->clock : nullptr;
 }
 
+VURNC_API const char *DDS_DomainParticipantFactory_get_wire_nameI(DDS_DomainParticipantFactory *self) {
+    if (self == nullptr) {
+        return nullptr;
+    }
+    DDS_EntityLockGuardI lock(self, self->lock);
+    return lock.held() ? self->wire->ops->name : nullptr;
+}
+
 VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(
         DDS_DomainParticipantFactory *self, int reserved) {
     if (self == nullptr || reserved != 0) {
@@ -227,13 +295,25 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_default_participant_
     } else if ((result = DDS_DomainParticipantQos_checkI(qos, context)) != DDS_RETCODE_OK) {
         return result;
     }
-    {
+    const ZELWireOps *wireOps = ZELWire_chooseOps(DDS_DomainParticipantQos_getWireNameI(qos), context);
+    ZELWire *unused = nullptr;
+    if (wireOps == nullptr) {
+        result = DDS_RETCODE_BAD_PARAMETER;
+    } else {
         DDS_EntityLockGuardI lock(self, self->lock);
-        if (!lock.held()) {
-            result = lock.result();
-        } else if (!DDS_Qos_replaceI(&self->defaultParticipantQos, qos)) {
+        result = lock.held() ? DDS_DomainParticipantFactory_prepareWireI(self, wireOps, &unused, context)
+                             : lock.result();
+        if (result == DDS_RETCODE_OK && !DDS_Qos_replaceI(&self->defaultParticipantQos, qos)) {
             result = DDS_RETCODE_OUT_OF_RESOURCES;
         }
+        if (result == DDS_RETCODE_OK && unused != nullptr) {
+            std::swap(self->wire, unused);
+        }
+    }
+    // The old wire, or the new one when the QoS could not be kept; no
+    // participant uses it.
+    if (unused != nullptr) {
+        unused->ops->destroy(unused);
     }
     DDS_DomainParticipantQos_finalize(&initial);
     return result;
@@ -259,6 +339,7 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant
     participant->domainId = domainId;
     bool autoenable = false;
     bool filled = false;
+    ZELWire *wire = nullptr;
     {
         DDS_EntityLockGuardI lock(self, self->lock);
         filled = lock.held() &&
@@ -269,13 +350,23 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant
                  DDS_Qos_replaceI(&participant->defaultPublisherQos, &self->defaultPublisherQos) &&
                  DDS_Qos_replaceI(&participant->defaultSubscriberQos, &self->defaultSubscriberQos);
         autoenable = self->qos.entity_factory.autoenable_created_entities;
+        wire = filled ? DDS_DomainParticipantFactory_reserveWireI(self, &participant->qos, context) : nullptr;
     }
-    if (!filled ||
-        !DDS_Entity_initializeI(&participant->entity, DDS_DOMAINPARTICIPANT_ENTITY_KIND, participant, nullptr,
+    if (wire == nullptr) {
+        if (!filled) {
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "participant");
+        }
+        DDS_DomainParticipant_freeI(participant);
+        return nullptr;
+    }
+    // Until the participant is listed, the count of participants being
+    // created keeps the wire: each failure below gives it back.
+    if (!DDS_Entity_initializeI(&participant->entity, DDS_DOMAINPARTICIPANT_ENTITY_KIND, participant, nullptr,
                                 DDS_ENTITY_KIND_OCTET_PARTICIPANT, participant->qos.protocol.vendor_specific_entity,
                                 listener != nullptr ? &listener->as_listener : nullptr, mask)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "participant");
         DDS_DomainParticipant_freeI(participant);
+        --self->participantsCreating;
         return nullptr;
     }
     participant->entity.key.value[0] = static_cast<DDS_Long>(ZELOsapiHost_getId());
@@ -285,21 +376,29 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant
     const uint32_t guidPrefix[3] = {static_cast<uint32_t>(participant->entity.key.value[0]),
                                     static_cast<uint32_t>(participant->entity.key.value[1]),
                                     static_cast<uint32_t>(participant->entity.key.value[2])};
-    participant->wireParticipant = self->wire->ops->createParticipant(self->wire, domainId, guidPrefix);
+    participant->wireParticipant = wire->ops->createParticipant(wire, domainId, guidPrefix);
     if (participant->wireParticipant == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "wire participant");
         DDS_DomainParticipant_freeI(participant);
+        --self->participantsCreating;
         return nullptr;
     }
+    bool listed = false;
     {
         DDS_EntityLockGuardI lock(self, self->lock);
-        if (!lock.held()) {
-            ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "ea");
-            DDS_DomainParticipant_freeI(participant);
-            return nullptr;
+        if (lock.held()) {
+            DDS_EntityList_addI(&self->participants, &participant->entity.node);
+            listed = true;
         }
-        DDS_EntityList_addI(&self->participants, &participant->entity.node);
     }
+    if (!listed) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "ea");
+        DDS_DomainParticipant_freeI(participant);
+        --self->participantsCreating;
+        return nullptr;
+    }
+    // Listed, the participant keeps the wire from now on.
+    --self->participantsCreating;
     if (self->monitorHooks.onParticipantCreated != nullptr) {
         self->monitorHooks.onParticipantCreated(self, participant);
     }

@@ -96,7 +96,10 @@ struct DDS_DomainParticipantFactoryImpl {
     DDS_EntityListI participants;                   /* [lock] */
     DDS_QosProfileI *profiles;                      /* [lock] */
     DDS_MonitorHooksI monitorHooks;                 /* set by the monitoring hook */
-    struct ZELWire *wire;                           /* fixed at creation */
+    // Replaced only while no participant exists or is being created, so a
+    // participant's wire is its factory's for its whole life.
+    struct ZELWire *wire;                           /* [lock] */
+    std::atomic<DDS_Long> participantsCreating;     /* raised under lock */
     struct ZELHighResolutionClock *clock;           /* the data path's time; tests may replace getTime */
 };
 

@@ -1,4 +1,5 @@
 // The choice of a wire implementation by name.
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -12,19 +13,49 @@ static const ZELWireOps *const ZELWire_g_implementations[] = {
 #endif
         &ZELLoopbackWire_ops};
 
-const ZELWireOps *ZELWire_findOps(const char *name) {
-    if (name == nullptr) {
-        // The environment chooses for every factory of the process.
-        name = std::getenv("ZEL_WIRE");
-        if (name == nullptr || name[0] == '\0') {
-            return ZELWire_g_implementations[0];
-        }
-    }
+static const ZELWireOps *ZELWire_lookupI(const char *name) {
     for (const ZELWireOps *ops : ZELWire_g_implementations) {
         if (std::strcmp(ops->name, name) == 0) {
             return ops;
         }
     }
-    ZELLog_printContextAndMsg("ZELWire_findOps", &ZEL_LOG_BAD_PARAMETER_s, "wire name");
     return nullptr;
+}
+
+// Logs that `source` gives `name`, which no wire has, and the names there are.
+static void ZELWire_logUnknownI(const char *context, const char *source, const char *name) {
+    char known[64] = "";
+    for (const ZELWireOps *ops : ZELWire_g_implementations) {
+        std::snprintf(known + std::strlen(known), sizeof(known) - std::strlen(known), "%s%s",
+                      known[0] != '\0' ? ", " : "", ops->name);
+    }
+    // The name is the user's text: bounded so that the line stays whole.
+    char text[200];
+    std::snprintf(text, sizeof(text), "%s \"%.80s\" names no wire (known: %s)", source, name, known);
+    ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, text);
+}
+
+const ZELWireOps *ZELWire_findOps(const char *name) {
+    const ZELWireOps *ops = name != nullptr ? ZELWire_lookupI(name) : nullptr;
+    if (ops == nullptr) {
+        ZELWire_logUnknownI("ZELWire_findOps", "wire name", name != nullptr ? name : "(null)");
+    }
+    return ops;
+}
+
+const ZELWireOps *ZELWire_chooseOps(const char *property, const char *context) {
+    const char *source = "zel.wire";
+    const char *name = property;
+    if (name == nullptr || name[0] == '\0') {
+        source = "ZEL_WIRE";
+        name = std::getenv("ZEL_WIRE");
+        if (name == nullptr || name[0] == '\0') {
+            return ZELWire_g_implementations[0];
+        }
+    }
+    const ZELWireOps *ops = ZELWire_lookupI(name);
+    if (ops == nullptr) {
+        ZELWire_logUnknownI(context, source, name);
+    }
+    return ops;
 }

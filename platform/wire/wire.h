@@ -260,11 +260,15 @@ struct ZELWire {
     const struct ZELWireOps *ops;
 };
 
-// The implementation called `name`; for NULL the one that the environment
-// variable ZEL_WIRE names ("cyclone" or "loopback"), else the default:
-// "cyclone" where it is built, "loopback" elsewhere. NULL (logged) when
-// none has that name.
+// The implementation called `name`; NULL (logged) when none has that name.
 const struct ZELWireOps *ZELWire_findOps(const char *name);
+
+// The wire of a factory: the one `property` names (the factory's
+// "zel.wire"; NULL or empty when unset), else the one that the environment
+// variable ZEL_WIRE names, else the default: "cyclone" where it is built,
+// "loopback" elsewhere. NULL when the name that decides is unknown, logged
+// under `context` with the name, where it came from and the known wires.
+const struct ZELWireOps *ZELWire_chooseOps(const char *property, const char *context);
 
 // The in-process wire.
 extern const struct ZELWireOps ZELLoopbackWire_ops;

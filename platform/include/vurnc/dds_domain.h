@@ -27,7 +27,8 @@ VURNC_API extern const struct DDS_DataReaderQos DDS_DATAREADER_QOS_DEFAULT;
 
 /* ---- the factory ---- */
 
-/* The process's factory, made on first call; NULL when out of heap. */
+/* The process's factory, made on first call; NULL when out of heap or when
+ * ZEL_WIRE names no wire (logged). */
 VURNC_API DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_get_instance(void);
 /* Deletes the factory and its profiles. PRECONDITION_NOT_MET while
  * participants exist. OK when there is no factory. */
@@ -39,12 +40,18 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_qos(DDS_DomainPartic
                                                                 const struct DDS_DomainParticipantFactoryQos *qos);
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_default_participant_qos(
         DDS_DomainParticipantFactory *self, struct DDS_DomainParticipantQos *qos);
+/* The property "zel.wire" of the default participant QoS chooses the
+ * factory's wire ("cyclone" or "loopback"); without it ZEL_WIRE does, else
+ * the default. A QoS that changes the wire is refused while participants
+ * exist (PRECONDITION_NOT_MET), one that names no wire is refused with
+ * BAD_PARAMETER; both logged, and the factory keeps its QoS and wire. */
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_default_participant_qos(
         DDS_DomainParticipantFactory *self, const struct DDS_DomainParticipantQos *qos);
 
 /* Creates a participant, enabled when the factory's QoS autoenables created
- * entities. NULL (logged) on a NULL factory or QoS, an inconsistent QoS or
- * when out of heap. */
+ * entities. NULL (logged) on a NULL factory or QoS, an inconsistent QoS, a
+ * QoS whose "zel.wire" names another wire than the factory's, or when out
+ * of heap. */
 VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant(
         DDS_DomainParticipantFactory *self, DDS_DomainId_t domainId, const struct DDS_DomainParticipantQos *qos,
         const struct DDS_DomainParticipantListener *listener, DDS_StatusMask mask);
@@ -118,6 +125,10 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_datareader_qos_from_
  * moves time forward by hand; restore it before finalizing the factory. */
 struct ZELHighResolutionClock;
 VURNC_API struct ZELHighResolutionClock *DDS_DomainParticipantFactory_get_clockI(DDS_DomainParticipantFactory *self);
+
+/* The name of the wire that the factory's participants use ("cyclone" or
+ * "loopback"); NULL for a NULL factory. */
+VURNC_API const char *DDS_DomainParticipantFactory_get_wire_nameI(DDS_DomainParticipantFactory *self);
 
 /* The factory's worker factory (`reserved` must be 0), and the calling
  * thread's worker of it (made on first use; NULL when out of heap). Entity
