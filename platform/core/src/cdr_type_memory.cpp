@@ -53,6 +53,9 @@ bool ZELCdrType_initializeValueI(const ZELCdrTypeDesc *type, void *value, const 
         return true;
     }
     case ZEL_CDR_TK_STRUCT: {
+        if (ZELCdrType_isPlainI(type)) {
+            return true;  // numbers only, zero already
+        }
         auto *base = static_cast<char *>(value);
         for (uint32_t i = 0; i < type->memberCount; ++i) {
             const ZELCdrMember &member = type->members[i];
@@ -96,6 +99,9 @@ void ZELCdrType_finalizeValueI(const ZELCdrTypeDesc *type, void *value, const DD
         return;
     }
     case ZEL_CDR_TK_STRUCT: {
+        if (ZELCdrType_isPlainI(type)) {
+            return;  // nothing owned
+        }
         auto *base = static_cast<char *>(value);
         for (uint32_t i = 0; i < type->memberCount; ++i) {
             const ZELCdrMember &member = type->members[i];
@@ -166,6 +172,10 @@ bool ZELCdrType_copyValueI(const ZELCdrTypeDesc *type, void *dst, const void *sr
         const bool keysOnly = mode != KeyMode::all && ZELCdrType_hasKeyMembersI(type);
         auto *to = static_cast<char *>(dst);
         auto *from = static_cast<const char *>(src);
+        if (!keysOnly && ZELCdrType_isPlainI(type)) {
+            std::memmove(to, from, type->size);
+            return true;
+        }
         for (uint32_t i = 0; i < type->memberCount; ++i) {
             const ZELCdrMember &member = type->members[i];
             if (keysOnly && !member.isKey) {

@@ -73,27 +73,26 @@ private:
         uint32_t b = state_[1];
         uint32_t c = state_[2];
         uint32_t d = state_[3];
-        for (unsigned i = 0; i < 64; ++i) {
-            uint32_t f = 0;
-            unsigned g = 0;
-            if (i < 16) {
-                f = (b & c) | (~b & d);
-                g = i;
-            } else if (i < 32) {
-                f = (d & b) | (~d & c);
-                g = (5 * i + 1) % 16;
-            } else if (i < 48) {
-                f = b ^ c ^ d;
-                g = (3 * i + 5) % 16;
-            } else {
-                f = c ^ (b | ~d);
-                g = (7 * i) % 16;
-            }
+        // The four rounds as separate loops, so that each unrolls without a
+        // branch per step.
+        const auto step = [&](unsigned i, uint32_t f, unsigned g) {
             const uint32_t rotated = std::rotl(a + f + kConstants[i] + words[g], static_cast<int>(kShifts[i]));
             a = d;
             d = c;
             c = b;
             b += rotated;
+        };
+        for (unsigned i = 0; i < 16; ++i) {
+            step(i, (b & c) | (~b & d), i);
+        }
+        for (unsigned i = 16; i < 32; ++i) {
+            step(i, (d & b) | (~d & c), (5 * i + 1) % 16);
+        }
+        for (unsigned i = 32; i < 48; ++i) {
+            step(i, b ^ c ^ d, (3 * i + 5) % 16);
+        }
+        for (unsigned i = 48; i < 64; ++i) {
+            step(i, c ^ (b | ~d), (7 * i) % 16);
         }
         state_[0] += a;
         state_[1] += b;
