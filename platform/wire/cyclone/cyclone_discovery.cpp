@@ -72,57 +72,93 @@ ZELBoolean ZELCycloneWire_visitDiscoveredI(ZELWireParticipant *handle, ZELWireEn
     return completed ? ZEL_TRUE : ZEL_FALSE;
 }
 
-ZELBoolean ZELCycloneWire_getInconsistentTopicsI(ZELWireParticipant *handle, const ZELWireGuid *topic,
-                                                 const char *topicName, const char *typeName, ZELBoolean acknowledge,
-                                                 uint32_t *total, uint32_t *unacknowledged) {
-    auto *participant = reinterpret_cast<ZELCycloneParticipantI *>(handle);
-    // Remote topics are known through their endpoints: the participants
-    // with an endpoint of this topic name and another type name.
-    std::vector<ZELCycloneInconsistentI> seen;
-    try {
-        for (ZELCycloneBuiltinI kind : {ZEL_CYCLONE_BUILTIN_PUBLICATION, ZEL_CYCLONE_BUILTIN_SUBSCRIPTION}) {
-            builtinRead(participant->builtin[kind], [&](void *sample) {
-                const auto *data = static_cast<const dds_builtintopic_endpoint_t *>(sample);
-                if (std::strcmp(data->topic_name, topicName) != 0 || std::strcmp(data->type_name, typeName) == 0 ||
+// Takes what the change readers tell since the last call: arrivals of other
+// participants' endpoints join `remoteEndpoints`, departures leave it. Under
+// the participant's mutex, so that an arrival and a departure taken by two
+// threads are applied in order. Throws std::bad_alloc.
+static void ZELCycloneParticipant_takeEndpointChangesI(ZELCycloneParticipantI *participant) {
+    for (ZELCycloneBuiltinI kind : {ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES, ZEL_CYCLONE_BUILTIN_SUBSCRIPTION_CHANGES}) {
+        const dds_entity_t reader = participant->builtin[kind];
+        dds_return_t n = 0;
+        do {
+            static thread_local void *samples[discoveryMaxSamples];
+            static thread_local dds_sample_info_t infos[discoveryMaxSamples];
+            samples[0] = nullptr;
+            n = dds_take(reader, samples, infos, discoveryMaxSamples, discoveryMaxSamples);
+            struct Loan {
+                dds_entity_t reader;
+                void **samples;
+                dds_return_t n;
+                ~Loan() {
+                    if (n > 0) {
+                        dds_return_loan(reader, samples, n);
+                    }
+                }
+            } loan{reader, samples, n};
+            for (dds_return_t i = 0; i < n; ++i) {
+                const auto *data = static_cast<const dds_builtintopic_endpoint_t *>(samples[i]);
+                std::array<unsigned char, 16> key{};
+                std::memcpy(key.data(), data->key.v, key.size());
+                const auto known = participant->remoteTopicNames.find(key);
+                if (known != participant->remoteTopicNames.end()) {
+                    auto &list = participant->remoteEndpoints[known->second];
+                    std::erase_if(list, [&key](const ZELCycloneRemoteEndpointI &entry) { return entry.key == key; });
+                    participant->remoteTopicNames.erase(known);
+                }
+                if (!infos[i].valid_data || infos[i].instance_state != DDS_ALIVE_INSTANCE_STATE ||
                     ownParticipant(participant, data->participant_key)) {
-                    return true;
+                    continue;
                 }
                 ZELWireGuid guid{};
                 bool vendorSpecific = false;
                 ZELCycloneGuid_fromQosI(data->qos, &data->key, &guid, &vendorSpecific);
-                seen.push_back({{guid.value[0], guid.value[1], guid.value[2]}, false});
-                return true;
-            });
-        }
+                ZELCycloneRemoteEndpointI entry{key, {guid.value[0], guid.value[1], guid.value[2]}, data->type_name};
+                participant->remoteTopicNames.emplace(key, data->topic_name);
+                participant->remoteEndpoints[data->topic_name].push_back(std::move(entry));
+            }
+        } while (n == static_cast<dds_return_t>(discoveryMaxSamples));
+    }
+}
+
+ZELBoolean ZELCycloneWire_getInconsistentTopicsI(ZELWireParticipant *handle, const ZELWireGuid *topic,
+                                                 const char *topicName, const char *typeName, ZELBoolean acknowledge,
+                                                 uint32_t *total, uint32_t *unacknowledged) {
+    auto *participant = reinterpret_cast<ZELCycloneParticipantI *>(handle);
+    try {
         std::lock_guard<std::mutex> guard(participant->mutex);
-        ZELCycloneLocalTopicI *local = nullptr;
-        for (ZELCycloneLocalTopicI &candidate : participant->topics) {
-            if (std::strcmp(candidate.name.data(), topicName) == 0) {
-                local = &candidate;
-            }
-        }
-        if (local == nullptr) {
-            participant->topics.emplace_back();
-            local = &participant->topics.back();
-            local->name.assign(topicName, topicName + std::strlen(topicName) + 1);
-            local->guid = *topic;
-        } else if (std::memcmp(&local->guid, topic, sizeof *topic) != 0) {
+        ZELCycloneParticipant_takeEndpointChangesI(participant);
+        const auto [position, added] = participant->topics.try_emplace(topicName);
+        ZELCycloneLocalTopicI &local = position->second;
+        if (added) {
+            local.guid = *topic;
+        } else if (std::memcmp(&local.guid, topic, sizeof *topic) != 0) {
             // A new topic of the name replaces a deleted one: counts restart.
-            local->guid = *topic;
-            local->found.clear();
+            local.guid = *topic;
+            local.found.clear();
         }
-        for (const ZELCycloneInconsistentI &remote : seen) {
-            bool known = false;
-            for (const ZELCycloneInconsistentI &found : local->found) {
-                known = known || std::memcmp(found.remotePrefix, remote.remotePrefix, sizeof remote.remotePrefix) == 0;
-            }
-            if (!known) {
-                local->found.push_back(remote);
+        // Remote topics are known through their endpoints: the participants
+        // with an endpoint of this topic name and another type name.
+        const auto remote = participant->remoteEndpoints.find(topicName);
+        if (remote != participant->remoteEndpoints.end()) {
+            for (const ZELCycloneRemoteEndpointI &endpoint : remote->second) {
+                if (endpoint.typeName == typeName) {
+                    continue;
+                }
+                bool known = false;
+                for (const ZELCycloneInconsistentI &found : local.found) {
+                    known = known || std::memcmp(found.remotePrefix, endpoint.participantPrefix,
+                                                 sizeof found.remotePrefix) == 0;
+                }
+                if (!known) {
+                    local.found.push_back({{endpoint.participantPrefix[0], endpoint.participantPrefix[1],
+                                            endpoint.participantPrefix[2]},
+                                           false});
+                }
             }
         }
-        *total = static_cast<uint32_t>(local->found.size());
+        *total = static_cast<uint32_t>(local.found.size());
         *unacknowledged = 0;
-        for (ZELCycloneInconsistentI &found : local->found) {
+        for (ZELCycloneInconsistentI &found : local.found) {
             *unacknowledged += found.acknowledged ? 0u : 1u;
             found.acknowledged = found.acknowledged || acknowledge != ZEL_FALSE;
         }

@@ -27,10 +27,14 @@
 
 #include <dds/dds.h>
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
+#include <map>
 #include <mutex>
+#include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "wire.h"
@@ -73,12 +77,23 @@ struct ZELCycloneInconsistentI {
 
 struct ZELCycloneLocalTopicI {
     ZELWireGuid guid;
-    std::vector<char> name;
     std::vector<ZELCycloneInconsistentI> found;
 };
 
+// An alive endpoint of another participant, as far as inconsistent topics
+// need it.
+struct ZELCycloneRemoteEndpointI {
+    std::array<unsigned char, 16> key;  // its Cyclone GUID
+    uint32_t participantPrefix[3];      // its participant's vurnc GUID prefix
+    std::string typeName;
+};
+
+// The builtin readers: discovery reads the first three; the last two are
+// only ever taken from, so that each endpoint's arrival and departure is
+// seen once (a status read then costs what changed, not the domain).
 enum ZELCycloneBuiltinI { ZEL_CYCLONE_BUILTIN_PARTICIPANT, ZEL_CYCLONE_BUILTIN_PUBLICATION,
-                          ZEL_CYCLONE_BUILTIN_SUBSCRIPTION, ZEL_CYCLONE_BUILTIN_COUNT };
+                          ZEL_CYCLONE_BUILTIN_SUBSCRIPTION, ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES,
+                          ZEL_CYCLONE_BUILTIN_SUBSCRIPTION_CHANGES, ZEL_CYCLONE_BUILTIN_COUNT };
 
 struct ZELCycloneParticipantI {
     ZELCycloneWireI *wire;
@@ -87,8 +102,11 @@ struct ZELCycloneParticipantI {
     dds_entity_t participant;
     dds_entity_t builtin[ZEL_CYCLONE_BUILTIN_COUNT];
     std::mutex mutex;
-    long endpointCount;                         // [mutex]
-    std::vector<ZELCycloneLocalTopicI> topics;  // [mutex]
+    long endpointCount;                                             // [mutex]
+    std::unordered_map<std::string, ZELCycloneLocalTopicI> topics;  // [mutex] by name
+    // [mutex] remote endpoints by topic name, and the topic name of each
+    std::unordered_map<std::string, std::vector<ZELCycloneRemoteEndpointI>> remoteEndpoints;
+    std::map<std::array<unsigned char, 16>, std::string> remoteTopicNames;
 };
 
 // A matched remote endpoint as Cyclone names it (its instance handle) and

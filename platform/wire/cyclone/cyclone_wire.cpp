@@ -162,7 +162,8 @@ ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *base, int32_t dom
     participant->participant = dds_create_participant(static_cast<dds_domainid_t>(domainId), qos, nullptr);
     dds_delete_qos(qos);
     static const dds_entity_t builtinTopics[ZEL_CYCLONE_BUILTIN_COUNT] = {
-            DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, DDS_BUILTIN_TOPIC_DCPSPUBLICATION, DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION};
+            DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, DDS_BUILTIN_TOPIC_DCPSPUBLICATION, DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION,
+            DDS_BUILTIN_TOPIC_DCPSPUBLICATION, DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION};
     bool created = participant->participant > 0;
     for (int i = 0; created && i < ZEL_CYCLONE_BUILTIN_COUNT; ++i) {
         participant->builtin[i] = dds_create_reader(participant->participant, builtinTopics[i], nullptr, nullptr);
