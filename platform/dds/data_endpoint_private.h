@@ -21,10 +21,14 @@ template <> struct DDS_EndpointKindI<DDS_DataWriter> {
     static constexpr const char *pathTag = "DWPA";
     static constexpr const char *pathName = "writer data path";
     static constexpr const char *wireName = "wire writer";
+    static constexpr const char *remoteHandleName = "subscription_handle";
+    static constexpr const char *unknownRemote = "unknown subscription";
     static constexpr auto pathWire = &DDS_DataWriterPathI::wireWriter;
     static constexpr auto entityWire = &DDS_DataWriterImpl::wireWriter;
     static constexpr auto createWire = &ZELWireOps::createWriter;
     static constexpr auto deleteWire = &ZELWireOps::deleteWriter;
+    static constexpr auto getCounters = &ZELWireOps::getWriterCounters;
+    static constexpr auto getMatchCounters = &ZELWireOps::getWriterMatchCounters;
     static constexpr auto getTopic = [](DDS_DataWriter *writer) { return writer->topic; };
     static constexpr auto initialize = &DDS_DataWriterPath_initializeI;
     // Deadlines and leases count from the enabling.
@@ -34,6 +38,7 @@ template <> struct DDS_EndpointKindI<DDS_DataWriter> {
     };
     static constexpr auto fillListener = &DDS_DataWriterPath_fillListenerI;
     static constexpr auto clear = &DDS_DataWriterPath_clearI;
+    static constexpr auto lockUpToDate = &DDS_DataWriterPath_lockUpToDateI;
 };
 
 template <> struct DDS_EndpointKindI<DDS_DataReader> {
@@ -44,10 +49,14 @@ template <> struct DDS_EndpointKindI<DDS_DataReader> {
     static constexpr const char *pathTag = "DRPA";
     static constexpr const char *pathName = "reader data path";
     static constexpr const char *wireName = "wire reader";
+    static constexpr const char *remoteHandleName = "publication_handle";
+    static constexpr const char *unknownRemote = "unknown publication";
     static constexpr auto pathWire = &DDS_DataReaderPathI::wireReader;
     static constexpr auto entityWire = &DDS_DataReaderImpl::wireReader;
     static constexpr auto createWire = &ZELWireOps::createReader;
     static constexpr auto deleteWire = &ZELWireOps::deleteReader;
+    static constexpr auto getCounters = &ZELWireOps::getReaderCounters;
+    static constexpr auto getMatchCounters = &ZELWireOps::getReaderMatchCounters;
     // A content-filtered reader subscribes to its related topic.
     static constexpr auto getTopic = [](DDS_DataReader *reader) {
         return DDS_TopicDescription_get_topicI(reader->topicDescription);
@@ -57,6 +66,11 @@ template <> struct DDS_EndpointKindI<DDS_DataReader> {
     static constexpr auto start = [](DDS_DataReaderPathI *, const char *) { return true; };
     static constexpr auto fillListener = &DDS_DataReaderPath_fillListenerI;
     static constexpr auto clear = &DDS_ReaderCache_clearI;
+    static constexpr auto lockUpToDate = [](DDS_DataReaderPathI *path, const char *) {
+        std::unique_lock<std::mutex> guard(path->mutex);
+        DDS_DataReaderPath_catchUpI(path);
+        return guard;
+    };
 };
 
 #endif

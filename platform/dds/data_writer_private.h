@@ -114,6 +114,9 @@ void DDS_DataWriterPath_fillListenerI(DDS_DataWriterPathI *path, ZELWireWriterLi
 // elapsed by `now` count lazily ----
 // Counts them; under the path's mutex.
 void DDS_DataWriterPath_checkDeadlinesI(DDS_DataWriterPathI *path, const ZELNtpTime *now);
+// Takes the path's mutex for a status read, deadlines and history brought
+// up to the factory's clock first.
+std::unique_lock<std::mutex> DDS_DataWriterPath_lockUpToDateI(DDS_DataWriterPathI *path, const char *context);
 
 // ---- the writer's part of its attachment (data_writer_attach.cpp) ----
 // Copies the QoS the path keeps from the writer's QoS.
