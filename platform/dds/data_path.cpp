@@ -103,30 +103,6 @@ bool DDS_DomainParticipantFactory_getWallTimeI(struct ZELNtpTime *now, const cha
     return true;
 }
 
-// ---- QoS ----
-
-// Writers and readers name the policies that matching needs alike.
-template <typename Q> static ZELWireEndpointQos DDS_WireEndpointQos_fromQosI(const Q *qos) {
-    ZELWireEndpointQos wire{};
-    wire.reliabilityKind = static_cast<int32_t>(qos->reliability.kind);
-    wire.durabilityKind = static_cast<int32_t>(qos->durability.kind);
-    wire.deadlinePeriod = DDS_Duration_toNtpI(&qos->deadline.period);
-    wire.livelinessKind = static_cast<int32_t>(qos->liveliness.kind);
-    wire.livelinessLeaseDuration = DDS_Duration_toNtpI(&qos->liveliness.lease_duration);
-    wire.ownershipKind = static_cast<int32_t>(qos->ownership.kind);
-    wire.historyKind = static_cast<int32_t>(qos->history.kind);
-    wire.historyDepth = qos->history.depth;
-    return wire;
-}
-
-ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *qos) {
-    return DDS_WireEndpointQos_fromQosI(qos);
-}
-
-ZELWireEndpointQos DDS_WireEndpointQos_fromReaderQosI(const DDS_DataReaderQos *qos) {
-    return DDS_WireEndpointQos_fromQosI(qos);
-}
-
 int64_t DDS_NtpTime_periodsSinceI(const ZELNtpTime *since, const ZELNtpTime *now, const ZELNtpTime *period) {
     if (ZELNtpTime_isInfinite(period) || ZELNtpTime_compare(now, since) <= 0) {
         return 0;

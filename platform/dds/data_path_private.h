@@ -58,9 +58,20 @@ bool DDS_DomainParticipantFactory_getWallTimeI(struct ZELNtpTime *now, const cha
 int64_t DDS_NtpTime_periodsSinceI(const struct ZELNtpTime *since, const struct ZELNtpTime *now,
                                   const struct ZELNtpTime *period);
 
-// What matching needs of an endpoint's QoS.
-ZELWireEndpointQos DDS_WireEndpointQos_fromWriterQosI(const DDS_DataWriterQos *qos);
-ZELWireEndpointQos DDS_WireEndpointQos_fromReaderQosI(const DDS_DataReaderQos *qos);
+// What matching needs of an endpoint's QoS: writers and readers name those
+// policies alike.
+template <typename Q> ZELWireEndpointQos DDS_WireEndpointQos_fromQosI(const Q *qos) {
+    ZELWireEndpointQos wire{};
+    wire.reliabilityKind = static_cast<int32_t>(qos->reliability.kind);
+    wire.durabilityKind = static_cast<int32_t>(qos->durability.kind);
+    wire.deadlinePeriod = DDS_Duration_toNtpI(&qos->deadline.period);
+    wire.livelinessKind = static_cast<int32_t>(qos->liveliness.kind);
+    wire.livelinessLeaseDuration = DDS_Duration_toNtpI(&qos->liveliness.lease_duration);
+    wire.ownershipKind = static_cast<int32_t>(qos->ownership.kind);
+    wire.historyKind = static_cast<int32_t>(qos->history.kind);
+    wire.historyDepth = qos->history.depth;
+    return wire;
+}
 
 // The wire of the endpoint's factory.
 inline ZELWire *DDS_Entity_getWireI(const DDS_EntityImpl *entity) {

@@ -1,50 +1,10 @@
-// Attaching a reader to the wire when it is enabled, and detaching it when
-// it is deleted: the type plug-in's endpoint data, the cache and the wire
-// reader, and the wire's callbacks into them.
+// What a reader's path keeps of it once enabled, and the wire's callbacks
+// into it: matched and unmatched writers (statuses and monitor events),
+// incompatible ones and samples.
 #include <cstring>
-#include <new>
 
 #include "data_reader_private.h"
 #include "vurncore/heap.h"
-
-// Frees what attach made, in reverse order; the wire reader is gone.
-static void DDS_DataReaderPath_deleteI(DDS_DataReaderPathI *path) {
-    DDS_ReaderCache_clearI(path);
-    if (path->endpointData != nullptr) {
-        if (path->plugin->onEndpointDetachedFnc != nullptr) {
-            path->plugin->onEndpointDetachedFnc(path->endpointData);
-        } else {
-            PRESTypePluginDefaultEndpointData_delete(path->endpointData);
-        }
-    }
-    if (path->participantData != nullptr) {
-        if (path->plugin->onParticipantDetachedFnc != nullptr) {
-            path->plugin->onParticipantDetachedFnc(path->participantData);
-        } else {
-            PRESTypePluginDefaultParticipantData_delete(path->participantData);
-        }
-    }
-    path->~DDS_DataReaderPathI();
-    ZELOsapiHeap_freeStructure(path);
-}
-
-static bool DDS_DataReaderPath_attachPluginI(DDS_DataReaderPathI *path) {
-    const PRESTypePlugin *plugin = path->plugin;
-    if (plugin->createSampleFnc == nullptr && plugin->onEndpointAttachedFnc == nullptr) {
-        return true;  // a plug-in that cannot make samples: matches, but every sample is rejected
-    }
-    path->participantData = plugin->onParticipantAttachedFnc != nullptr
-                                    ? plugin->onParticipantAttachedFnc(plugin)
-                                    : PRESTypePluginDefaultParticipantData_new(plugin);
-    if (path->participantData == nullptr) {
-        return false;
-    }
-    PRESTypePluginEndpointInfo info{PRES_TYPEPLUGIN_ENDPOINT_READER};
-    path->endpointData = plugin->onEndpointAttachedFnc != nullptr
-                                 ? plugin->onEndpointAttachedFnc(path->participantData, &info)
-                                 : PRESTypePluginDefaultEndpointData_new(path->participantData, &info);
-    return path->endpointData != nullptr;
-}
 
 static void DDS_DataReaderPath_onMatchedI(void *context, const ZELWireMatchInfo *match) {
     auto *path = static_cast<DDS_DataReaderPathI *>(context);
@@ -139,86 +99,19 @@ static ZELWireDeliveryResult DDS_DataReaderPath_onSampleI(void *context, const Z
     return DDS_ReaderCache_storeI(path, sample);
 }
 
-DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *reader) {
-    const char *const context = "DDS_DataReader_enable";
-    void *memory = ZELOsapiHeap_allocateStructure(sizeof(DDS_DataReaderPathI), "DRPA");
-    if (memory == nullptr) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "reader data path");
-        return DDS_RETCODE_OUT_OF_RESOURCES;
-    }
-    auto *path = new (memory) DDS_DataReaderPathI{};
-    DDS_Topic *related = DDS_TopicDescription_get_topicI(reader->topicDescription);
+void DDS_DataReaderPath_initializeI(DDS_DataReaderPathI *path, DDS_DataReader *reader) {
     path->reader = reader;
-    path->plugin = &related->type->plugin;
     path->filter = DDS_ContentFilteredTopic_narrow(reader->topicDescription);
-    path->keyed = path->plugin->getKeyKindFnc != nullptr && path->plugin->getKeyKindFnc() == PRES_TYPEPLUGIN_USER_KEY;
-    ZELWireEndpointQos wireQos{};
-    {
-        DDS_EntityLockGuardI guard(&reader->entity);
-        if (!guard.held()) {
-            DDS_DataReaderPath_deleteI(path);
-            return guard.result();
-        }
-        path->keepAll = reader->qos.history.kind == DDS_KEEP_ALL_HISTORY_QOS;
-        path->depth = reader->qos.history.depth > 0 ? reader->qos.history.depth : 1;
-        path->maxSamples = reader->qos.resource_limits.max_samples;
-        path->maxInstances = reader->qos.resource_limits.max_instances;
-        path->maxSamplesPerInstance = reader->qos.resource_limits.max_samples_per_instance;
-        path->exclusive = reader->qos.ownership.kind == DDS_EXCLUSIVE_OWNERSHIP_QOS;
-        DDS_DataReaderPath_refreshQosI(path, &reader->qos);
-        wireQos = DDS_WireEndpointQos_fromReaderQosI(&reader->qos);
-    }
-    if (!DDS_DataReaderPath_attachPluginI(path)) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "type plug-in endpoint data");
-        DDS_DataReaderPath_deleteI(path);
-        return DDS_RETCODE_OUT_OF_RESOURCES;
-    }
-    // A content-filtered reader subscribes to its related topic.
-    ZELWireEndpointParams params{};
-    params.guid = DDS_Entity_getWireGuidI(&reader->entity);
-    params.topicName = related->description.name;
-    params.typeName = related->description.typeName;
-    params.keyed = path->keyed ? ZEL_TRUE : ZEL_FALSE;
-    params.vendorSpecific = reader->entity.vendorSpecific ? ZEL_TRUE : ZEL_FALSE;
-    params.qos = wireQos;
-    ZELWireReaderListener listener{};
-    listener.context = path;
-    listener.onMatched = DDS_DataReaderPath_onMatchedI;
-    listener.onUnmatched = DDS_DataReaderPath_onUnmatchedI;
-    listener.onIncompatible = DDS_DataReaderPath_onIncompatibleI;
-    listener.onSample = DDS_DataReaderPath_onSampleI;
-    // Callbacks may start before the creation returns: the path is in place.
-    reader->path = path;
-    reader->endpointData = path->endpointData;
-    ZELWire *wire = DDS_Entity_getWireI(&reader->entity);
-    ZELWireReader *wireReader = wire->ops->createReader(reader->entity.participant->wireParticipant, &params,
-                                                        &listener);
-    if (wireReader == nullptr) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "wire reader");
-        reader->path = nullptr;
-        reader->endpointData = nullptr;
-        DDS_DataReaderPath_deleteI(path);
-        return DDS_RETCODE_ERROR;
-    }
-    {
-        std::lock_guard<std::mutex> guard(path->mutex);
-        path->wireReader = wireReader;
-    }
-    reader->wireReader = wireReader;
-    return DDS_RETCODE_OK;
+    path->exclusive = reader->qos.ownership.kind == DDS_EXCLUSIVE_OWNERSHIP_QOS;
+    DDS_DataReaderPath_refreshQosI(path, &reader->qos);
 }
 
-void DDS_DataReader_detachI(DDS_DataReader *reader) {
-    DDS_DataReaderPathI *path = reader->path;
-    if (path == nullptr) {
-        return;
-    }
-    // Unmatches run from inside and report their events.
-    DDS_Entity_getWireI(&reader->entity)->ops->deleteReader(path->wireReader);
-    reader->path = nullptr;
-    reader->wireReader = nullptr;
-    reader->endpointData = nullptr;
-    DDS_DataReaderPath_deleteI(path);
+void DDS_DataReaderPath_fillListenerI(DDS_DataReaderPathI *path, ZELWireReaderListener *listener) {
+    listener->context = path;
+    listener->onMatched = DDS_DataReaderPath_onMatchedI;
+    listener->onUnmatched = DDS_DataReaderPath_onUnmatchedI;
+    listener->onIncompatible = DDS_DataReaderPath_onIncompatibleI;
+    listener->onSample = DDS_DataReaderPath_onSampleI;
 }
 
 // Whether the reader has outstanding loans (its deletion is refused then).

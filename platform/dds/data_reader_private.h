@@ -164,4 +164,10 @@ void DDS_DataReaderPath_releaseWriterI(DDS_DataReaderPathI *path, const ZELWireG
 // Copies the QoS the path keeps from the reader's QoS.
 void DDS_DataReaderPath_refreshQosI(DDS_DataReaderPathI *path, const DDS_DataReaderQos *qos);
 
+// ---- the reader's part of its attachment (data_reader_attach.cpp) ----
+// Fills what the path keeps of the reader being attached; under its lock.
+void DDS_DataReaderPath_initializeI(DDS_DataReaderPathI *path, DDS_DataReader *reader);
+// The wire listener of the path's reader.
+void DDS_DataReaderPath_fillListenerI(DDS_DataReaderPathI *path, ZELWireReaderListener *listener);
+
 #endif

@@ -110,10 +110,20 @@ void DDS_WriterHistory_clearI(DDS_DataWriterPathI *path);
 // The wire listener of the path's writer.
 void DDS_DataWriterPath_fillListenerI(DDS_DataWriterPathI *path, ZELWireWriterListener *listener);
 
-// ---- deadlines and liveliness (data_writer_status.cpp), under the path's
-// mutex: periods that elapsed by `now` count lazily ----
+// ---- deadlines and liveliness (data_writer_status.cpp): periods that
+// elapsed by `now` count lazily ----
+// Counts them; under the path's mutex.
 void DDS_DataWriterPath_checkDeadlinesI(DDS_DataWriterPathI *path, const ZELNtpTime *now);
+// Takes the path's mutex for a status read, deadlines and history brought
+// up to the factory's clock first.
+std::unique_lock<std::mutex> DDS_DataWriterPath_lockUpToDateI(DDS_DataWriterPathI *path, const char *context);
+
+// ---- the writer's part of its attachment (data_writer_attach.cpp) ----
 // Copies the QoS the path keeps from the writer's QoS.
 void DDS_DataWriterPath_refreshQosI(DDS_DataWriterPathI *path, const DDS_DataWriterQos *qos);
+// Fills what the path keeps of the writer being attached; under its lock.
+void DDS_DataWriterPath_initializeI(DDS_DataWriterPathI *path, DDS_DataWriter *writer);
+// Frees the history and the match records (at detach).
+void DDS_DataWriterPath_clearI(DDS_DataWriterPathI *path);
 
 #endif
