@@ -244,8 +244,11 @@ void DDS_DataReaderPath_catchUpI(DDS_DataReaderPathI *path) {
             DDS_DataReaderPath_releaseWriterI(path, &match->guid, false);
         }
     }
-    // Only instances that are alive and were written expect samples.
-    for (DDS_ReaderInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
+    // Only instances that are alive and were written expect samples; without
+    // a deadline none does, and a reader of many instances pays nothing.
+    const bool hasDeadline = !ZELNtpTime_isInfinite(&path->deadline);
+    for (DDS_ReaderInstanceI *instance = hasDeadline ? path->instances : nullptr; instance != nullptr;
+         instance = instance->next) {
         if (instance->instanceState != DDS_ALIVE_INSTANCE_STATE || !instance->hasData) {
             continue;
         }

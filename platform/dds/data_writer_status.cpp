@@ -31,10 +31,13 @@ void DDS_DataWriterPath_checkDeadlinesI(DDS_DataWriterPathI *path, const ZELNtpT
 }
 
 std::unique_lock<std::mutex> DDS_DataWriterPath_lockUpToDateI(DDS_DataWriterPathI *path, const char *context) {
-    ZELNtpTime now{};
-    const bool haveNow = DDS_DomainParticipantFactory_getNowI(path->writer->entity.participant->factory, &now, context);
     std::unique_lock<std::mutex> guard(path->mutex);
-    if (haveNow) {
+    // Only deadlines, manual liveliness and lifespans change with time: the
+    // statuses of most writers are read without asking the clock.
+    const bool timed = !ZELNtpTime_isInfinite(&path->deadline) || path->manualLiveliness ||
+                       !ZELNtpTime_isInfinite(&path->lifespan);
+    ZELNtpTime now{};
+    if (timed && DDS_DomainParticipantFactory_getNowI(path->writer->entity.participant->factory, &now, context)) {
         DDS_DataWriterPath_checkDeadlinesI(path, &now);
         DDS_WriterHistory_expireI(path, &now);
     }
