@@ -371,6 +371,18 @@ TEST_F(MonitorHookTest, EveryAllocationFailureLeavesNothingBehind) {
 }
 
 TEST_F(MonitorHookTest, RealPlugInPublishesOnTheParticipantUntilItIsDeleted) {
+    // Its entry points are plain, undecorated symbols of the library.
+    char error[256] = "";
+    ZELOsapiLibrary *library = ZELOsapiLibrary_open("zelmonitoring", error, sizeof error);
+    ASSERT_NE(library, nullptr) << error;
+    for (const char *name : {"ZELDefaultMonitor_create", "ZELDefaultMonitorPublisher_create",
+                             "ZELDefaultMonitorPublisher_delete", "ZELDefaultMonitorPublisher_onDomainParticipantAttach",
+                             "ZELDefaultMonitorPublisher_onDomainParticipantDetach",
+                             "ZELDefaultMonitorPublisher_onEventNotify"}) {
+        EXPECT_NE(ZELOsapiLibrary_getSymbol(library, name), nullptr) << name;
+    }
+    ZELOsapiLibrary_close(library);
+
     DDS_DomainParticipant *participant = create({{"zel.monitor.library", "zelmonitoring"},
                                                  {"zel.monitor.create_function", "ZELDefaultMonitor_create"},
                                                  {"zel.monitor.config.publish_period", "0"}});

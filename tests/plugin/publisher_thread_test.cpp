@@ -2,8 +2,7 @@
 // and the failures of create and post.
 #include <future>
 
-#include "entity_set.h"
-#include "plugin_fixture.h"
+#include "monitor_fixture.h"
 #include "publisher_thread.h"
 #include "vurncore/event.h"
 
@@ -11,7 +10,7 @@ namespace {
 
 using zeltest::recordText;
 
-class PublisherThreadTest : public zeltest::PlugInTest {
+class PublisherThreadTest : public zeltest::MonitorTest {
 protected:
     ZELDefaultMonitorPublisherThread *createThread(DDS_DomainParticipant *participant) {
         const ZELOsapiThreadSettings settings = ZEL_OSAPI_THREAD_SETTINGS_DEFAULT;
@@ -121,25 +120,6 @@ TEST_F(PublisherThreadTest, CreateFinalizesWhatItMadeWhenAStepFails) {
     EXPECT_EQ(ZELDefaultMonitorPublisherThread_create(nullptr, participant, &settings), nullptr);
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_LOG_GET_FAILURE_s,
                                  recordText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
-}
-
-TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLater) {
-    ZELDefaultMonitorEntitySet set{};
-    set.period = DDS_Duration_t{5, 250000000u};
-    ZELDefaultMonitorPublisher publisher{};
-    publisher.sharedEntities = &set;
-    ZELDefaultMonitorParticipantObject object{};
-    object.entities = &set;
-    const ZELNtpTime now = timeOf(100, 0xe0000000u);
-    ZELNtpTime newTime = now;
-    ZELEventData data{};
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(&publisher, &newTime, &now, &now, &data,
-                                                                       nullptr));
-    expectTime(newTime, 106, 0x1fffffffu);
-    newTime = now;
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(&object, &newTime, &now, &now, &data,
-                                                                               nullptr));
-    expectTime(newTime, 106, 0x1fffffffu);
 }
 
 }  // namespace

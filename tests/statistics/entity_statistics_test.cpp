@@ -4,18 +4,23 @@
 #include <cstring>
 
 #include "entity_statistics.h"
-#include "statistics_fixture.h"
+#include "monitor_fixture.h"
 
 namespace {
 
-using stattest::Application;
-using stattest::sameKey;
+using zeltest::Application;
+using zeltest::ParticipantStatistics;
+using zeltest::TopicStatistics;
+using zeltest::WriterLocatorStatistics;
+using zeltest::WriterMatchedStatistics;
+using zeltest::WriterStatistics;
+using zeltest::keyOf;
 using zeltest::recordText;
 
-class EntityStatisticsTest : public stattest::StatisticsTest {};
+class EntityStatisticsTest : public zeltest::MonitorTest {};
 
 TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscovered) {
-    DDS_DataReader *observed = observe<stattest::ParticipantKind>();
+    observe<ParticipantStatistics>();
     ZELDefaultMonitorParticipantObject *skipping = nullptr;
     const Application first = monitoredApplication({}, &skipping);
     ZELDefaultMonitorParticipantObject *counting = nullptr;
@@ -28,14 +33,14 @@ TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscove
                                                                                     DDS_BOOLEAN_FALSE));
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(counting, second.participant,
                                                                                     DDS_BOOLEAN_FALSE));
-    const auto samples = taken<stattest::ParticipantKind>(observed);
+    const auto samples = taken<ParticipantStatistics>();
     ASSERT_EQ(samples.size(), 2u);
     const auto &a = *samples[0];
     const auto &b = *samples[1];
-    EXPECT_TRUE(sameKey(a.participant_key, stattest::participantKey(first.participant)));
+    EXPECT_EQ(keyOf(a.participant_key), keyOf(first.participant));
     EXPECT_EQ(a.period.sec, 3600);
     EXPECT_EQ(a.period.nanosec, 0u);
-    EXPECT_EQ(a.domain_id, kDomain);
+    EXPECT_EQ(a.domain_id, zeltest::kDomain);
     EXPECT_EQ(a.host_id, publisher_->hostId);
     EXPECT_EQ(a.process_id, publisher_->processId);
     // The other monitored participant and the observer; the application's
@@ -67,7 +72,7 @@ TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscove
     }
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(skipping, first.participant,
                                                                                     DDS_BOOLEAN_FALSE));
-    const auto laterSamples = taken<stattest::ParticipantKind>(observed);
+    const auto laterSamples = taken<ParticipantStatistics>();
     ASSERT_EQ(laterSamples.size(), 1u);
     const auto &later = laterSamples[0]->process;
     EXPECT_GE(nanoseconds(later.user_cpu_time), nanoseconds(a.process.user_cpu_time));
@@ -77,10 +82,10 @@ TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscove
 }
 
 TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication) {
-    DDS_DataReader *writers = observe<stattest::WriterKind>();
-    DDS_DataReader *topics = observe<stattest::TopicKind>();
-    DDS_DataReader *matched = observe<stattest::WriterMatchedKind>();
-    DDS_DataReader *locators = observe<stattest::WriterLocatorKind>();
+    observe<WriterStatistics>();
+    observe<TopicStatistics>();
+    observe<WriterMatchedStatistics>();
+    observe<WriterLocatorStatistics>();
     ZELDefaultMonitorParticipantObject *object = nullptr;
     const Application app = monitoredApplication({}, &object);
     const Application remote = application();
@@ -91,27 +96,27 @@ TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication
     }
 
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, writer, DDS_BOOLEAN_FALSE));
-    auto writerSamples = taken<stattest::WriterKind>(writers);
+    auto writerSamples = taken<WriterStatistics>();
     ASSERT_EQ(writerSamples.size(), 1u);
     const auto &w = *writerSamples[0];
-    EXPECT_TRUE(sameKey(w.datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
-    EXPECT_TRUE(sameKey(w.publisher_key, *DDS_Publisher_get_builtin_topic_key(app.publisher)));
-    EXPECT_TRUE(sameKey(w.topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
-    EXPECT_TRUE(sameKey(w.participant_key, stattest::participantKey(app.participant)));
+    EXPECT_EQ(keyOf(w.datawriter_key), keyOf(writer));
+    EXPECT_EQ(keyOf(w.publisher_key), keyOf(app.publisher));
+    EXPECT_EQ(keyOf(w.topic_key), keyOf(app.topic));
+    EXPECT_EQ(keyOf(w.participant_key), keyOf(app.participant));
     EXPECT_STREQ(w.topic_name, "Readings");
     EXPECT_EQ(w.period.sec, 3600);
-    EXPECT_EQ(w.domain_id, kDomain);
+    EXPECT_EQ(w.domain_id, zeltest::kDomain);
     EXPECT_EQ(w.publication_matched_status.status.total_count, 1);
     EXPECT_EQ(w.publication_matched_status.status.current_count, 1);
     EXPECT_EQ(w.datawriter_protocol_status.status.pushed_sample_count, 3);
 
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats(object, app.topic, DDS_BOOLEAN_FALSE));
-    auto topicSamples = taken<stattest::TopicKind>(topics);
+    auto topicSamples = taken<TopicStatistics>();
     ASSERT_EQ(topicSamples.size(), 1u);
-    EXPECT_TRUE(sameKey(topicSamples[0]->topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
-    EXPECT_TRUE(sameKey(topicSamples[0]->participant_key, stattest::participantKey(app.participant)));
+    EXPECT_EQ(keyOf(topicSamples[0]->topic_key), keyOf(app.topic));
+    EXPECT_EQ(keyOf(topicSamples[0]->participant_key), keyOf(app.participant));
     EXPECT_STREQ(topicSamples[0]->topic_name, "Readings");
-    EXPECT_STREQ(topicSamples[0]->type_name, st_ReadingTypeSupport_get_type_name());
+    EXPECT_STREQ(topicSamples[0]->type_name, "app::Reading");
     EXPECT_EQ(topicSamples[0]->inconsistent_topic_status.status.total_count, 0);
 
     // The matched subscription is keyed by the writer and the reader.
@@ -122,9 +127,9 @@ TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication
     DDS_InstanceHandleSeq_finalize(&handles);
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(object, writer, &subscription,
                                                                                       DDS_BOOLEAN_FALSE));
-    auto matchedSamples = taken<stattest::WriterMatchedKind>(matched);
+    auto matchedSamples = taken<WriterMatchedStatistics>();
     ASSERT_EQ(matchedSamples.size(), 1u);
-    EXPECT_TRUE(sameKey(matchedSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_EQ(keyOf(matchedSamples[0]->datawriter_key), keyOf(writer));
     EXPECT_EQ(0, std::memcmp(matchedSamples[0]->subscription_handle.value, subscription.value, 16));
     EXPECT_EQ(matchedSamples[0]->subscription_handle.length, 16u);
     EXPECT_TRUE(matchedSamples[0]->subscription_handle.isValid);
@@ -136,7 +141,7 @@ TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication
     const DDS_Locator_t *locator = DDS_LocatorSeq_get_reference(&matchedLocators, 0);
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
             object, writer, locator, DDS_BOOLEAN_FALSE));
-    auto locatorSamples = taken<stattest::WriterLocatorKind>(locators);
+    auto locatorSamples = taken<WriterLocatorStatistics>();
     ASSERT_EQ(locatorSamples.size(), 1u);
     EXPECT_EQ(locatorSamples[0]->subscription_locator.kind, locator->kind);
     EXPECT_EQ(locatorSamples[0]->subscription_locator._port, locator->_port);
@@ -146,7 +151,7 @@ TEST_F(EntityStatisticsTest, WriterTopicAndMatchedStatisticsFollowTheApplication
 }
 
 TEST_F(EntityStatisticsTest, AWriterNotEnabledIsStillPublishedAndADisposeGoesByTheKey) {
-    DDS_DataReader *writers = observe<stattest::WriterKind>();
+    observe<WriterStatistics>();
     ZELDefaultMonitorParticipantObject *object = nullptr;
     const Application app = monitoredApplication({}, &object);
     DDS_PublisherQos qos = DDS_PublisherQos_INITIALIZER;
@@ -164,9 +169,9 @@ TEST_F(EntityStatisticsTest, AWriterNotEnabledIsStillPublishedAndADisposeGoesByT
     zeltest::LogCapture capture;
     EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(object, disabled, DDS_BOOLEAN_FALSE));
     EXPECT_TRUE(capture.lines().empty());
-    const auto disabledSamples = taken<stattest::WriterKind>(writers);
+    const auto disabledSamples = taken<WriterStatistics>();
     ASSERT_EQ(disabledSamples.size(), 1u);
-    EXPECT_TRUE(sameKey(disabledSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(disabled)));
+    EXPECT_EQ(keyOf(disabledSamples[0]->datawriter_key), keyOf(disabled));
     EXPECT_EQ(disabledSamples[0]->publication_matched_status.status.total_count, 0);
     EXPECT_EQ(disabledSamples[0]->liveliness_lost_status.status.total_count, 0);
 
@@ -187,17 +192,17 @@ TEST_F(EntityStatisticsTest, AWriterNotEnabledIsStillPublishedAndADisposeGoesByT
                                  ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx,
                                  recordText(ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx, "writer", word(0), word(1),
                                             word(2), word(3))));
-    const auto samples = taken<stattest::WriterKind>(writers);
+    const auto samples = taken<WriterStatistics>();
     ASSERT_EQ(samples.size(), 2u);
     EXPECT_TRUE(samples[0].valid);
-    EXPECT_TRUE(sameKey(samples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_EQ(keyOf(samples[0]->datawriter_key), keyOf(writer));
     EXPECT_FALSE(samples[1].valid);
     EXPECT_TRUE(samples[1].disposed);
     EXPECT_EQ(0, std::memcmp(samples[1].instance.value, samples[0].instance.value, 16));
 }
 
 TEST_F(EntityStatisticsTest, DetachDisposesTheParticipantStatisticsPublishedOrNot) {
-    DDS_DataReader *observed = observe<stattest::ParticipantKind>();
+    observe<ParticipantStatistics>();
     ZELDefaultMonitorParticipantObject *published = nullptr;
     const Application app = monitoredApplication({}, &published);
     ZELDefaultMonitorParticipantObject *silent = nullptr;
@@ -209,14 +214,14 @@ TEST_F(EntityStatisticsTest, DetachDisposesTheParticipantStatisticsPublishedOrNo
     // disposed all the same, by its key, and the detach succeeds.
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(silent), ZEL_MONITOR_RESULT_OK);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(published), ZEL_MONITOR_RESULT_OK);
-    const auto samples = taken<stattest::ParticipantKind>(observed);
+    const auto samples = taken<ParticipantStatistics>();
     ASSERT_EQ(samples.size(), 3u);
     int valid = 0;
     int disposed = 0;
     for (const auto &sample : samples) {
         if (sample.valid) {
             ++valid;
-            EXPECT_TRUE(sameKey(sample->participant_key, stattest::participantKey(app.participant)));
+            EXPECT_EQ(keyOf(sample->participant_key), keyOf(app.participant));
         } else {
             disposed += sample.disposed ? 1 : 0;
         }

@@ -4,18 +4,21 @@
 #include <atomic>
 #include <thread>
 
-#include "statistics_fixture.h"
+#include "monitor_fixture.h"
 #include "statistics_walk.h"
 
 namespace {
 
-using stattest::Application;
+using zeltest::Application;
+using zeltest::ParticipantStatistics;
+using zeltest::WriterStatistics;
+using zeltest::keyOf;
 
-class StatisticsConcurrencyTest : public stattest::StatisticsTest {};
+class StatisticsConcurrencyTest : public zeltest::MonitorTest {};
 
 TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEntities) {
-    DDS_DataReader *writers = observe<stattest::WriterKind>();
-    DDS_DataReader *participants = observe<stattest::ParticipantKind>();
+    observe<WriterStatistics>();
+    observe<ParticipantStatistics>();
     ZELDefaultMonitorParticipantObject *object = nullptr;
     const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
     const Application remote = application();
@@ -45,8 +48,8 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     // one of them: that match fails, the walk goes on.
     while (running.load() > 0) {
         ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
-        taken<stattest::WriterKind>(writers);
-        taken<stattest::ParticipantKind>(participants);
+        taken<WriterStatistics>();
+        taken<ParticipantStatistics>();
         ++walks;
     }
     writerChurn.join();
@@ -55,10 +58,10 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
 
     // Once the churn is over, the walk sees only what remains.
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    const auto samples = taken<stattest::WriterKind>(writers);
+    const auto samples = taken<WriterStatistics>();
     ASSERT_EQ(samples.size(), 1u);
-    EXPECT_TRUE(stattest::sameKey(samples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(steady)));
-    EXPECT_EQ(taken<stattest::ParticipantKind>(participants).size(), 1u);
+    EXPECT_TRUE(keyOf(samples[0]->datawriter_key) == keyOf(steady));
+    EXPECT_EQ(taken<ParticipantStatistics>().size(), 1u);
 }
 
 }  // namespace
