@@ -155,15 +155,15 @@ Application MonitorTest::application(const Properties &properties, DDS_DomainId_
     return app;
 }
 
-Application MonitorTest::monitoredApplication(Properties properties, ZELDefaultMonitorParticipantObject **object) {
+Application MonitorTest::monitoredApplication(Properties properties) {
     if (std::none_of(properties.begin(), properties.end(),
                      [](const auto &property) { return property.first == "zel.monitor.config.publish_period"; })) {
         properties.emplace_back("zel.monitor.config.publish_period", "3600");
     }
-    const Application app = application(properties);
-    *object = attach(app.participant);
-    if (*object != nullptr) {
-        EXPECT_EQ(enable(*object), ZEL_MONITOR_RESULT_OK);
+    Application app = application(properties);
+    app.object = attach(app.participant);
+    if (app.object != nullptr) {
+        EXPECT_EQ(enable(app.object), ZEL_MONITOR_RESULT_OK);
     }
     return app;
 }

@@ -124,9 +124,10 @@ std::set<EntityKey> aliveIn(const DescribedMap<Kind> &described) {
 }
 
 // One application participant: a topic "Readings" of the keyed test type,
-// a publisher and a subscriber.
+// a publisher and a subscriber, and its participant object when attached.
 struct Application {
     DDS_DomainParticipant *participant = nullptr;
+    ZELDefaultMonitorParticipantObject *object = nullptr;
     DDS_Topic *topic = nullptr;
     DDS_Publisher *publisher = nullptr;
     DDS_Subscriber *subscriber = nullptr;
@@ -169,7 +170,7 @@ protected:
     // The same, attached to the publisher and enabled; its statistics period
     // is an hour unless the properties say otherwise, so that tests drive
     // the statistics themselves.
-    Application monitoredApplication(Properties properties, ZELDefaultMonitorParticipantObject **object);
+    Application monitoredApplication(Properties properties);
     static DDS_Topic *createTopic(DDS_DomainParticipant *participant, const char *name,
                                   const char *typeName = "app::Reading");
     // Reliable, with what `adjust` changes.
@@ -196,14 +197,10 @@ protected:
     }
 
     // Everything the observer's reader of the topic received since the last
-    // take, or ever received when read.
+    // take.
     template <typename Kind>
     std::vector<Received<Kind>> taken() {
         return received<Kind>(Kind::take);
-    }
-    template <typename Kind>
-    std::vector<Received<Kind>> read() {
-        return received<Kind>(Kind::read);
     }
 
     // Every entity ever described on a description topic, by entity key.
@@ -213,7 +210,7 @@ protected:
         // A dispose carries no data but its instance, which the instance's
         // earlier samples name.
         std::map<std::string, EntityKey> keyOfInstance;
-        for (const Received<Kind> &sample : read<Kind>()) {
+        for (const Received<Kind> &sample : received<Kind>(Kind::read)) {
             const std::string instance(reinterpret_cast<const char *>(sample.instance.value), 16);
             if (sample.valid) {
                 keyOfInstance[instance] = keyOf(sample->entity_key);

@@ -49,8 +49,7 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
     observe<ReaderStatistics>();
     observe<ReaderMatchedStatistics>();
     observe<WriterStatistics>();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     MovedClock clock(factory_);
     const auto withDeadline = [](DDS_Duration_t &deadline) {
         deadline.sec = 1;
@@ -77,7 +76,7 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
     }
     MovedClock::advance(3);
 
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     const auto samples = taken<ReaderStatistics>();
     ASSERT_EQ(samples.size(), 2u);
     const auto &plain = keyOf(samples[0]->datareader_key) == keyOf(limited)
@@ -117,17 +116,14 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
 
 TEST_F(ReaderStatisticsTest, AnIdleReaderShowsNoChangesOnlyWhenChangeCountsAreReset) {
     observe<ReaderStatistics>();
-    ZELDefaultMonitorParticipantObject *resetting = nullptr;
     const Application reset = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
-                                                    {"zel.monitor.config.reset_status_change_counts", "TRUE"}},
-                                                   &resetting);
-    ZELDefaultMonitorParticipantObject *keeping = nullptr;
-    const Application kept = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &keeping);
+                                                    {"zel.monitor.config.reset_status_change_counts", "TRUE"}});
+    const Application kept = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     createReader(reset);
     createReader(kept);
     ASSERT_EQ(write(createWriter(application()), 3), DDS_RETCODE_OK);
 
-    for (ZELDefaultMonitorParticipantObject *object : {resetting, keeping, resetting, keeping}) {
+    for (ZELDefaultMonitorParticipantObject *object : {reset.object, kept.object, reset.object, kept.object}) {
         ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
     }
     const auto samples = taken<ReaderStatistics>();

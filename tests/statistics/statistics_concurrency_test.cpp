@@ -19,8 +19,7 @@ class StatisticsConcurrencyTest : public zeltest::MonitorTest {};
 TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEntities) {
     observe<WriterStatistics>();
     observe<ParticipantStatistics>();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     const Application remote = application();
     DDS_DataWriter *steady = createWriter(app);
 
@@ -47,7 +46,7 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     // A remote reader may go away between listing the matches and reading
     // one of them: that match fails, the walk goes on.
     while (running.load() > 0) {
-        ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
+        ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object);
         taken<WriterStatistics>();
         taken<ParticipantStatistics>();
         ++walks;
@@ -57,7 +56,7 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     EXPECT_GE(walks.load(), 3);
 
     // Once the churn is over, the walk sees only what remains.
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     const auto samples = taken<WriterStatistics>();
     ASSERT_EQ(samples.size(), 1u);
     EXPECT_TRUE(keyOf(samples[0]->datawriter_key) == keyOf(steady));

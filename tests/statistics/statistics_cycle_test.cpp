@@ -52,9 +52,8 @@ size_t matchedPublicationCount(DDS_DataReader *reader) {
 
 TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantLast) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
     const Application app = monitoredApplication(
-            {{"zel.monitor.config.publish_period", "1"}, {"zel.monitor.config.usertopics", "Readings"}}, &object);
+            {{"zel.monitor.config.publish_period", "1"}, {"zel.monitor.config.usertopics", "Readings"}});
     const Application remote = application();
     DDS_DataWriter *writer = createWriter(app);
     DDS_DataReader *reader = createReader(app);
@@ -108,8 +107,7 @@ TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantL
 
 TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Read*"}}, &object);
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Read*"}});
     DDS_Topic *ignored = DDS_DomainParticipant_create_topic(app.participant, "Ignored",
                                                             "app::Reading",
                                                             &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
@@ -119,7 +117,7 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     const Application remote = application();
     DDS_DataWriter *writer = createWriter(app);
 
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     auto writerSamples = taken<WriterStatistics>();
     ASSERT_EQ(writerSamples.size(), 1u);
     EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 0);
@@ -134,7 +132,7 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     for (DDS_Long sensor = 0; sensor < 4; ++sensor) {
         ASSERT_EQ(write(writer, sensor), DDS_RETCODE_OK);
     }
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     writerSamples = taken<WriterStatistics>();
     ASSERT_EQ(writerSamples.size(), 1u);
     EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 2);
@@ -148,17 +146,16 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
 
 TEST_F(StatisticsCycleTest, OnlyTheApplicationsEntitiesAreSampledAndADeletedWritersStatisticsAreDisposed) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({}, &object);
+    const Application app = monitoredApplication({});
     DDS_DataWriter *writer = createWriter(app);
     // What the middleware reports after enabling the writer and before
     // deleting it.
-    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, DDS_DataWriter_as_entity(writer)),
+    EXPECT_EQ(notify(app.object, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, DDS_DataWriter_as_entity(writer)),
               ZEL_MONITOR_RESULT_OK);
     // The monitoring topics and writers live on the monitored participant
     // and are matched by the observer, yet without a user-topic filter only
     // the application's own topic and writer are sampled.
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     const auto topicSamples = taken<TopicStatistics>();
     ASSERT_EQ(topicSamples.size(), 1u);
     EXPECT_EQ(keyOf(topicSamples[0]->topic_key), keyOf(app.topic));
@@ -168,56 +165,56 @@ TEST_F(StatisticsCycleTest, OnlyTheApplicationsEntitiesAreSampledAndADeletedWrit
     EXPECT_TRUE(taken<WriterMatchedStatistics>().empty());
     EXPECT_TRUE(taken<WriterLocatorStatistics>().empty());
 
-    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, DDS_DataWriter_as_entity(writer)),
+    EXPECT_EQ(notify(app.object, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, DDS_DataWriter_as_entity(writer)),
               ZEL_MONITOR_RESULT_OK);
     ASSERT_EQ(DDS_Publisher_delete_datawriter(app.publisher, writer), DDS_RETCODE_OK);
     const auto disposed = taken<WriterStatistics>();
     ASSERT_EQ(disposed.size(), 1u);
     EXPECT_FALSE(disposed[0].valid);
     EXPECT_TRUE(disposed[0].disposed);
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     EXPECT_TRUE(taken<WriterStatistics>().empty());
 }
 
 TEST_F(StatisticsCycleTest, AWriterNotEnabledGetsItsOwnSampleButNoMatchedOnes) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app =
-            monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
-                                  {"zel.monitor.config.topics", "zel/dds/monitoring/dataWriterEntityMatched*"}},
-                                 &object);
+    const Application app = monitoredApplication(
+            {{"zel.monitor.config.usertopics", "Readings"}, {"zel.monitor.config.topics", "zel/dds/monitoring/dataWriter*"}});
     DDS_PublisherQos qos = DDS_PublisherQos_INITIALIZER;
     DDS_DomainParticipant_get_default_publisher_qos(app.participant, &qos);
     qos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
     DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(app.participant, &qos, nullptr, 0);
     DDS_PublisherQos_finalize(&qos);
-    DDS_DataWriter *disabled =
-            DDS_Publisher_create_datawriter(publisher, app.topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
-    ASSERT_NE(disabled, nullptr);
+    DDS_DataWriter *disabled = createWriter(publisher, app.topic);
     DDS_DataWriter *enabled = createWriter(app);
     createReader(application());
 
-    // The walk would fail at the disabled writer's matches if it went there.
+    // The walk would fail at the disabled writer's matches if it went there;
+    // nothing has happened to that writer yet, so its statuses are initial.
     zeltest::LogCapture capture;
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     EXPECT_TRUE(capture.lines().empty());
+    std::map<zeltest::EntityKey, DDS_Long> matchedTotals;
+    for (const auto &sample : taken<WriterStatistics>()) {
+        matchedTotals[keyOf(sample->datawriter_key)] = sample->publication_matched_status.status.total_count;
+        EXPECT_EQ(sample->liveliness_lost_status.status.total_count, 0);
+    }
+    EXPECT_EQ(matchedTotals, (std::map<zeltest::EntityKey, DDS_Long>{{keyOf(disabled), 0}, {keyOf(enabled), 1}}));
     const auto matchedSamples = taken<WriterMatchedStatistics>();
     ASSERT_EQ(matchedSamples.size(), 1u);
     EXPECT_EQ(keyOf(matchedSamples[0]->datawriter_key), keyOf(enabled));
     EXPECT_EQ(taken<WriterLocatorStatistics>().size(), matchedLocatorCount(enabled));
-    // Only the matched kinds were configured.
-    EXPECT_TRUE(taken<WriterStatistics>().empty());
+    // Only the writer kinds were configured.
     EXPECT_TRUE(taken<ParticipantStatistics>().empty());
     EXPECT_TRUE(taken<TopicStatistics>().empty());
 }
 
 TEST_F(StatisticsCycleTest, AFailureInOneEntityIsLoggedUpTheChainAndTheWalkGoesOn) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     createWriter(app);
     createReader(application());
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     taken<ParticipantStatistics>();
     taken<WriterStatistics>();
 
@@ -228,7 +225,7 @@ TEST_F(StatisticsCycleTest, AFailureInOneEntityIsLoggedUpTheChainAndTheWalkGoesO
     for (long n = 1; n < 200 && !topicFailed; ++n) {
         zeltest::LogCapture capture;
         ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
-        const DDS_Boolean ok = ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
+        const DDS_Boolean ok = ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object);
         const bool hit = !ZELOsapiHeap_isFailurePending();
         ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
         ASSERT_TRUE(hit) << "the walk made fewer than " << n << " allocations without failing its topic";
@@ -260,12 +257,10 @@ TEST_F(StatisticsCycleTest, EventsWalkTheirParticipantsAndComeBackOnePeriodLater
     // observer's domain.
     const zeltest::Properties shared = {{"zel.monitor.config.new_participant_domain_id", "4"},
                                         {"zel.monitor.config.publish_period", "0x10"}};
-    ZELDefaultMonitorParticipantObject *first = nullptr;
-    const Application one = monitoredApplication(shared, &first);
-    ZELDefaultMonitorParticipantObject *second = nullptr;
-    const Application two = monitoredApplication(shared, &second);
+    const Application one = monitoredApplication(shared);
+    const Application two = monitoredApplication(shared);
     ASSERT_NE(publisher_->sharedEntities, nullptr);
-    ASSERT_EQ(first->entities, second->entities);
+    ASSERT_EQ(one.object->entities, two.object->entities);
     REDAWorker *worker = DDS_DomainParticipantFactory_get_workerI(factory_);
 
     ZELNtpTime next{};
@@ -280,7 +275,7 @@ TEST_F(StatisticsCycleTest, EventsWalkTheirParticipantsAndComeBackOnePeriodLater
     EXPECT_EQ(keys, (std::set{keyOf(one.participant), keyOf(two.participant)}));
 
     const ZELNtpTime infinite{0x7fffffff, 0u};
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(first, &next, &infinite, &infinite,
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(one.object, &next, &infinite, &infinite,
                                                                                nullptr, worker));
     EXPECT_EQ(next.sec, 0x7fffffff);
     EXPECT_EQ(next.frac, 0xFFFFFFFFu);
