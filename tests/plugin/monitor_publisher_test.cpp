@@ -324,7 +324,7 @@ TEST_F(MonitorPublisherTest, AttachSurvivesEveryAllocationFailure) {
                                          Properties{{"zel.monitor.config.new_participant_domain_id", "9"}}}) {
         createParticipant({});  // the thread's worker and the factory's first participant stay
         zeltest::forEachAllocationFailure([&](long) {
-            DDS_DomainParticipant *participant = createUnownedParticipant(properties, 0, true);
+            DDS_DomainParticipant *participant = createParticipant(properties, 0, true, nullptr, false);
             if (participant == nullptr) {
                 return;
             }
