@@ -2,6 +2,7 @@
 // participant's last, the user-topic filter, failures that do not stop the
 // walk, and the events that reschedule themselves.
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 #include "monitor_fixture.h"
@@ -108,12 +109,7 @@ TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantL
 TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) {
     observeAll();
     const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Read*"}});
-    DDS_Topic *ignored = DDS_DomainParticipant_create_topic(app.participant, "Ignored",
-                                                            "app::Reading",
-                                                            &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-    ASSERT_NE(ignored, nullptr);
-    ASSERT_NE(DDS_Publisher_create_datawriter(app.publisher, ignored, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0),
-              nullptr);
+    ASSERT_NE(createWriter(app.publisher, createTopic(app.participant, "Ignored")), nullptr);
     const Application remote = application();
     DDS_DataWriter *writer = createWriter(app);
 
@@ -122,7 +118,12 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     ASSERT_EQ(writerSamples.size(), 1u);
     EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 0);
     EXPECT_TRUE(taken<WriterMatchedStatistics>().empty());
-    EXPECT_EQ(taken<TopicStatistics>().size(), 1u);
+    const auto topicSamples = taken<TopicStatistics>();
+    ASSERT_EQ(topicSamples.size(), 1u);
+    EXPECT_EQ(keyOf(topicSamples[0]->topic_key), keyOf(app.topic));
+    EXPECT_EQ(keyOf(topicSamples[0]->participant_key), keyOf(app.participant));
+    EXPECT_STREQ(topicSamples[0]->topic_name, "Readings");
+    EXPECT_STREQ(topicSamples[0]->type_name, "app::Reading");
     auto participantSamples = taken<ParticipantStatistics>();
     ASSERT_EQ(participantSamples.size(), 1u);
     EXPECT_EQ(participantSamples[0]->remoteReaderCount, 7);  // the observer's readers
@@ -135,13 +136,53 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     writerSamples = taken<WriterStatistics>();
     ASSERT_EQ(writerSamples.size(), 1u);
-    EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 2);
+    const auto &w = *writerSamples[0];
+    EXPECT_EQ(keyOf(w.datawriter_key), keyOf(writer));
+    EXPECT_EQ(keyOf(w.publisher_key), keyOf(app.publisher));
+    EXPECT_EQ(keyOf(w.topic_key), keyOf(app.topic));
+    EXPECT_EQ(keyOf(w.participant_key), keyOf(app.participant));
+    EXPECT_STREQ(w.topic_name, "Readings");
+    EXPECT_EQ(w.period.sec, 3600);
+    EXPECT_EQ(w.domain_id, zeltest::kDomain);
+    EXPECT_EQ(w.publication_matched_status.status.current_count, 2);
     // Four samples, each pushed to both readers.
-    EXPECT_EQ(writerSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 8);
-    EXPECT_EQ(taken<WriterMatchedStatistics>().size(), 2u);
+    EXPECT_EQ(w.datawriter_protocol_status.status.pushed_sample_count, 8);
     participantSamples = taken<ParticipantStatistics>();
     ASSERT_EQ(participantSamples.size(), 1u);
     EXPECT_EQ(participantSamples[0]->remoteReaderCount, 9);
+
+    // One sample per match, keyed by the writer and the reader's handle, and
+    // one per matched locator.
+    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_matched_subscriptions(writer, &handles), DDS_RETCODE_OK);
+    std::set<std::string> expectedHandles;
+    for (DDS_Long i = 0; i < DDS_InstanceHandleSeq_get_length(&handles); ++i) {
+        expectedHandles.emplace(reinterpret_cast<const char *>(DDS_InstanceHandleSeq_get_reference(&handles, i)->value),
+                                16);
+    }
+    DDS_InstanceHandleSeq_finalize(&handles);
+    std::set<std::string> matchedHandles;
+    for (const auto &match : taken<WriterMatchedStatistics>()) {
+        EXPECT_EQ(keyOf(match->datawriter_key), keyOf(writer));
+        EXPECT_TRUE(match->subscription_handle.isValid && match->subscription_handle.length == 16u);
+        EXPECT_EQ(match->datawriter_protocol_status.status.pushed_sample_count, 4);
+        matchedHandles.emplace(reinterpret_cast<const char *>(match->subscription_handle.value), 16);
+    }
+    EXPECT_EQ(matchedHandles, expectedHandles);
+    EXPECT_EQ(matchedHandles.size(), 2u);
+    DDS_LocatorSeq locators = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_matched_subscription_locators(writer, &locators), DDS_RETCODE_OK);
+    const auto locatorSamples = taken<WriterLocatorStatistics>();
+    ASSERT_EQ(static_cast<DDS_Long>(locatorSamples.size()), DDS_LocatorSeq_get_length(&locators));
+    for (DDS_Long i = 0; i < DDS_LocatorSeq_get_length(&locators); ++i) {
+        const DDS_Locator_t *locator = DDS_LocatorSeq_get_reference(&locators, i);
+        EXPECT_TRUE(std::any_of(locatorSamples.begin(), locatorSamples.end(), [locator](const auto &sample) {
+            return sample->subscription_locator.kind == locator->kind &&
+                   sample->subscription_locator._port == locator->_port &&
+                   std::memcmp(sample->subscription_locator.address, locator->address, 16) == 0;
+        }));
+    }
+    DDS_LocatorSeq_finalize(&locators);
 }
 
 TEST_F(StatisticsCycleTest, OnlyTheApplicationsEntitiesAreSampledAndADeletedWritersStatisticsAreDisposed) {
