@@ -68,35 +68,6 @@ TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscove
                 static_cast<double>(nanoseconds(later.user_cpu_time_change)), 2.0);
 }
 
-TEST_F(EntityStatisticsTest, ADisposeGoesByTheKeyAndBothAreLoggedWithIt) {
-    observe<WriterStatistics>();
-    const Application app = monitoredApplication({});
-    zeltest::LogCapture capture;
-    // Once published, the instance is disposed by its key; both are logged
-    // with the key's words.
-    DDS_DataWriter *writer = createWriter(app);
-    ZEL_Monitor_Log_setVerbosity(0xFFFFu, 2);
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(app.object, writer, DDS_BOOLEAN_FALSE));
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(app.object, writer, DDS_BOOLEAN_TRUE));
-    const DDS_BuiltinTopicKey_t &key = *DDS_DataWriter_get_builtin_topic_key(writer);
-    const auto word = [&key](int i) { return static_cast<unsigned int>(key.value[i]); };
-    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_publishWriterStatsI",
-                                 ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx,
-                                 recordText(ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx, "writer", word(0), word(1),
-                                            word(2), word(3))));
-    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_publishWriterStatsI",
-                                 ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx,
-                                 recordText(ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx, "writer", word(0), word(1),
-                                            word(2), word(3))));
-    const auto samples = taken<WriterStatistics>();
-    ASSERT_EQ(samples.size(), 2u);
-    EXPECT_TRUE(samples[0].valid);
-    EXPECT_EQ(keyOf(samples[0]->datawriter_key), keyOf(writer));
-    EXPECT_FALSE(samples[1].valid);
-    EXPECT_TRUE(samples[1].disposed);
-    EXPECT_EQ(0, std::memcmp(samples[1].instance.value, samples[0].instance.value, 16));
-}
-
 TEST_F(EntityStatisticsTest, DetachDisposesTheParticipantStatisticsPublishedOrNot) {
     observe<ParticipantStatistics>();
     const Application app = monitoredApplication({});

@@ -196,6 +196,8 @@ TEST_F(StatisticsCycleTest, OnlyTheApplicationsEntitiesAreSampledAndADeletedWrit
     // The monitoring topics and writers live on the monitored participant
     // and are matched by the observer, yet without a user-topic filter only
     // the application's own topic and writer are sampled.
+    ZEL_Monitor_Log_setVerbosity(0xFFFFu, 2);
+    zeltest::LogCapture capture;
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     const auto topicSamples = taken<TopicStatistics>();
     ASSERT_EQ(topicSamples.size(), 1u);
@@ -206,21 +208,31 @@ TEST_F(StatisticsCycleTest, OnlyTheApplicationsEntitiesAreSampledAndADeletedWrit
     EXPECT_TRUE(taken<WriterMatchedStatistics>().empty());
     EXPECT_TRUE(taken<WriterLocatorStatistics>().empty());
 
+    // The instance is disposed by its key alone; both are logged with it.
     EXPECT_EQ(notify(app.object, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, DDS_DataWriter_as_entity(writer)),
               ZEL_MONITOR_RESULT_OK);
+    const zeltest::EntityKey key = keyOf(writer);
     ASSERT_EQ(DDS_Publisher_delete_datawriter(app.publisher, writer), DDS_RETCODE_OK);
     const auto disposed = taken<WriterStatistics>();
     ASSERT_EQ(disposed.size(), 1u);
     EXPECT_FALSE(disposed[0].valid);
     EXPECT_TRUE(disposed[0].disposed);
+    EXPECT_EQ(0, std::memcmp(disposed[0].instance.value, writerSamples[0].instance.value, 16));
+    for (const ZELLogMessage *message :
+         {&ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx, &ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx}) {
+        EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_publishWriterStatsI", *message,
+                                     recordText(*message, "writer", static_cast<unsigned>(key[0]),
+                                                static_cast<unsigned>(key[1]), static_cast<unsigned>(key[2]),
+                                                static_cast<unsigned>(key[3]))));
+    }
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     EXPECT_TRUE(taken<WriterStatistics>().empty());
 }
 
 TEST_F(StatisticsCycleTest, AWriterNotEnabledGetsItsOwnSampleButNoMatchedOnes) {
     observeAll();
-    const Application app = monitoredApplication(
-            {{"zel.monitor.config.usertopics", "Readings"}, {"zel.monitor.config.topics", "zel/dds/monitoring/dataWriter*"}});
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
+                                                  {"zel.monitor.config.topics", "zel/dds/monitoring/dataWriter*"}});
     DDS_PublisherQos qos = DDS_PublisherQos_INITIALIZER;
     DDS_DomainParticipant_get_default_publisher_qos(app.participant, &qos);
     qos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
