@@ -2,6 +2,7 @@
 // and the failures of create and post.
 #include <future>
 
+#include "entity_set.h"
 #include "monitor_fixture.h"
 #include "publisher_thread.h"
 #include "vurncore/event.h"
@@ -120,6 +121,31 @@ TEST_F(PublisherThreadTest, CreateFinalizesWhatItMadeWhenAStepFails) {
     EXPECT_EQ(ZELDefaultMonitorPublisherThread_create(nullptr, participant, &settings), nullptr);
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisherThread_create", ZEL_LOG_GET_FAILURE_s,
                                  recordText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
+}
+
+// A walk that cannot run (a participant that cannot be locked, a list that
+// cannot be entered) is logged, and the event still comes back a period later.
+TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLaterEvenWhenTheirWalkFails) {
+    zeltest::LogCapture capture;
+    ZELDefaultMonitorEntitySet set{};
+    set.period = DDS_Duration_t{5, 250000000u};
+    ZELDefaultMonitorPublisher publisher{};
+    publisher.sharedEntities = &set;
+    ZELDefaultMonitorParticipantObject object{};
+    object.entities = &set;
+    const ZELNtpTime now = timeOf(100, 0xe0000000u);
+    ZELNtpTime newTime = now;
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(&publisher, &newTime, &now, &now, nullptr,
+                                                                       nullptr));
+    expectTime(newTime, 106, 0x1fffffffu);
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_onCommonStatsEventI", ZEL_LOG_CREATION_FAILURE_s,
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "ea")));
+    newTime = now;
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(&object, &newTime, &now, &now, nullptr,
+                                                                               nullptr));
+    expectTime(newTime, 106, 0x1fffffffu);
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI", ZEL_LOG_ANY_FAILURE_s,
+                                 recordText(ZEL_LOG_ANY_FAILURE_s, "lock participant")));
 }
 
 }  // namespace

@@ -307,9 +307,11 @@ TEST_F(StatisticsCycleTest, AFailureInOneEntityIsLoggedUpTheChainAndTheWalkGoesO
 TEST_F(StatisticsCycleTest, EventsWalkTheirParticipantsAndComeBackOnePeriodLaterButNeverAfterAnInfiniteTime) {
     observe<ParticipantStatistics>();
     // Both participants share the set on a monitoring participant of the
-    // observer's domain.
-    const zeltest::Properties shared = {{"zel.monitor.config.new_participant_domain_id", "4"},
-                                        {"zel.monitor.config.publish_period", "0x10"}};
+    // observer's domain, which publishes participant statistics only.
+    const zeltest::Properties shared = {
+            {"zel.monitor.config.new_participant_domain_id", "4"},
+            {"zel.monitor.config.publish_period", "0x10"},
+            {"zel.monitor.config.topics", "zel/dds/monitoring/domainParticipantEntityStatistics"}};
     const Application one = monitoredApplication(shared);
     const Application two = monitoredApplication(shared);
     ASSERT_NE(publisher_->sharedEntities, nullptr);
