@@ -260,9 +260,13 @@ TEST_F(DescribedApplicationTest, EveryApplicationEntityIsDescribedOnceWithItsKey
     }
 }
 
-TEST_F(DescribedApplicationTest, UserTopicsKeepOnlyEntitiesWhoseRelatedTopicIsListed) {
+// Only entities whose related topic the user-topic list names are
+// described; a property list beyond the bound withholds a description
+// unless the properties are skipped.
+TEST_F(DescribedApplicationTest, UserTopicsAndPropertyListsDecideWhatIsDescribed) {
     observeDescriptions();
-    DDS_DomainParticipant *app = createApplication({{"zel.monitor.config.usertopics", "Square"}});
+    DDS_DomainParticipant *app = createApplication(
+            {{"zel.monitor.config.usertopics", "Square"}, {"zel.monitor.config.skip_reader_properties", "true"}});
     ASSERT_NE(app, nullptr);
     DDS_Topic *square = createTopic(app, "Square");
     DDS_Topic *circle = createTopic(app, "Circle");
@@ -270,18 +274,26 @@ TEST_F(DescribedApplicationTest, UserTopicsKeepOnlyEntitiesWhoseRelatedTopicIsLi
             DDS_DomainParticipant_create_contentfilteredtopic(app, "BigSquares", square, "value > 10", nullptr);
     DDS_Publisher *publisher = createPublisher(app, "sensors");
     DDS_Subscriber *subscriber = createSubscriber(app, "console");
-    DDS_DataWriter *squareWriter = createWriter(publisher, square, "squareWriter");
+    DDS_DataWriter *full = createWriter(publisher, square, "full", 64);
     DDS_DataWriter *circleWriter = createWriter(publisher, circle, "circleWriter");
     DDS_DataReader *circleReader = createReader(subscriber, DDS_Topic_as_topicdescription(circle), "circleReader");
     DDS_DataReader *bigReader =
-            createReader(subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigSquares), "bigReader");
+            createReader(subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigSquares), "bigReader", 100);
+    zeltest::LogCapture capture;
+    DDS_DataWriter *tooMany = createWriter(publisher, square, "tooMany", 65);
 
-    EXPECT_EQ(aliveIn(described<zeltest::TopicDescriptions>()),
-              std::set<EntityKey>{keyOf(square)});
-    EXPECT_EQ(aliveIn(described<zeltest::WriterDescriptions>()),
-              std::set<EntityKey>{keyOf(squareWriter)});
-    EXPECT_EQ(aliveIn(described<zeltest::ReaderDescriptions>()),
-              std::set<EntityKey>{keyOf(bigReader)});
+    EXPECT_EQ(aliveIn(described<zeltest::TopicDescriptions>()), std::set<EntityKey>{keyOf(square)});
+    const auto writers = described<zeltest::WriterDescriptions>();
+    EXPECT_EQ(aliveIn(writers), std::set<EntityKey>{keyOf(full)});
+    EXPECT_EQ(writers.count(keyOf(tooMany)), 0u);
+    EXPECT_EQ(DDSMonitoring_Property_tSeq_get_length(&writers.at(keyOf(full)).last->qos.property.value), 64);
+    EXPECT_TRUE(capture.contains("", ZELLogMessage{}, "ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc: "
+                                                      "PropertyQosPolicy sequence length (65) exceeds maximum (64)\n"));
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_onEventNotify", ZEL_LOG_ANY_FAILURE_s,
+                                 recordText(ZEL_LOG_ANY_FAILURE_s, "publish writer desc")));
+    const auto readers = described<zeltest::ReaderDescriptions>();
+    ASSERT_EQ(aliveIn(readers), std::set<EntityKey>{keyOf(bigReader)});
+    EXPECT_EQ(DDSMonitoring_Property_tSeq_get_length(&readers.at(keyOf(bigReader)).last->qos.property.value), 0);
     // Publishers, subscribers and the participant are never filtered.
     EXPECT_EQ(aliveIn(described<zeltest::PublisherDescriptions>()).size(), 1u);
     EXPECT_EQ(aliveIn(described<zeltest::SubscriberDescriptions>()).size(), 1u);
@@ -312,35 +324,6 @@ TEST_F(DescribedApplicationTest, DeletingAParticipantDisposesAllItsDescriptionsO
     EXPECT_TRUE(aliveIn(described<zeltest::TopicDescriptions>()).empty());
     EXPECT_TRUE(aliveIn(described<zeltest::PublisherDescriptions>()).empty());
     EXPECT_TRUE(aliveIn(described<zeltest::WriterDescriptions>()).empty());
-}
-
-TEST_F(DescribedApplicationTest, PropertyListsBeyondTheLimitWithholdTheDescriptionUnlessSkipped) {
-    observeDescriptions();
-    DDS_DomainParticipant *app =
-            createApplication({{"zel.monitor.config.skip_reader_properties", "true"}});
-    ASSERT_NE(app, nullptr);
-    DDS_Topic *square = createTopic(app, "Square");
-    DDS_Publisher *publisher = createPublisher(app, "sensors");
-    DDS_Subscriber *subscriber = createSubscriber(app, "console");
-    DDS_DataWriter *full = createWriter(publisher, square, "full", 64);
-    zeltest::LogCapture capture;
-    DDS_DataWriter *tooMany = createWriter(publisher, square, "tooMany", 65);
-    DDS_DataReader *reader = createReader(subscriber, DDS_Topic_as_topicdescription(square), "reader", 100);
-
-    const auto writers = described<zeltest::WriterDescriptions>();
-    const EntityKey fullKey = keyOf(full);
-    EXPECT_EQ(aliveIn(writers), std::set<EntityKey>{fullKey});
-    EXPECT_EQ(writers.count(keyOf(tooMany)), 0u);
-    EXPECT_EQ(DDSMonitoring_Property_tSeq_get_length(&writers.at(fullKey).last->qos.property.value), 64);
-    EXPECT_TRUE(capture.contains("", ZELLogMessage{}, "ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc: "
-                                                      "PropertyQosPolicy sequence length (65) exceeds maximum (64)\n"));
-    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_onEventNotify", ZEL_LOG_ANY_FAILURE_s,
-                                 recordText(ZEL_LOG_ANY_FAILURE_s, "publish writer desc")));
-
-    const auto readers = described<zeltest::ReaderDescriptions>();
-    const EntityKey readerKey = keyOf(reader);
-    ASSERT_EQ(aliveIn(readers), std::set<EntityKey>{readerKey});
-    EXPECT_EQ(DDSMonitoring_Property_tSeq_get_length(&readers.at(readerKey).last->qos.property.value), 0);
 }
 
 }  // namespace
