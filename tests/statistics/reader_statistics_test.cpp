@@ -64,10 +64,8 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
     DDS_ContentFilteredTopic *filtered = DDS_DomainParticipant_create_contentfilteredtopic(
             app.participant, "HighReadings", app.topic, "value > 1.0", nullptr);
     ASSERT_NE(filtered, nullptr);
-    DDS_DataReader *filteredReader = DDS_Subscriber_create_datareader(
-            app.subscriber, DDS_ContentFilteredTopic_as_topicdescription(filtered), &DDS_DATAREADER_QOS_DEFAULT,
-            nullptr, 0);
-    ASSERT_NE(filteredReader, nullptr);
+    DDS_DataReader *filteredReader =
+            createReader(app.subscriber, DDS_ContentFilteredTopic_as_topicdescription(filtered));
     DDS_DataWriter *writer = createWriter(app, [&](DDS_DataWriterQos &qos) {
         withDeadline(qos.deadline.period);
     });
