@@ -1,6 +1,7 @@
 // The statistics cycle: one sample per entity and period with the
-// participant's last, the user-topic filter, failures that do not stop the
-// walk, and the events that reschedule themselves.
+// participant's last, what each sample holds, the user-topic filter,
+// disposes by key, failures that do not stop the walk, and the events that
+// reschedule themselves.
 #include <chrono>
 #include <cstring>
 #include <thread>

@@ -1,8 +1,5 @@
-// One statistics sample per entity: keys, names and counts that follow
-// what the application did, dispose by key alone, and failures logged by
-// the status that could not be read.
-#include <cstring>
-
+// Participant statistics sampled directly: what the participant
+// discovered, its process figures, and the dispose of its instance at detach.
 #include "entity_statistics.h"
 #include "monitor_fixture.h"
 
@@ -10,16 +7,11 @@ namespace {
 
 using zeltest::Application;
 using zeltest::ParticipantStatistics;
-using zeltest::TopicStatistics;
-using zeltest::WriterLocatorStatistics;
-using zeltest::WriterMatchedStatistics;
-using zeltest::WriterStatistics;
 using zeltest::keyOf;
-using zeltest::recordText;
 
-class EntityStatisticsTest : public zeltest::MonitorTest {};
+class ParticipantStatisticsTest : public zeltest::MonitorTest {};
 
-TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscovered) {
+TEST_F(ParticipantStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscovered) {
     observe<ParticipantStatistics>();
     const Application first = monitoredApplication({});
     const Application second = monitoredApplication({{"zel.monitor.config.skip_monitor_entities", "false"},
@@ -68,7 +60,7 @@ TEST_F(EntityStatisticsTest, ParticipantStatisticsCountWhatTheParticipantDiscove
                 static_cast<double>(nanoseconds(later.user_cpu_time_change)), 2.0);
 }
 
-TEST_F(EntityStatisticsTest, DetachDisposesTheParticipantStatisticsPublishedOrNot) {
+TEST_F(ParticipantStatisticsTest, DetachDisposesTheParticipantStatisticsPublishedOrNot) {
     observe<ParticipantStatistics>();
     const Application app = monitoredApplication({});
     const Application silent = monitoredApplication({});
