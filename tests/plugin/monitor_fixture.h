@@ -284,7 +284,9 @@ protected:
         }
         Application app = application(properties);
         app.object = attach(app.participant);
-        EXPECT_EQ(enable(app.object), ZEL_MONITOR_RESULT_OK);
+        if (app.object != nullptr) {
+            EXPECT_EQ(enable(app.object), ZEL_MONITOR_RESULT_OK);
+        }
         return app;
     }
 
