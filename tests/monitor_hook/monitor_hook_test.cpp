@@ -132,38 +132,35 @@ protected:
         return callsOf(participant).size() > before;
     }
 
+    // The topic "Shapes" of the test type.
+    static DDS_Topic *createShapes(DDS_DomainParticipant *participant) {
+        EXPECT_EQ(hook_ShapeTypeSupport_register_type(participant, "Shape"), DDS_RETCODE_OK);
+        DDS_Topic *topic = DDS_DomainParticipant_create_topic(participant, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
+                                                              nullptr, DDS_STATUS_MASK_NONE);
+        EXPECT_NE(topic, nullptr);
+        return topic;
+    }
+
     DDS_DomainParticipantFactory *factory_ = nullptr;
 };
 
 TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDetach) {
     DDS_DomainParticipant *writing = create(kByName);
     DDS_DomainParticipant *reading = create(kByName);
-    ASSERT_NE(writing, nullptr);
-    ASSERT_NE(reading, nullptr);
-    ASSERT_EQ(hook_ShapeTypeSupport_register_type(writing, "Shape"), DDS_RETCODE_OK);
-    ASSERT_EQ(hook_ShapeTypeSupport_register_type(reading, "Shape"), DDS_RETCODE_OK);
-    DDS_Topic *writerTopic = DDS_DomainParticipant_create_topic(writing, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
-                                                                nullptr, DDS_STATUS_MASK_NONE);
-    DDS_Topic *readerTopic = DDS_DomainParticipant_create_topic(reading, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
-                                                                nullptr, DDS_STATUS_MASK_NONE);
-    ASSERT_NE(writerTopic, nullptr);
-    ASSERT_NE(readerTopic, nullptr);
+    ASSERT_TRUE(writing != nullptr && reading != nullptr);
+    DDS_Topic *writerTopic = createShapes(writing);
+    DDS_Topic *readerTopic = createShapes(reading);
     DDS_ContentFilteredTopic *bigShapes =
             DDS_DomainParticipant_create_contentfilteredtopic(reading, "BigShapes", readerTopic, "x > 10", nullptr);
-    ASSERT_NE(bigShapes, nullptr);
-    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(writing, &DDS_PUBLISHER_QOS_DEFAULT, nullptr,
-                                                                      DDS_STATUS_MASK_NONE);
-    DDS_Subscriber *subscriber = DDS_DomainParticipant_create_subscriber(reading, &DDS_SUBSCRIBER_QOS_DEFAULT,
-                                                                         nullptr, DDS_STATUS_MASK_NONE);
-    ASSERT_NE(publisher, nullptr);
-    ASSERT_NE(subscriber, nullptr);
-    DDS_DataWriter *writer = DDS_Publisher_create_datawriter(publisher, writerTopic, &DDS_DATAWRITER_QOS_DEFAULT,
-                                                             nullptr, DDS_STATUS_MASK_NONE);
-    ASSERT_NE(writer, nullptr);
-    DDS_DataReader *reader =
-            DDS_Subscriber_create_datareader(subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigShapes),
-                                             &DDS_DATAREADER_QOS_DEFAULT, nullptr, DDS_STATUS_MASK_NONE);
-    ASSERT_NE(reader, nullptr);
+    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(writing, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
+    DDS_Subscriber *subscriber =
+            DDS_DomainParticipant_create_subscriber(reading, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
+    ASSERT_TRUE(bigShapes != nullptr && publisher != nullptr && subscriber != nullptr);
+    DDS_DataWriter *writer =
+            DDS_Publisher_create_datawriter(publisher, writerTopic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
+    DDS_DataReader *reader = DDS_Subscriber_create_datareader(
+            subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigShapes), &DDS_DATAREADER_QOS_DEFAULT, nullptr, 0);
+    ASSERT_TRUE(writer != nullptr && reader != nullptr);
 
     TOUCH_QOS(DomainParticipant, writing);
     TOUCH_QOS(Topic, writerTopic);
@@ -371,6 +368,18 @@ TEST_F(MonitorHookTest, EveryAllocationFailureLeavesNothingBehind) {
 }
 
 TEST_F(MonitorHookTest, RealPlugInPublishesOnTheParticipantUntilItIsDeleted) {
+    // Its entry points are plain, undecorated symbols of the library.
+    char error[256] = "";
+    ZELOsapiLibrary *library = ZELOsapiLibrary_open("zelmonitoring", error, sizeof error);
+    ASSERT_NE(library, nullptr) << error;
+    for (const char *name : {"ZELDefaultMonitor_create", "ZELDefaultMonitorPublisher_create",
+                             "ZELDefaultMonitorPublisher_delete", "ZELDefaultMonitorPublisher_onDomainParticipantAttach",
+                             "ZELDefaultMonitorPublisher_onDomainParticipantDetach",
+                             "ZELDefaultMonitorPublisher_onEventNotify"}) {
+        EXPECT_NE(ZELOsapiLibrary_getSymbol(library, name), nullptr) << name;
+    }
+    ZELOsapiLibrary_close(library);
+
     DDS_DomainParticipant *participant = create({{"zel.monitor.library", "zelmonitoring"},
                                                  {"zel.monitor.create_function", "ZELDefaultMonitor_create"},
                                                  {"zel.monitor.config.publish_period", "0"}});
@@ -396,28 +405,17 @@ TEST_F(MonitorHookTest, RealPlugInPublishesOnTheParticipantUntilItIsDeleted) {
             &readerQos, nullptr, 0));
     DDS_DataReaderQos_finalize(&readerQos);
     ASSERT_NE(descriptions, nullptr);
-    ASSERT_EQ(hook_ShapeTypeSupport_register_type(participant, "Shape"), DDS_RETCODE_OK);
-    DDS_Topic *topic = DDS_DomainParticipant_create_topic(participant, "Shapes", "Shape", &DDS_TOPIC_QOS_DEFAULT,
-                                                          nullptr, DDS_STATUS_MASK_NONE);
-    ASSERT_NE(topic, nullptr);
-    std::vector<std::string> described;
-    for (int attempt = 0; attempt < 100 && described.empty(); ++attempt) {
-        zel_dds_monitoring_TopicDescriptionSeq samples = ZEL_SEQUENCE_INITIALIZER;
-        DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
-        if (zel_dds_monitoring_TopicDescriptionDataReader_take(descriptions, &samples, &infos, DDS_LENGTH_UNLIMITED,
-                                                               DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
-                                                               DDS_ANY_INSTANCE_STATE) == DDS_RETCODE_OK) {
-            for (DDS_Long i = 0; i < zel_dds_monitoring_TopicDescriptionSeq_get_length(&samples); ++i) {
-                if (DDS_SampleInfoSeq_get_reference(&infos, i)->valid_data) {
-                    described.emplace_back(zel_dds_monitoring_TopicDescriptionSeq_get_reference(&samples, i)->topic_name);
-                }
-            }
-            zel_dds_monitoring_TopicDescriptionDataReader_return_loan(descriptions, &samples, &infos);
-        } else {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-    }
-    EXPECT_EQ(described, std::vector<std::string>{"Shapes"});
+    DDS_Topic *topic = createShapes(participant);
+    zel_dds_monitoring_TopicDescriptionSeq samples = ZEL_SEQUENCE_INITIALIZER;
+    DDS_SampleInfoSeq infos = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(zel_dds_monitoring_TopicDescriptionDataReader_take(descriptions, &samples, &infos, DDS_LENGTH_UNLIMITED,
+                                                                 DDS_ANY_SAMPLE_STATE, DDS_ANY_VIEW_STATE,
+                                                                 DDS_ANY_INSTANCE_STATE),
+              DDS_RETCODE_OK);
+    ASSERT_EQ(zel_dds_monitoring_TopicDescriptionSeq_get_length(&samples), 1);
+    EXPECT_STREQ(zel_dds_monitoring_TopicDescriptionSeq_get_reference(&samples, 0)->topic_name, "Shapes");
+    EXPECT_EQ(zel_dds_monitoring_TopicDescriptionDataReader_return_loan(descriptions, &samples, &infos),
+              DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipant_delete_topic(participant, topic), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(participant), DDS_RETCODE_OK);
     // Detach removes the monitor's entities, so the participant can go.

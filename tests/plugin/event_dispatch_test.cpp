@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "entity_set.h"
-#include "plugin_fixture.h"
+#include "monitor_fixture.h"
 
 namespace {
 
@@ -11,42 +11,11 @@ using zeltest::recordText;
 
 const char *const kNotify = "ZELDefaultMonitorPublisher_onEventNotify";
 
-class EventDispatchTest : public zeltest::PlugInTest {
+class EventDispatchTest : public zeltest::MonitorTest {
 protected:
-    void SetUp() override {
-        PlugInTest::SetUp();
-        DDS_UnsignedLong result = 0;
-        publisher_ = ZELDefaultMonitorPublisher_create(&result, factory_, zeltest::kVersion);
-        ASSERT_NE(publisher_, nullptr);
-    }
-
-    void TearDown() override {
-        for (ZELDefaultMonitorParticipantObject *object : objects_) {
-            EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
-        }
-        EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher_), ZEL_MONITOR_RESULT_OK);
-        PlugInTest::TearDown();
-    }
-
-    ZELDefaultMonitorParticipantObject *attach(DDS_DomainParticipant *participant) {
-        DDS_UnsignedLong result = 0;
-        ZELDefaultMonitorParticipantObject *object =
-                ZELDefaultMonitorPublisher_onDomainParticipantAttach(&result, publisher_, participant);
-        EXPECT_EQ(result, ZEL_MONITOR_RESULT_OK);
-        objects_.push_back(object);
-        return object;
-    }
-
-    static DDS_UnsignedLong notify(ZELDefaultMonitorParticipantObject *object, DDS_Long code, DDS_Entity *entity) {
-        return ZELDefaultMonitorPublisher_onEventNotify(object, code, entity, nullptr);
-    }
-
     static int pendingEvents(const ZELDefaultMonitorEntitySet *set) {
         return ZELEventActiveGenerator_getPendingEventCount(set->thread->generator);
     }
-
-    ZELDefaultMonitorPublisher *publisher_ = nullptr;
-    std::vector<ZELDefaultMonitorParticipantObject *> objects_;
 };
 
 TEST_F(EventDispatchTest, KnownEventsAreLoggedByNameAndOthersIgnoredSilently) {
@@ -82,7 +51,7 @@ TEST_F(EventDispatchTest, ParticipantEnablingEnablesTheEntitiesAndStartsTheThrea
     DDS_Entity *entity = DDS_DomainParticipant_as_entity(participant);
 
     // Entities of a participant that is still disabled cannot be enabled.
-    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, entity), ZEL_MONITOR_RESULT_FAILURE);
+    EXPECT_EQ(enable(object), ZEL_MONITOR_RESULT_FAILURE);
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_enableEntitiesAndStartThreadI",
                                  ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "enable partiicpant desc topic")));
@@ -92,7 +61,7 @@ TEST_F(EventDispatchTest, ParticipantEnablingEnablesTheEntitiesAndStartsTheThrea
     EXPECT_EQ(pendingEvents(set), 0);
 
     ASSERT_EQ(DDS_Entity_enable(entity), DDS_RETCODE_OK);
-    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, entity), ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(enable(object), ZEL_MONITOR_RESULT_OK);
     EXPECT_TRUE(ZELDefaultMonitorEntitySet_isStarted(set));
     for (DDS_DataWriter *writer : set->writers) {
         EXPECT_TRUE(DDS_Entity_is_enabled(DDS_DataWriter_as_entity(writer)));
@@ -100,23 +69,7 @@ TEST_F(EventDispatchTest, ParticipantEnablingEnablesTheEntitiesAndStartsTheThrea
     EXPECT_EQ(set->eventCallback, &ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI);
     EXPECT_EQ(set->eventParam, object);
     EXPECT_EQ(pendingEvents(set), 1);
-    EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, entity), ZEL_MONITOR_RESULT_OK);
-    EXPECT_EQ(pendingEvents(set), 1);
-}
-
-TEST_F(EventDispatchTest, SharedEntitiesStartTheCommonThreadForAllParticipants) {
-    DDS_DomainParticipant *first = createParticipant({{"zel.monitor.config.new_participant_domain_id", "4"}});
-    DDS_DomainParticipant *second = createParticipant({});
-    ZELDefaultMonitorParticipantObject *firstObject = attach(first);
-    ZELDefaultMonitorParticipantObject *secondObject = attach(second);
-    ZELDefaultMonitorEntitySet *set = publisher_->sharedEntities;
-    ASSERT_NE(set, nullptr);
-    EXPECT_EQ(notify(secondObject, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DomainParticipant_as_entity(second)),
-              ZEL_MONITOR_RESULT_OK);
-    EXPECT_EQ(notify(firstObject, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER, DDS_DomainParticipant_as_entity(first)),
-              ZEL_MONITOR_RESULT_OK);
-    EXPECT_EQ(set->eventCallback, &ZELDefaultMonitorParticipantObject_onCommonStatsEventI);
-    EXPECT_EQ(set->eventParam, publisher_);
+    EXPECT_EQ(enable(object), ZEL_MONITOR_RESULT_OK);
     EXPECT_EQ(pendingEvents(set), 1);
 }
 
@@ -126,17 +79,17 @@ TEST_F(EventDispatchTest, ConcurrentEnablingOfASharedSetStartsItsThreadOnce) {
     for (int i = 0; i < 4; ++i) {
         DDS_DomainParticipant *participant = i == 0 ? participants_.front() : createParticipant({});
         ZELDefaultMonitorParticipantObject *object = attach(participant);
-        threads.emplace_back([object, participant] {
-            EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER,
-                             DDS_DomainParticipant_as_entity(participant)),
-                      ZEL_MONITOR_RESULT_OK);
-        });
+        threads.emplace_back([object] { EXPECT_EQ(enable(object), ZEL_MONITOR_RESULT_OK); });
     }
     for (std::thread &thread : threads) {
         thread.join();
     }
-    EXPECT_TRUE(ZELDefaultMonitorEntitySet_isStarted(publisher_->sharedEntities));
-    EXPECT_EQ(pendingEvents(publisher_->sharedEntities), 1);
+    // One common event walks every participant of the shared set.
+    ZELDefaultMonitorEntitySet *set = publisher_->sharedEntities;
+    EXPECT_TRUE(ZELDefaultMonitorEntitySet_isStarted(set));
+    EXPECT_EQ(set->eventCallback, &ZELDefaultMonitorParticipantObject_onCommonStatsEventI);
+    EXPECT_EQ(set->eventParam, publisher_);
+    EXPECT_EQ(pendingEvents(set), 1);
 }
 
 }  // namespace

@@ -1,56 +1,43 @@
 // Create, attach, detach and delete of the monitor publisher, with the
 // monitoring entities they make on the real platform.
-#include <cstring>
-#include <string>
-
 #include "catalogue.h"
 #include "entity_set.h"
+#include "monitor_fixture.h"
 #include "monitor_publisher.h"
-#include "plugin_fixture.h"
 #include "vurncore/osapi.h"
-#include "zel_dds_monitoring.h"
 
 namespace {
 
-using zeltest::recordText;
 using zeltest::Properties;
+using zeltest::recordText;
 
 const char *const kCreate = "ZELDefaultMonitorPublisher_create";
 const char *const kAttach = "ZELDefaultMonitorPublisher_onDomainParticipantAttach";
 const char *const kCreateEntities = "ZELDefaultMonitorPublisher_createEntitiesAndThreadI";
 
-class MonitorPublisherTest : public zeltest::PlugInTest {
+class MonitorPublisherTest : public zeltest::MonitorTest {
 protected:
-    ZELDefaultMonitorPublisher *createPublisher() {
-        DDS_UnsignedLong result = 0;
-        ZELDefaultMonitorPublisher *publisher = ZELDefaultMonitorPublisher_create(&result, factory_, zeltest::kVersion);
-        EXPECT_EQ(result, ZEL_MONITOR_RESULT_OK);
-        return publisher;
-    }
-
-    ZELDefaultMonitorParticipantObject *attach(ZELDefaultMonitorPublisher *publisher,
-                                               DDS_DomainParticipant *participant,
-                                               DDS_UnsignedLong expected = ZEL_MONITOR_RESULT_OK) {
-        DDS_UnsignedLong result = 99;
-        ZELDefaultMonitorParticipantObject *object =
-                ZELDefaultMonitorPublisher_onDomainParticipantAttach(&result, publisher, participant);
-        EXPECT_EQ(result, expected);
-        return object;
-    }
-
     // Every monitoring topic of the set on `participant`, with its
     // registered type, or none of them.
     static void expectMonitoringTopics(DDS_DomainParticipant *participant, bool present) {
         for (const ZELDefaultMonitorCatalogueEntry &entry : ZELDefaultMonitorCatalogue_g_entries) {
             DDS_TopicDescription *description =
                     DDS_DomainParticipant_lookup_topicdescription(participant, entry.topicName);
-            if (!present) {
-                EXPECT_EQ(description, nullptr) << entry.topicName;
-                continue;
+            ASSERT_EQ(description != nullptr, present) << entry.topicName;
+            if (present) {
+                EXPECT_STREQ(DDS_TopicDescription_get_type_name(description), entry.typeName);
             }
-            ASSERT_NE(description, nullptr) << entry.topicName;
-            EXPECT_STREQ(DDS_TopicDescription_get_type_name(description), entry.typeName);
         }
+    }
+
+    // Attach expected to fail after the participant object was made.
+    ZELDefaultMonitorParticipantObject *attachFailing(DDS_DomainParticipant *participant) {
+        DDS_UnsignedLong result = 99;
+        ZELDefaultMonitorParticipantObject *object =
+                ZELDefaultMonitorPublisher_onDomainParticipantAttach(&result, publisher(), participant);
+        EXPECT_EQ(result, ZEL_MONITOR_RESULT_FAILURE);
+        EXPECT_NE(object, nullptr);
+        return object;
     }
 };
 
@@ -71,14 +58,8 @@ TEST_F(MonitorPublisherTest, CreateRefusesMiddlewaresBefore45c) {
         ASSERT_NE(publisher, nullptr);
         EXPECT_EQ(result, ZEL_MONITOR_RESULT_OK);
         EXPECT_EQ(publisher->factory, factory_);
-        EXPECT_EQ(publisher->deletePublisher, &ZELDefaultMonitorPublisher_delete);
-        EXPECT_EQ(publisher->onDomainParticipantAttach, &ZELDefaultMonitorPublisher_onDomainParticipantAttach);
-        EXPECT_EQ(publisher->onDomainParticipantDetach, &ZELDefaultMonitorPublisher_onDomainParticipantDetach);
-        EXPECT_EQ(publisher->onEventNotify, &ZELDefaultMonitorPublisher_onEventNotify);
         EXPECT_EQ(publisher->hostId, ZELOsapiHost_getId());
         EXPECT_EQ(publisher->processId, ZELOsapiProcess_getId());
-        EXPECT_TRUE(publisher->firstAttach);
-        EXPECT_EQ(publisher->newParticipantDomainId, -1);
         EXPECT_EQ(publisher->deletePublisher(publisher), ZEL_MONITOR_RESULT_OK);
     }
     EXPECT_EQ(ZELDefaultMonitorPublisher_delete(nullptr), ZEL_MONITOR_RESULT_OK);
@@ -112,27 +93,19 @@ TEST_F(MonitorPublisherTest, CreateHandsBackWhatItBuiltWhenItFails) {
 
 TEST_F(MonitorPublisherTest, AttachWithoutSeparateParticipantMonitorsThroughTheParticipantItself) {
     DDS_DomainParticipant *participant =
-            createParticipant({{"zel.monitor.config.usertopics", "Square"},
-                               {"zel.monitor.config.get_process_statistics", "FALSE"},
-                               {"zel.monitor.config.skip_writer_properties", "True"},
-                               {"zel.monitor.config.skip_monitor_entities", "no"},
+            createParticipant({{"zel.monitor.config.skip_writer_properties", "True"},
                                {"zel.monitor.config.writer_pool_buffer_max_size", "4096"}},
                               3);
-    ZELDefaultMonitorPublisher *publisher = createPublisher();
-    ZELDefaultMonitorParticipantObject *object = attach(publisher, participant);
+    ZELDefaultMonitorPublisher *publisher = this->publisher();
+    DDS_UnsignedLong result = 99;
+    ZELDefaultMonitorParticipantObject *object =
+            ZELDefaultMonitorPublisher_onDomainParticipantAttach(&result, publisher, participant);
     ASSERT_NE(object, nullptr);
-
-    EXPECT_EQ(object->publisher, publisher);
-    EXPECT_EQ(object->participant, participant);
+    EXPECT_EQ(result, ZEL_MONITOR_RESULT_OK);
     EXPECT_EQ(object->domainId, 3);
-    EXPECT_STREQ(object->userTopics, "Square");
-    EXPECT_FALSE(object->getProcessStatistics);
     EXPECT_TRUE(object->skipWriterProperties);
-    EXPECT_FALSE(object->skipReaderProperties);
-    EXPECT_TRUE(object->skipMonitorEntities);
     EXPECT_EQ(publisher->participantList.count, 1);
     EXPECT_EQ(publisher->participantList.first, object);
-    EXPECT_EQ(object->node.list, &publisher->participantList);
     EXPECT_EQ(publisher->sharedEntities, nullptr);
 
     // The participant announces the middleware, the library and the tool.
@@ -145,7 +118,9 @@ TEST_F(MonitorPublisherTest, AttachWithoutSeparateParticipantMonitorsThroughTheP
     ASSERT_NE(set, nullptr);
     EXPECT_NE(set->thread, nullptr);
     EXPECT_EQ(set->period.sec, 5);
+    // Descriptions are kept for late joiners, statistics sent once.
     for (int slot = 0; slot < ZEL_MONITOR_TOPIC_COUNT; ++slot) {
+        SCOPED_TRACE(slot);
         DDS_DataWriter *writer = set->writers[slot];
         ASSERT_NE(writer, nullptr);
         EXPECT_EQ(DDS_DataWriter_get_topic(writer), set->topics[slot]);
@@ -153,26 +128,23 @@ TEST_F(MonitorPublisherTest, AttachWithoutSeparateParticipantMonitorsThroughTheP
         DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
         ASSERT_EQ(DDS_DataWriter_get_qos(writer, &qos), DDS_RETCODE_OK);
         const bool description = ZELDefaultMonitorCatalogue_g_entries[slot].isDescription;
-        EXPECT_EQ(qos.durability.kind,
-                  description ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS : DDS_VOLATILE_DURABILITY_QOS);
-        EXPECT_EQ(qos.reliability.kind,
-                  description ? DDS_RELIABLE_RELIABILITY_QOS : DDS_BEST_EFFORT_RELIABILITY_QOS);
+        EXPECT_EQ(qos.durability.kind, description ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS : DDS_VOLATILE_DURABILITY_QOS);
+        EXPECT_EQ(qos.reliability.kind, description ? DDS_RELIABLE_RELIABILITY_QOS : DDS_BEST_EFFORT_RELIABILITY_QOS);
         EXPECT_EQ(qos.protocol.serialize_key_with_dispose, description);
-        EXPECT_EQ(qos.history.depth, 1);
-        EXPECT_EQ(qos.resource_limits.max_samples_per_instance, 1);
-        EXPECT_EQ(qos.resource_limits.initial_instances, 1);
-        EXPECT_EQ(qos.reliability.max_blocking_time.sec, 0);
-        EXPECT_EQ(qos.reliability.max_blocking_time.nanosec, 100000000u);
+        EXPECT_TRUE(qos.history.depth == 1 && qos.resource_limits.max_samples_per_instance == 1 &&
+                    qos.resource_limits.initial_instances == 1);
+        EXPECT_TRUE(qos.reliability.max_blocking_time.sec == 0 &&
+                    qos.reliability.max_blocking_time.nanosec == 100000000u);
         EXPECT_EQ(qos.lifespan.duration.sec, DDS_DURATION_INFINITE_SEC);
         EXPECT_TRUE(qos.writer_data_lifecycle.autodispose_unregistered_instances);
         EXPECT_FALSE(qos.protocol.disable_positive_acks);
-        const DDS_Property_t *mark = DDS_PropertyQosPolicyHelper_lookup_property(&qos.property, "zel/dds/monitor/entity");
-        ASSERT_NE(mark, nullptr);
-        EXPECT_STREQ(mark->value, "DataWriter");
-        const DDS_Property_t *pool = DDS_PropertyQosPolicyHelper_lookup_property(
-                &qos.property, "dds.data_writer.history.memory_manager.fast_pool.pool_buffer_max_size");
-        ASSERT_NE(pool, nullptr);
-        EXPECT_STREQ(pool->value, "4096");
+        for (const auto &[name, value] :
+             {std::pair{"zel/dds/monitor/entity", "DataWriter"},
+              std::pair{"dds.data_writer.history.memory_manager.fast_pool.pool_buffer_max_size", "4096"}}) {
+            const DDS_Property_t *property = DDS_PropertyQosPolicyHelper_lookup_property(&qos.property, name);
+            ASSERT_NE(property, nullptr) << name;
+            EXPECT_STREQ(property->value, value);
+        }
         DDS_DataWriterQos_finalize(&qos);
     }
 
@@ -180,26 +152,22 @@ TEST_F(MonitorPublisherTest, AttachWithoutSeparateParticipantMonitorsThroughTheP
     expectMonitoringTopics(participant, false);
     EXPECT_EQ(publisher->participantList.count, 0);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(nullptr), ZEL_MONITOR_RESULT_OK);
-    EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
 }
 
 TEST_F(MonitorPublisherTest, SeparateMonitoringParticipantIsSharedAndNeverMonitoredItself) {
     zeltest::LogCapture capture;
-    DDS_DomainParticipant *first =
-            createParticipant({{"zel.monitor.config.new_participant_domain_id", "7"},
-                               {"zel.monitor.config.verbosity", "2"},
-                               {"zel.monitor.library", "zelmonitoring_nowhere"},
-                               {"zel.monitor.create_function", "ZELDefaultMonitor_create"}});
+    DDS_DomainParticipant *first = createParticipant({{"zel.monitor.config.new_participant_domain_id", "7"},
+                                                      {"zel.monitor.config.verbosity", "2"},
+                                                      {"zel.monitor.library", "zelmonitoring_nowhere"},
+                                                      {"zel.monitor.create_function", "ZELDefaultMonitor_create"}});
     DDS_DomainParticipant *second = createParticipant(
             {{"zel.monitor.config.new_participant_domain_id", "8"}, {"zel.monitor.config.verbosity", "-1"}});
-    ZELDefaultMonitorPublisher *publisher = createPublisher();
-    ZELDefaultMonitorParticipantObject *firstObject = attach(publisher, first);
+    ZELDefaultMonitorPublisher *publisher = this->publisher();
+    ZELDefaultMonitorParticipantObject *firstObject = attach(first);
     ASSERT_NE(firstObject, nullptr);
     DDS_DomainParticipant *monitoring = publisher->monitoringParticipant;
     ASSERT_NE(monitoring, nullptr);
     EXPECT_EQ(DDS_DomainParticipant_get_domain_id(monitoring), 7);
-    EXPECT_EQ(publisher->newParticipantDomainId, 7);
-    EXPECT_FALSE(publisher->firstAttach);
     EXPECT_EQ(firstObject->entities, publisher->sharedEntities);
     EXPECT_EQ(ZEL_Monitor_Log_g_instrumentationMask, 0x7u);
 
@@ -213,18 +181,18 @@ TEST_F(MonitorPublisherTest, SeparateMonitoringParticipantIsSharedAndNeverMonito
     DDS_DomainParticipant_get_qos(monitoring, &qos);
     EXPECT_STREQ(qos.participant_name.name, "monitoring application");
     DDS_DomainParticipantQos_finalize(&qos);
-    EXPECT_EQ(attach(publisher, monitoring, ZEL_MONITOR_RESULT_OK), nullptr);
+    DDS_UnsignedLong result = 99;
+    EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantAttach(&result, publisher, monitoring), nullptr);
+    EXPECT_EQ(result, ZEL_MONITOR_RESULT_OK);
     expectMonitoringTopics(monitoring, true);
     expectMonitoringTopics(first, false);
 
     // Only the first participant chooses the domain and the verbosity.
-    ZELDefaultMonitorParticipantObject *secondObject = attach(publisher, second);
+    ZELDefaultMonitorParticipantObject *secondObject = attach(second);
     ASSERT_NE(secondObject, nullptr);
     EXPECT_EQ(secondObject->entities, publisher->sharedEntities);
     EXPECT_EQ(DDS_DomainParticipantFactory_lookup_participant(factory_, 8), nullptr);
     EXPECT_EQ(ZEL_Monitor_Log_g_instrumentationMask, 0x7u);
-    EXPECT_EQ(publisher->participantList.first, secondObject);
-    EXPECT_EQ(publisher->participantList.count, 2);
 
     capture.clear();
     EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_FAILURE);
@@ -232,10 +200,10 @@ TEST_F(MonitorPublisherTest, SeparateMonitoringParticipantIsSharedAndNeverMonito
                                  recordText(ZEL_LOG_DESTRUCTION_FAILURE_s, "participant list")));
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(firstObject), ZEL_MONITOR_RESULT_OK);
     expectMonitoringTopics(monitoring, true);
-    EXPECT_EQ(publisher->participantList.first, secondObject);
-    EXPECT_EQ(publisher->participantList.last, secondObject);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(secondObject), ZEL_MONITOR_RESULT_OK);
+    objects_.clear();
     EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
+    publisher_ = nullptr;
     EXPECT_EQ(DDS_DomainParticipantFactory_lookup_participant(factory_, 7), nullptr);
 }
 
@@ -244,8 +212,7 @@ TEST_F(MonitorPublisherTest, TopicListAndZeroPeriodLeaveOneWriterAndNoThread) {
             createParticipant({{"zel.monitor.config.topics", "zel/dds/monitoring/topicDescription"},
                                {"zel.monitor.config.publish_period", "0"}},
                               0, false);
-    ZELDefaultMonitorPublisher *publisher = createPublisher();
-    ZELDefaultMonitorParticipantObject *object = attach(publisher, participant);
+    ZELDefaultMonitorParticipantObject *object = attach(participant);
     ASSERT_NE(object, nullptr);
     ZELDefaultMonitorEntitySet *set = object->entities;
     EXPECT_EQ(set->thread, nullptr);
@@ -260,59 +227,41 @@ TEST_F(MonitorPublisherTest, TopicListAndZeroPeriodLeaveOneWriterAndNoThread) {
     // Enabling the participant enables the monitoring entities; without a
     // thread the set still counts as started, so descriptions can flow.
     ASSERT_EQ(DDS_Entity_enable(DDS_DomainParticipant_as_entity(participant)), DDS_RETCODE_OK);
-    EXPECT_EQ(ZELDefaultMonitorPublisher_onEventNotify(object, DDS_MONITOR_EVENT_PARTICIPANT_ENABLE_AFTER,
-                                                       DDS_DomainParticipant_as_entity(participant), nullptr),
-              ZEL_MONITOR_RESULT_OK);
+    EXPECT_EQ(enable(object), ZEL_MONITOR_RESULT_OK);
     EXPECT_TRUE(DDS_Entity_is_enabled(writer));
     EXPECT_TRUE(ZELDefaultMonitorEntitySet_isStarted(set));
-
-    EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
-    EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
 }
 
 TEST_F(MonitorPublisherTest, AttachFailuresHandBackAnObjectThatDetachFrees) {
     zeltest::LogCapture capture;
-    ZELDefaultMonitorPublisher *publisher = createPublisher();
 
     // A topic of the monitoring name already exists.
     DDS_DomainParticipant *taken = createParticipant({});
     ASSERT_EQ(zel_dds_monitoring_TopicDescriptionTypeSupport_register_type(taken, nullptr), DDS_RETCODE_OK);
-    DDS_TopicQos topicQos = DDS_TopicQos_INITIALIZER;
-    DDS_DomainParticipant_get_default_topic_qos(taken, &topicQos);
-    ASSERT_NE(DDS_DomainParticipant_create_topic(taken, "zel/dds/monitoring/topicDescription",
-                                                 "zel::dds::monitoring::TopicDescription", &topicQos, nullptr,
-                                                 DDS_STATUS_MASK_NONE),
-              nullptr);
-    DDS_TopicQos_finalize(&topicQos);
-    ZELDefaultMonitorParticipantObject *object = attach(publisher, taken, ZEL_MONITOR_RESULT_FAILURE);
-    ASSERT_NE(object, nullptr);
+    createTopic(taken, "zel/dds/monitoring/topicDescription", "zel::dds::monitoring::TopicDescription");
+    ZELDefaultMonitorParticipantObject *object = attachFailing(taken);
     EXPECT_TRUE(capture.contains(kCreateEntities, ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "topic desc topic")));
     EXPECT_TRUE(capture.contains(kAttach, ZEL_LOG_CREATION_FAILURE_s, recordText(ZEL_LOG_CREATION_FAILURE_s, "entities")));
     EXPECT_NE(object->entities->topics[ZEL_MONITOR_TOPIC_SUBSCRIBER_DESCRIPTION], nullptr);
-    EXPECT_EQ(publisher->participantList.count, 0);
+    EXPECT_EQ(publisher_->participantList.count, 0);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
     EXPECT_EQ(DDS_DomainParticipant_lookup_topicdescription(taken, "zel/dds/monitoring/subscriberDescription"),
               nullptr);
 
     // A property that the participant is to announce is there already.
-    DDS_DomainParticipant *announced = createParticipant({{"zel/dds/monitor/version", "4.0"}});
-    object = attach(publisher, announced, ZEL_MONITOR_RESULT_FAILURE);
-    ASSERT_NE(object, nullptr);
+    object = attachFailing(createParticipant({{"zel/dds/monitor/version", "4.0"}}));
     EXPECT_TRUE(capture.contains(kAttach, ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "monitoring version property")));
-    EXPECT_EQ(publisher->participantList.count, 1);
+    EXPECT_EQ(publisher_->participantList.count, 1);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
 
     // A QoS profile that does not exist.
-    DDS_DomainParticipant *profiled = createParticipant(
-            {{"zel.monitor.config.qos_library", "nowhere"}, {"zel.monitor.config.qos_profile", "none"}});
-    object = attach(publisher, profiled, ZEL_MONITOR_RESULT_FAILURE);
-    ASSERT_NE(object, nullptr);
+    object = attachFailing(createParticipant(
+            {{"zel.monitor.config.qos_library", "nowhere"}, {"zel.monitor.config.qos_profile", "none"}}));
     EXPECT_TRUE(capture.contains(kCreateEntities, ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "get default publisher qos")));
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
-    EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
 }
 
 TEST_F(MonitorPublisherTest, AQosProfileGivesTheWriterQosPerTopicAndStillMarksTheWriters) {
@@ -328,10 +277,8 @@ TEST_F(MonitorPublisherTest, AQosProfileGivesTheWriterQosPerTopicAndStillMarksTh
               DDS_RETCODE_OK);
     DDS_DataWriterQos_finalize(&statistics);
 
-    DDS_DomainParticipant *participant = createParticipant(
-            {{"zel.monitor.config.qos_library", "monitoring"}, {"zel.monitor.config.qos_profile", "quiet"}});
-    ZELDefaultMonitorPublisher *publisher = createPublisher();
-    ZELDefaultMonitorParticipantObject *object = attach(publisher, participant);
+    ZELDefaultMonitorParticipantObject *object = attach(createParticipant(
+            {{"zel.monitor.config.qos_library", "monitoring"}, {"zel.monitor.config.qos_profile", "quiet"}}));
     ASSERT_NE(object, nullptr);
     for (int slot = 0; slot < ZEL_MONITOR_TOPIC_COUNT; ++slot) {
         DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
@@ -344,20 +291,17 @@ TEST_F(MonitorPublisherTest, AQosProfileGivesTheWriterQosPerTopicAndStillMarksTh
         EXPECT_NE(DDS_PropertyQosPolicyHelper_lookup_property(&qos.property, "zel/dds/monitor/entity"), nullptr);
         DDS_DataWriterQos_finalize(&qos);
     }
-    EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
-    EXPECT_EQ(ZELDefaultMonitorPublisher_delete(publisher), ZEL_MONITOR_RESULT_OK);
 }
 
 // Each run builds and tears down everything, so that a failed allocation
 // anywhere in attach must leave nothing behind once the half-built object
 // is detached.
 TEST_F(MonitorPublisherTest, AttachSurvivesEveryAllocationFailure) {
-    for (const Properties &properties :
-         {Properties{{"zel.monitor.config.usertopics", "Square"}},
-          Properties{{"zel.monitor.config.new_participant_domain_id", "9"}}}) {
+    for (const Properties &properties : {Properties{{"zel.monitor.config.usertopics", "Square"}},
+                                         Properties{{"zel.monitor.config.new_participant_domain_id", "9"}}}) {
         createParticipant({});  // the thread's worker and the factory's first participant stay
         zeltest::forEachAllocationFailure([&](long) {
-            DDS_DomainParticipant *participant = createUnownedParticipant(properties, 0, true);
+            DDS_DomainParticipant *participant = createParticipant(properties, 0, true, nullptr, false);
             if (participant == nullptr) {
                 return;
             }

@@ -3,7 +3,7 @@
 #include <future>
 
 #include "entity_set.h"
-#include "plugin_fixture.h"
+#include "monitor_fixture.h"
 #include "publisher_thread.h"
 #include "vurncore/event.h"
 
@@ -11,7 +11,7 @@ namespace {
 
 using zeltest::recordText;
 
-class PublisherThreadTest : public zeltest::PlugInTest {
+class PublisherThreadTest : public zeltest::MonitorTest {
 protected:
     ZELDefaultMonitorPublisherThread *createThread(DDS_DomainParticipant *participant) {
         const ZELOsapiThreadSettings settings = ZEL_OSAPI_THREAD_SETTINGS_DEFAULT;
@@ -123,7 +123,10 @@ TEST_F(PublisherThreadTest, CreateFinalizesWhatItMadeWhenAStepFails) {
                                  recordText(ZEL_LOG_GET_FAILURE_s, "worker factory")));
 }
 
-TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLater) {
+// A walk that cannot run (a participant that cannot be locked, a list that
+// cannot be entered) is logged, and the event still comes back a period later.
+TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLaterEvenWhenTheirWalkFails) {
+    zeltest::LogCapture capture;
     ZELDefaultMonitorEntitySet set{};
     set.period = DDS_Duration_t{5, 250000000u};
     ZELDefaultMonitorPublisher publisher{};
@@ -132,14 +135,17 @@ TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLater) {
     object.entities = &set;
     const ZELNtpTime now = timeOf(100, 0xe0000000u);
     ZELNtpTime newTime = now;
-    ZELEventData data{};
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(&publisher, &newTime, &now, &now, &data,
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(&publisher, &newTime, &now, &now, nullptr,
                                                                        nullptr));
     expectTime(newTime, 106, 0x1fffffffu);
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_onCommonStatsEventI", ZEL_LOG_CREATION_FAILURE_s,
+                                 recordText(ZEL_LOG_CREATION_FAILURE_s, "ea")));
     newTime = now;
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(&object, &newTime, &now, &now, &data,
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(&object, &newTime, &now, &now, nullptr,
                                                                                nullptr));
     expectTime(newTime, 106, 0x1fffffffu);
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI", ZEL_LOG_ANY_FAILURE_s,
+                                 recordText(ZEL_LOG_ANY_FAILURE_s, "lock participant")));
 }
 
 }  // namespace

@@ -17,22 +17,25 @@ DDSMonitoring_Duration_t durationOf(int32_t sec, uint32_t frac) {
 }
 
 TEST(ProcessStatisticsTest, FractionsRoundUpToNanosecondsAndCarryIntoSeconds) {
-    EXPECT_EQ(durationOf(3, 0).sec, 3);
-    EXPECT_EQ(durationOf(3, 0).nanosec, 0u);
-    // Exactly one 2^-32 multiple of a nanosecond is not rounded.
-    EXPECT_EQ(durationOf(0, 2305843009u).nanosec, 536870912u);
-    EXPECT_EQ(durationOf(0, 1u).nanosec, 1u);
-    // Just below a second rounds up to the next second.
-    EXPECT_EQ(durationOf(4, 0xFFFFFFFFu).sec, 5);
-    EXPECT_EQ(durationOf(4, 0xFFFFFFFFu).nanosec, 0u);
-
-    const DDSMonitoring_Duration_t infinite = durationOf(0x7fffffff, 5u);
-    EXPECT_EQ(infinite.sec, DDS_DURATION_INFINITE_SEC);
-    EXPECT_EQ(infinite.nanosec, DDS_DURATION_INFINITE_NSEC);
+    // Exactly one 2^-32 multiple of a nanosecond is not rounded; just below a
+    // second rounds up to the next; an infinite time stays infinite.
+    const struct {
+        int32_t sec;
+        uint32_t frac;
+        int32_t expectedSec;
+        uint32_t expectedNanosec;
+    } cases[] = {{3, 0u, 3, 0u},
+                 {0, 2305843009u, 0, 536870912u},
+                 {0, 1u, 0, 1u},
+                 {4, 0xFFFFFFFFu, 5, 0u},
+                 {0x7fffffff, 5u, DDS_DURATION_INFINITE_SEC, DDS_DURATION_INFINITE_NSEC}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(durationOf(c.sec, c.frac).sec, c.expectedSec) << c.sec << "." << c.frac;
+        EXPECT_EQ(durationOf(c.sec, c.frac).nanosec, c.expectedNanosec) << c.sec << "." << c.frac;
+    }
     DDSMonitoring_Duration_t absent{};
     ZELDefaultMonitorProcess_fractionToDuration(&absent, nullptr);
-    EXPECT_EQ(absent.sec, DDS_DURATION_INFINITE_SEC);
-    EXPECT_EQ(absent.nanosec, DDS_DURATION_INFINITE_NSEC);
+    EXPECT_TRUE(absent.sec == DDS_DURATION_INFINITE_SEC && absent.nanosec == DDS_DURATION_INFINITE_NSEC);
 }
 
 TEST(ProcessStatisticsTest, CpuTimesInMicrosecondsBecomeSecondsAndFractions) {

@@ -4,14 +4,17 @@
 #include <atomic>
 #include <cstring>
 
-#include "statistics_fixture.h"
+#include "monitor_fixture.h"
 #include "statistics_walk.h"
 #include "vurncore/clock.h"
 
 namespace {
 
-using stattest::Application;
-using stattest::sameKey;
+using zeltest::Application;
+using zeltest::ReaderMatchedStatistics;
+using zeltest::ReaderStatistics;
+using zeltest::WriterStatistics;
+using zeltest::keyOf;
 
 // The factory's clock, moved ahead by hand while it is installed.
 class MovedClock {
@@ -40,14 +43,13 @@ private:
     static inline std::atomic<int32_t> offset_{0};
 };
 
-class ReaderStatisticsTest : public stattest::StatisticsTest {};
+class ReaderStatisticsTest : public zeltest::MonitorTest {};
 
 TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnderTheirTopic) {
-    DDS_DataReader *readers = observe<stattest::ReaderKind>();
-    DDS_DataReader *matched = observe<stattest::ReaderMatchedKind>();
-    DDS_DataReader *writers = observe<stattest::WriterKind>();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    observe<ReaderStatistics>();
+    observe<ReaderMatchedStatistics>();
+    observe<WriterStatistics>();
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     MovedClock clock(factory_);
     const auto withDeadline = [](DDS_Duration_t &deadline) {
         deadline.sec = 1;
@@ -62,10 +64,8 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
     DDS_ContentFilteredTopic *filtered = DDS_DomainParticipant_create_contentfilteredtopic(
             app.participant, "HighReadings", app.topic, "value > 1.0", nullptr);
     ASSERT_NE(filtered, nullptr);
-    DDS_DataReader *filteredReader = DDS_Subscriber_create_datareader(
-            app.subscriber, DDS_ContentFilteredTopic_as_topicdescription(filtered), &DDS_DATAREADER_QOS_DEFAULT,
-            nullptr, 0);
-    ASSERT_NE(filteredReader, nullptr);
+    DDS_DataReader *filteredReader =
+            createReader(app.subscriber, DDS_ContentFilteredTopic_as_topicdescription(filtered));
     DDS_DataWriter *writer = createWriter(app, [&](DDS_DataWriterQos &qos) {
         withDeadline(qos.deadline.period);
     });
@@ -74,36 +74,36 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
     }
     MovedClock::advance(3);
 
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    const auto samples = taken<stattest::ReaderKind>(readers);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
+    const auto samples = taken<ReaderStatistics>();
     ASSERT_EQ(samples.size(), 2u);
-    const auto &plain = sameKey(samples[0]->datareader_key, *DDS_DataReader_get_builtin_topic_key(limited))
+    const auto &plain = keyOf(samples[0]->datareader_key) == keyOf(limited)
                                 ? *samples[0]
                                 : *samples[1];
     const auto &cft = &plain == samples[0].data.get() ? *samples[1] : *samples[0];
-    EXPECT_TRUE(sameKey(plain.datareader_key, *DDS_DataReader_get_builtin_topic_key(limited)));
-    EXPECT_TRUE(sameKey(plain.subscriber_key, *DDS_Subscriber_get_builtin_topic_key(app.subscriber)));
-    EXPECT_TRUE(sameKey(plain.participant_key, stattest::participantKey(app.participant)));
-    EXPECT_TRUE(sameKey(plain.topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
+    EXPECT_EQ(keyOf(plain.datareader_key), keyOf(limited));
+    EXPECT_EQ(keyOf(plain.subscriber_key), keyOf(app.subscriber));
+    EXPECT_EQ(keyOf(plain.participant_key), keyOf(app.participant));
+    EXPECT_EQ(keyOf(plain.topic_key), keyOf(app.topic));
     EXPECT_FALSE(plain.is_content_filtered);
     EXPECT_EQ(plain.subscription_matched_status.status.current_count, 1);
     EXPECT_EQ(plain.sample_rejected_status.status.total_count, 1);
     EXPECT_EQ(plain.datareader_cache_status.status.sample_count, 2);
     EXPECT_GE(plain.requested_deadline_missed_status.status.total_count, 2);
     // The filtered reader is reported under the topic its filter reads.
-    EXPECT_TRUE(sameKey(cft.datareader_key, *DDS_DataReader_get_builtin_topic_key(filteredReader)));
+    EXPECT_EQ(keyOf(cft.datareader_key), keyOf(filteredReader));
     EXPECT_TRUE(cft.is_content_filtered);
     EXPECT_STREQ(cft.topic_name, "Readings");
-    EXPECT_TRUE(sameKey(cft.topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
+    EXPECT_EQ(keyOf(cft.topic_key), keyOf(app.topic));
     EXPECT_EQ(cft.datareader_protocol_status.status.received_sample_count, 3);
 
     // Three seconds without a sample: both ends missed the deadline.
-    const auto writerSamples = taken<stattest::WriterKind>(writers);
+    const auto writerSamples = taken<WriterStatistics>();
     ASSERT_EQ(writerSamples.size(), 1u);
     EXPECT_GE(writerSamples[0]->offered_deadline_missed_status.status.total_count, 2);
 
     // Each reader's match with the writer, keyed by reader and writer.
-    const auto matches = taken<stattest::ReaderMatchedKind>(matched);
+    const auto matches = taken<ReaderMatchedStatistics>();
     ASSERT_EQ(matches.size(), 2u);
     const DDS_InstanceHandle_t publication = DDS_Entity_get_instance_handle(DDS_DataWriter_as_entity(writer));
     for (const auto &match : matches) {
@@ -113,28 +113,25 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
 }
 
 TEST_F(ReaderStatisticsTest, AnIdleReaderShowsNoChangesOnlyWhenChangeCountsAreReset) {
-    DDS_DataReader *readers = observe<stattest::ReaderKind>();
-    ZELDefaultMonitorParticipantObject *resetting = nullptr;
+    observe<ReaderStatistics>();
     const Application reset = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
-                                                    {"zel.monitor.config.reset_status_change_counts", "TRUE"}},
-                                                   &resetting);
-    ZELDefaultMonitorParticipantObject *keeping = nullptr;
-    const Application kept = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &keeping);
+                                                    {"zel.monitor.config.reset_status_change_counts", "TRUE"}});
+    const Application kept = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     createReader(reset);
     createReader(kept);
     ASSERT_EQ(write(createWriter(application()), 3), DDS_RETCODE_OK);
 
-    for (ZELDefaultMonitorParticipantObject *object : {resetting, keeping, resetting, keeping}) {
+    for (ZELDefaultMonitorParticipantObject *object : {reset.object, kept.object, reset.object, kept.object}) {
         ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
     }
-    const auto samples = taken<stattest::ReaderKind>(readers);
+    const auto samples = taken<ReaderStatistics>();
     ASSERT_EQ(samples.size(), 4u);
     std::vector<std::pair<DDS_Long, DDS_LongLong>> resetChanges;
     std::vector<std::pair<DDS_Long, DDS_LongLong>> keptChanges;
     for (const auto &sample : samples) {
         EXPECT_EQ(sample->subscription_matched_status.status.total_count, 1);
         EXPECT_EQ(sample->datareader_protocol_status.status.received_sample_count, 1);
-        (sameKey(sample->participant_key, stattest::participantKey(reset.participant)) ? resetChanges : keptChanges)
+        (keyOf(sample->participant_key) == keyOf(reset.participant) ? resetChanges : keptChanges)
                 .emplace_back(sample->subscription_matched_status.status.total_count_change,
                               sample->datareader_protocol_status.status.received_sample_count_change);
     }

@@ -4,20 +4,22 @@
 #include <atomic>
 #include <thread>
 
-#include "statistics_fixture.h"
+#include "monitor_fixture.h"
 #include "statistics_walk.h"
 
 namespace {
 
-using stattest::Application;
+using zeltest::Application;
+using zeltest::ParticipantStatistics;
+using zeltest::WriterStatistics;
+using zeltest::keyOf;
 
-class StatisticsConcurrencyTest : public stattest::StatisticsTest {};
+class StatisticsConcurrencyTest : public zeltest::MonitorTest {};
 
 TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEntities) {
-    DDS_DataReader *writers = observe<stattest::WriterKind>();
-    DDS_DataReader *participants = observe<stattest::ParticipantKind>();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    observe<WriterStatistics>();
+    observe<ParticipantStatistics>();
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     const Application remote = application();
     DDS_DataWriter *steady = createWriter(app);
 
@@ -44,9 +46,9 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     // A remote reader may go away between listing the matches and reading
     // one of them: that match fails, the walk goes on.
     while (running.load() > 0) {
-        ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
-        taken<stattest::WriterKind>(writers);
-        taken<stattest::ParticipantKind>(participants);
+        ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object);
+        taken<WriterStatistics>();
+        taken<ParticipantStatistics>();
         ++walks;
     }
     writerChurn.join();
@@ -54,11 +56,11 @@ TEST_F(StatisticsConcurrencyTest, TheWalkRunsWhileOtherThreadsCreateAndDeleteEnt
     EXPECT_GE(walks.load(), 3);
 
     // Once the churn is over, the walk sees only what remains.
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    const auto samples = taken<stattest::WriterKind>(writers);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
+    const auto samples = taken<WriterStatistics>();
     ASSERT_EQ(samples.size(), 1u);
-    EXPECT_TRUE(stattest::sameKey(samples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(steady)));
-    EXPECT_EQ(taken<stattest::ParticipantKind>(participants).size(), 1u);
+    EXPECT_TRUE(keyOf(samples[0]->datawriter_key) == keyOf(steady));
+    EXPECT_EQ(taken<ParticipantStatistics>().size(), 1u);
 }
 
 }  // namespace

@@ -1,17 +1,27 @@
 // The statistics cycle: one sample per entity and period with the
-// participant's last, the user-topic filter, failures that do not stop the
-// walk, and the events that reschedule themselves.
+// participant's last, what each sample holds, the user-topic filter,
+// disposes by key, failures that do not stop the walk, and the events that
+// reschedule themselves.
 #include <chrono>
+#include <cstring>
 #include <thread>
 
+#include "monitor_fixture.h"
 #include "publisher_thread.h"
-#include "statistics_fixture.h"
 #include "statistics_walk.h"
 
 namespace {
 
-using stattest::Application;
-using stattest::sameKey;
+using zeltest::Application;
+using zeltest::ParticipantStatistics;
+using zeltest::ReaderMatchedStatistics;
+using zeltest::ReaderStatistics;
+using zeltest::Received;
+using zeltest::TopicStatistics;
+using zeltest::WriterLocatorStatistics;
+using zeltest::WriterMatchedStatistics;
+using zeltest::WriterStatistics;
+using zeltest::keyOf;
 using zeltest::recordText;
 
 int64_t nanosecondsOf(const DDS_Time_t &time) {
@@ -26,25 +36,12 @@ size_t matchedLocatorCount(DDS_DataWriter *writer) {
     return count;
 }
 
-class StatisticsCycleTest : public stattest::StatisticsTest {
+class StatisticsCycleTest : public zeltest::MonitorTest {
 protected:
     void observeAll() {
-        participants_ = observe<stattest::ParticipantKind>();
-        topics_ = observe<stattest::TopicKind>();
-        writers_ = observe<stattest::WriterKind>();
-        matched_ = observe<stattest::WriterMatchedKind>();
-        locators_ = observe<stattest::WriterLocatorKind>();
-        readers_ = observe<stattest::ReaderKind>();
-        readerMatched_ = observe<stattest::ReaderMatchedKind>();
+        observe<ParticipantStatistics, TopicStatistics, WriterStatistics, WriterMatchedStatistics,
+                WriterLocatorStatistics, ReaderStatistics, ReaderMatchedStatistics>();
     }
-
-    DDS_DataReader *participants_ = nullptr;
-    DDS_DataReader *topics_ = nullptr;
-    DDS_DataReader *writers_ = nullptr;
-    DDS_DataReader *matched_ = nullptr;
-    DDS_DataReader *locators_ = nullptr;
-    DDS_DataReader *readers_ = nullptr;
-    DDS_DataReader *readerMatched_ = nullptr;
 };
 
 size_t matchedPublicationCount(DDS_DataReader *reader) {
@@ -57,9 +54,8 @@ size_t matchedPublicationCount(DDS_DataReader *reader) {
 
 TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantLast) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
     const Application app = monitoredApplication(
-            {{"zel.monitor.config.publish_period", "1"}, {"zel.monitor.config.usertopics", "Readings"}}, &object);
+            {{"zel.monitor.config.publish_period", "1"}, {"zel.monitor.config.usertopics", "Readings"}});
     const Application remote = application();
     DDS_DataWriter *writer = createWriter(app);
     DDS_DataReader *reader = createReader(app);
@@ -68,11 +64,11 @@ TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantL
     ASSERT_EQ(write(writer, 7), DDS_RETCODE_OK);
 
     // The publishing thread's first period ends one second after enabling.
-    std::vector<stattest::Received<stattest::ParticipantKind>> participantSamples;
+    std::vector<Received<ParticipantStatistics>> participantSamples;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (participantSamples.empty() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        participantSamples = taken<stattest::ParticipantKind>(participants_);
+        participantSamples = taken<ParticipantStatistics>();
     }
     ASSERT_FALSE(participantSamples.empty());
     EXPECT_EQ(participantSamples[0]->period.sec, 1);
@@ -89,12 +85,12 @@ TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantL
         }
         return samples;
     };
-    const auto topicSamples = firstPeriod(taken<stattest::TopicKind>(topics_));
-    const auto writerSamples = firstPeriod(taken<stattest::WriterKind>(writers_));
-    const auto matchedSamples = firstPeriod(taken<stattest::WriterMatchedKind>(matched_));
-    const auto locatorSamples = firstPeriod(taken<stattest::WriterLocatorKind>(locators_));
-    const auto readerSamples = firstPeriod(taken<stattest::ReaderKind>(readers_));
-    const auto readerMatchedSamples = firstPeriod(taken<stattest::ReaderMatchedKind>(readerMatched_));
+    const auto topicSamples = firstPeriod(taken<TopicStatistics>());
+    const auto writerSamples = firstPeriod(taken<WriterStatistics>());
+    const auto matchedSamples = firstPeriod(taken<WriterMatchedStatistics>());
+    const auto locatorSamples = firstPeriod(taken<WriterLocatorStatistics>());
+    const auto readerSamples = firstPeriod(taken<ReaderStatistics>());
+    const auto readerMatchedSamples = firstPeriod(taken<ReaderMatchedStatistics>());
     // The monitoring topics and writers are filtered out with the topics
     // the list does not name. Each of the monitored writer and reader
     // matches the other and the remote participant's.
@@ -106,31 +102,30 @@ TEST_F(StatisticsCycleTest, EachPeriodPublishesEveryEntityOnceAndTheParticipantL
     ASSERT_EQ(readerMatchedSamples.size(), 2u);
     ASSERT_EQ(locatorSamples.size(), matchedLocatorCount(writer));
     EXPECT_STREQ(topicSamples[0]->topic_name, "Readings");
-    EXPECT_TRUE(sameKey(writerSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
+    EXPECT_EQ(keyOf(writerSamples[0]->datawriter_key), keyOf(writer));
     EXPECT_EQ(writerSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 2);
     EXPECT_EQ(readerSamples[0]->datareader_protocol_status.status.received_sample_count, 2);
 }
 
 TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Read*"}}, &object);
-    DDS_Topic *ignored = DDS_DomainParticipant_create_topic(app.participant, "Ignored",
-                                                            st_ReadingTypeSupport_get_type_name(),
-                                                            &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-    ASSERT_NE(ignored, nullptr);
-    ASSERT_NE(DDS_Publisher_create_datawriter(app.publisher, ignored, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0),
-              nullptr);
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Read*"}});
+    ASSERT_NE(createWriter(app.publisher, createTopic(app.participant, "Ignored")), nullptr);
     const Application remote = application();
     DDS_DataWriter *writer = createWriter(app);
 
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    auto writerSamples = taken<stattest::WriterKind>(writers_);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
+    auto writerSamples = taken<WriterStatistics>();
     ASSERT_EQ(writerSamples.size(), 1u);
     EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 0);
-    EXPECT_TRUE(taken<stattest::WriterMatchedKind>(matched_).empty());
-    EXPECT_EQ(taken<stattest::TopicKind>(topics_).size(), 1u);
-    auto participantSamples = taken<stattest::ParticipantKind>(participants_);
+    EXPECT_TRUE(taken<WriterMatchedStatistics>().empty());
+    const auto topicSamples = taken<TopicStatistics>();
+    ASSERT_EQ(topicSamples.size(), 1u);
+    EXPECT_EQ(keyOf(topicSamples[0]->topic_key), keyOf(app.topic));
+    EXPECT_EQ(keyOf(topicSamples[0]->participant_key), keyOf(app.participant));
+    EXPECT_STREQ(topicSamples[0]->topic_name, "Readings");
+    EXPECT_STREQ(topicSamples[0]->type_name, "app::Reading");
+    auto participantSamples = taken<ParticipantStatistics>();
     ASSERT_EQ(participantSamples.size(), 1u);
     EXPECT_EQ(participantSamples[0]->remoteReaderCount, 7);  // the observer's readers
 
@@ -139,105 +134,143 @@ TEST_F(StatisticsCycleTest, TheWalkFollowsTheApplicationAndSkipsFilteredTopics) 
     for (DDS_Long sensor = 0; sensor < 4; ++sensor) {
         ASSERT_EQ(write(writer, sensor), DDS_RETCODE_OK);
     }
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    writerSamples = taken<stattest::WriterKind>(writers_);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
+    writerSamples = taken<WriterStatistics>();
     ASSERT_EQ(writerSamples.size(), 1u);
-    EXPECT_EQ(writerSamples[0]->publication_matched_status.status.current_count, 2);
+    const auto &w = *writerSamples[0];
+    EXPECT_EQ(keyOf(w.datawriter_key), keyOf(writer));
+    EXPECT_EQ(keyOf(w.publisher_key), keyOf(app.publisher));
+    EXPECT_EQ(keyOf(w.topic_key), keyOf(app.topic));
+    EXPECT_EQ(keyOf(w.participant_key), keyOf(app.participant));
+    EXPECT_STREQ(w.topic_name, "Readings");
+    EXPECT_EQ(w.period.sec, 3600);
+    EXPECT_EQ(w.domain_id, zeltest::kDomain);
+    EXPECT_EQ(w.publication_matched_status.status.current_count, 2);
     // Four samples, each pushed to both readers.
-    EXPECT_EQ(writerSamples[0]->datawriter_protocol_status.status.pushed_sample_count, 8);
-    EXPECT_EQ(taken<stattest::WriterMatchedKind>(matched_).size(), 2u);
-    participantSamples = taken<stattest::ParticipantKind>(participants_);
+    EXPECT_EQ(w.datawriter_protocol_status.status.pushed_sample_count, 8);
+    participantSamples = taken<ParticipantStatistics>();
     ASSERT_EQ(participantSamples.size(), 1u);
     EXPECT_EQ(participantSamples[0]->remoteReaderCount, 9);
+
+    // One sample per match, keyed by the writer and the reader's handle, and
+    // one per matched locator.
+    DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_matched_subscriptions(writer, &handles), DDS_RETCODE_OK);
+    std::set<std::string> expectedHandles;
+    for (DDS_Long i = 0; i < DDS_InstanceHandleSeq_get_length(&handles); ++i) {
+        expectedHandles.emplace(reinterpret_cast<const char *>(DDS_InstanceHandleSeq_get_reference(&handles, i)->value),
+                                16);
+    }
+    DDS_InstanceHandleSeq_finalize(&handles);
+    std::set<std::string> matchedHandles;
+    for (const auto &match : taken<WriterMatchedStatistics>()) {
+        EXPECT_EQ(keyOf(match->datawriter_key), keyOf(writer));
+        EXPECT_TRUE(match->subscription_handle.isValid && match->subscription_handle.length == 16u);
+        EXPECT_EQ(match->datawriter_protocol_status.status.pushed_sample_count, 4);
+        matchedHandles.emplace(reinterpret_cast<const char *>(match->subscription_handle.value), 16);
+    }
+    EXPECT_EQ(matchedHandles, expectedHandles);
+    EXPECT_EQ(matchedHandles.size(), 2u);
+    DDS_LocatorSeq locators = ZEL_SEQUENCE_INITIALIZER;
+    ASSERT_EQ(DDS_DataWriter_get_matched_subscription_locators(writer, &locators), DDS_RETCODE_OK);
+    const auto locatorSamples = taken<WriterLocatorStatistics>();
+    ASSERT_EQ(static_cast<DDS_Long>(locatorSamples.size()), DDS_LocatorSeq_get_length(&locators));
+    for (DDS_Long i = 0; i < DDS_LocatorSeq_get_length(&locators); ++i) {
+        const DDS_Locator_t *locator = DDS_LocatorSeq_get_reference(&locators, i);
+        EXPECT_TRUE(std::any_of(locatorSamples.begin(), locatorSamples.end(), [locator](const auto &sample) {
+            return sample->subscription_locator.kind == locator->kind &&
+                   sample->subscription_locator._port == locator->_port &&
+                   std::memcmp(sample->subscription_locator.address, locator->address, 16) == 0;
+        }));
+    }
+    DDS_LocatorSeq_finalize(&locators);
 }
 
-TEST_F(StatisticsCycleTest, TheMonitorsOwnTopicsAndWritersAreNotSampledWithoutAFilter) {
+TEST_F(StatisticsCycleTest, OnlyTheApplicationsEntitiesAreSampledAndADeletedWritersStatisticsAreDisposed) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({}, &object);
-    DDS_DataWriter *writer = createWriter(app);
-
-    // The monitoring topics and writers live on the monitored participant
-    // and are matched by the observer, yet only the application's own
-    // topic and writer are sampled.
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    const auto topicSamples = taken<stattest::TopicKind>(topics_);
-    ASSERT_EQ(topicSamples.size(), 1u);
-    EXPECT_TRUE(sameKey(topicSamples[0]->topic_key, *DDS_Topic_get_builtin_topic_key(app.topic)));
-    const auto writerSamples = taken<stattest::WriterKind>(writers_);
-    ASSERT_EQ(writerSamples.size(), 1u);
-    EXPECT_TRUE(sameKey(writerSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(writer)));
-    EXPECT_TRUE(taken<stattest::WriterMatchedKind>(matched_).empty());
-    EXPECT_TRUE(taken<stattest::WriterLocatorKind>(locators_).empty());
-}
-
-TEST_F(StatisticsCycleTest, DeletingAWriterDisposesTheStatisticsTheWalkPublished) {
-    observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    const Application app = monitoredApplication({});
     DDS_DataWriter *writer = createWriter(app);
     // What the middleware reports after enabling the writer and before
     // deleting it.
-    EXPECT_EQ(ZELDefaultMonitorPublisher_onEventNotify(object, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER,
-                                                        DDS_DataWriter_as_entity(writer), nullptr),
+    EXPECT_EQ(notify(app.object, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, DDS_DataWriter_as_entity(writer)),
               ZEL_MONITOR_RESULT_OK);
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    ASSERT_EQ(taken<stattest::WriterKind>(writers_).size(), 1u);
+    // The monitoring topics and writers live on the monitored participant
+    // and are matched by the observer, yet without a user-topic filter only
+    // the application's own topic and writer are sampled.
+    ZEL_Monitor_Log_setVerbosity(0xFFFFu, 2);
+    zeltest::LogCapture capture;
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
+    const auto topicSamples = taken<TopicStatistics>();
+    ASSERT_EQ(topicSamples.size(), 1u);
+    EXPECT_EQ(keyOf(topicSamples[0]->topic_key), keyOf(app.topic));
+    const auto writerSamples = taken<WriterStatistics>();
+    ASSERT_EQ(writerSamples.size(), 1u);
+    EXPECT_EQ(keyOf(writerSamples[0]->datawriter_key), keyOf(writer));
+    EXPECT_TRUE(taken<WriterMatchedStatistics>().empty());
+    EXPECT_TRUE(taken<WriterLocatorStatistics>().empty());
 
-    EXPECT_EQ(ZELDefaultMonitorPublisher_onEventNotify(object, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE,
-                                                        DDS_DataWriter_as_entity(writer), nullptr),
+    // The instance is disposed by its key alone; both are logged with it.
+    EXPECT_EQ(notify(app.object, DDS_MONITOR_EVENT_DATAWRITER_DELETE_BEFORE, DDS_DataWriter_as_entity(writer)),
               ZEL_MONITOR_RESULT_OK);
+    const zeltest::EntityKey key = keyOf(writer);
     ASSERT_EQ(DDS_Publisher_delete_datawriter(app.publisher, writer), DDS_RETCODE_OK);
-    const auto disposed = taken<stattest::WriterKind>(writers_);
+    const auto disposed = taken<WriterStatistics>();
     ASSERT_EQ(disposed.size(), 1u);
     EXPECT_FALSE(disposed[0].valid);
     EXPECT_TRUE(disposed[0].disposed);
-
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    EXPECT_TRUE(taken<stattest::WriterKind>(writers_).empty());
+    EXPECT_EQ(0, std::memcmp(disposed[0].instance.value, writerSamples[0].instance.value, 16));
+    for (const ZELLogMessage *message :
+         {&ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx, &ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx}) {
+        EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_publishWriterStatsI", *message,
+                                     recordText(*message, "writer", static_cast<unsigned>(key[0]),
+                                                static_cast<unsigned>(key[1]), static_cast<unsigned>(key[2]),
+                                                static_cast<unsigned>(key[3]))));
+    }
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
+    EXPECT_TRUE(taken<WriterStatistics>().empty());
 }
 
 TEST_F(StatisticsCycleTest, AWriterNotEnabledGetsItsOwnSampleButNoMatchedOnes) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app =
-            monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
-                                  {"zel.monitor.config.topics", "zel/dds/monitoring/dataWriterEntityMatched*"}},
-                                 &object);
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
+                                                  {"zel.monitor.config.topics", "zel/dds/monitoring/dataWriter*"}});
     DDS_PublisherQos qos = DDS_PublisherQos_INITIALIZER;
     DDS_DomainParticipant_get_default_publisher_qos(app.participant, &qos);
     qos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
     DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(app.participant, &qos, nullptr, 0);
     DDS_PublisherQos_finalize(&qos);
-    DDS_DataWriter *disabled =
-            DDS_Publisher_create_datawriter(publisher, app.topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
-    ASSERT_NE(disabled, nullptr);
+    DDS_DataWriter *disabled = createWriter(publisher, app.topic);
     DDS_DataWriter *enabled = createWriter(app);
     createReader(application());
 
-    // The walk would fail at the disabled writer's matches if it went there.
+    // The walk would fail at the disabled writer's matches if it went there;
+    // nothing has happened to that writer yet, so its statuses are initial.
     zeltest::LogCapture capture;
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     EXPECT_TRUE(capture.lines().empty());
-    const auto matchedSamples = taken<stattest::WriterMatchedKind>(matched_);
+    std::map<zeltest::EntityKey, DDS_Long> matchedTotals;
+    for (const auto &sample : taken<WriterStatistics>()) {
+        matchedTotals[keyOf(sample->datawriter_key)] = sample->publication_matched_status.status.total_count;
+        EXPECT_EQ(sample->liveliness_lost_status.status.total_count, 0);
+    }
+    EXPECT_EQ(matchedTotals, (std::map<zeltest::EntityKey, DDS_Long>{{keyOf(disabled), 0}, {keyOf(enabled), 1}}));
+    const auto matchedSamples = taken<WriterMatchedStatistics>();
     ASSERT_EQ(matchedSamples.size(), 1u);
-    EXPECT_TRUE(sameKey(matchedSamples[0]->datawriter_key, *DDS_DataWriter_get_builtin_topic_key(enabled)));
-    EXPECT_EQ(taken<stattest::WriterLocatorKind>(locators_).size(), matchedLocatorCount(enabled));
-    // Only the matched kinds were configured.
-    EXPECT_TRUE(taken<stattest::WriterKind>(writers_).empty());
-    EXPECT_TRUE(taken<stattest::ParticipantKind>(participants_).empty());
-    EXPECT_TRUE(taken<stattest::TopicKind>(topics_).empty());
+    EXPECT_EQ(keyOf(matchedSamples[0]->datawriter_key), keyOf(enabled));
+    EXPECT_EQ(taken<WriterLocatorStatistics>().size(), matchedLocatorCount(enabled));
+    // Only the writer kinds were configured.
+    EXPECT_TRUE(taken<ParticipantStatistics>().empty());
+    EXPECT_TRUE(taken<TopicStatistics>().empty());
 }
 
 TEST_F(StatisticsCycleTest, AFailureInOneEntityIsLoggedUpTheChainAndTheWalkGoesOn) {
     observeAll();
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}}, &object);
+    const Application app = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     createWriter(app);
     createReader(application());
-    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object));
-    taken<stattest::ParticipantKind>(participants_);
-    taken<stattest::WriterKind>(writers_);
+    ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
+    taken<ParticipantStatistics>();
+    taken<WriterStatistics>();
 
     // Fail each allocation of the walk in turn, until one fails the
     // topic's own sample.
@@ -246,16 +279,16 @@ TEST_F(StatisticsCycleTest, AFailureInOneEntityIsLoggedUpTheChainAndTheWalkGoesO
     for (long n = 1; n < 200 && !topicFailed; ++n) {
         zeltest::LogCapture capture;
         ZELOsapiHeap_failAllocation(n, ZEL_TRUE);
-        const DDS_Boolean ok = ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(object);
+        const DDS_Boolean ok = ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object);
         const bool hit = !ZELOsapiHeap_isFailurePending();
         ZELOsapiHeap_failAllocation(0, ZEL_TRUE);
         ASSERT_TRUE(hit) << "the walk made fewer than " << n << " allocations without failing its topic";
         topicFailed = capture.contains("ZELDefaultMonitorParticipantObject_sampleAndPublishAllTopicsStatsI",
                                        ZEL_LOG_ANY_FAILURE_s,
                                        recordText(ZEL_LOG_ANY_FAILURE_s, "sample and publish topic stats"));
-        const auto writerSamples = taken<stattest::WriterKind>(writers_);
-        const auto participantSamples = taken<stattest::ParticipantKind>(participants_);
-        const auto topicSamples = taken<stattest::TopicKind>(topics_);
+        const auto writerSamples = taken<WriterStatistics>();
+        const auto participantSamples = taken<ParticipantStatistics>();
+        const auto topicSamples = taken<TopicStatistics>();
         if (!topicFailed) {
             continue;
         }
@@ -272,47 +305,39 @@ TEST_F(StatisticsCycleTest, AFailureInOneEntityIsLoggedUpTheChainAndTheWalkGoesO
     EXPECT_TRUE(topicFailed);
 }
 
-TEST_F(StatisticsCycleTest, EventsRescheduleOnePeriodLaterAndNeverAfterAnInfiniteTime) {
-    ZELDefaultMonitorParticipantObject *object = nullptr;
-    monitoredApplication({{"zel.monitor.config.publish_period", "0x10"},
-                          {"zel.monitor.config.topics", "zel/dds/monitoring/domainParticipantEntityStatistics"}},
-                         &object);
+TEST_F(StatisticsCycleTest, EventsWalkTheirParticipantsAndComeBackOnePeriodLaterButNeverAfterAnInfiniteTime) {
+    observe<ParticipantStatistics>();
+    // Both participants share the set on a monitoring participant of the
+    // observer's domain, which publishes participant statistics only.
+    const zeltest::Properties shared = {
+            {"zel.monitor.config.new_participant_domain_id", "4"},
+            {"zel.monitor.config.publish_period", "0x10"},
+            {"zel.monitor.config.topics", "zel/dds/monitoring/domainParticipantEntityStatistics"}};
+    const Application one = monitoredApplication(shared);
+    const Application two = monitoredApplication(shared);
+    ASSERT_NE(publisher_->sharedEntities, nullptr);
+    ASSERT_EQ(one.object->entities, two.object->entities);
     REDAWorker *worker = DDS_DomainParticipantFactory_get_workerI(factory_);
+
     ZELNtpTime next{};
     const ZELNtpTime now{100, 0xF0000000u};
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(object, &next, &now, &now, nullptr,
-                                                                               worker));
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(publisher_, &next, &now, &now, nullptr, worker));
     EXPECT_EQ(next.sec, 116);
     EXPECT_EQ(next.frac, 0xF0000000u);
+    std::set<zeltest::EntityKey> keys;
+    for (const auto &sample : taken<ParticipantStatistics>()) {
+        keys.insert(keyOf(sample->participant_key));
+    }
+    EXPECT_EQ(keys, (std::set{keyOf(one.participant), keyOf(two.participant)}));
+
     const ZELNtpTime infinite{0x7fffffff, 0u};
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(object, &next, &infinite, &infinite,
+    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(one.object, &next, &infinite, &infinite,
                                                                                nullptr, worker));
     EXPECT_EQ(next.sec, 0x7fffffff);
     EXPECT_EQ(next.frac, 0xFFFFFFFFu);
-}
-
-TEST_F(StatisticsCycleTest, TheCommonEventWalksEveryParticipantOfTheSharedSet) {
-    DDS_DataReader *participants = observe<stattest::ParticipantKind>();
-    ZELDefaultMonitorParticipantObject *first = nullptr;
-    const zeltest::Properties shared = {{"zel.monitor.config.new_participant_domain_id", "4"},
-                                        {"zel.monitor.config.publish_period", "3600"}};
-    const Application one = monitoredApplication(shared, &first);
-    ZELDefaultMonitorParticipantObject *second = nullptr;
-    const Application two = monitoredApplication(shared, &second);
-    ASSERT_NE(publisher_->sharedEntities, nullptr);
-    ASSERT_EQ(first->entities, second->entities);
-
-    ZELNtpTime next{};
-    const ZELNtpTime now{5, 0u};
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(
-            publisher_, &next, &now, &now, nullptr, DDS_DomainParticipantFactory_get_workerI(factory_)));
-    EXPECT_EQ(next.sec, 3605);
-    const auto samples = taken<stattest::ParticipantKind>(participants);
-    ASSERT_EQ(samples.size(), 2u);
-    EXPECT_TRUE(sameKey(samples[0]->participant_key, stattest::participantKey(one.participant)) ||
-                sameKey(samples[1]->participant_key, stattest::participantKey(one.participant)));
-    EXPECT_TRUE(sameKey(samples[0]->participant_key, stattest::participantKey(two.participant)) ||
-                sameKey(samples[1]->participant_key, stattest::participantKey(two.participant)));
+    const auto samples = taken<ParticipantStatistics>();
+    ASSERT_EQ(samples.size(), 1u);
+    EXPECT_EQ(keyOf(samples[0]->participant_key), keyOf(one.participant));
 }
 
 }  // namespace
