@@ -1,6 +1,7 @@
 // Serialization of described samples: exact octets of plain CDR and of
 // parameter lists read back, bounds, tolerant reading of lists.
 #include <cstddef>
+#include <cstring>
 #include <vector>
 
 #include "engine_test_support.h"
@@ -64,6 +65,12 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
     fill(outer.value);
     Sample<Big> big(&Big_desc);
     fill(big.value);
+    // Stale octets in the C layout's padding must not reach the stream.
+    CountersHolder holder;
+    std::memset(&holder, 0xee, sizeof holder);
+    holder.id = 42;
+    holder.counters = {0x0102030405060708, -1, 0x5a, 7};
+    std::memset(&holder.counters.flag + 1, 0xee, offsetof(Counters, next) - offsetof(Counters, flag) - 1);
     const struct {
         const char *name;
         const ZELCdrTypeDesc *type;
@@ -95,6 +102,14 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
              "   00 00 00 04 | 00 03 00 00 |"
              "   7f 01 00 08 | 00 00 00 01 | 00 00 00 08 | 00 00 00 03 68 69 00 00 | 7f 02 00 00 |"
              "7f 02 00 00"},
+            // A struct laid out as its CDR form, padded to its first member
+            // after a header, with zeros inside.
+            {"plain struct in a list, little-endian", &CountersHolder_desc, &holder, 1,
+             "00 03 00 00 | 00 00 04 00 | 2a 00 00 00 | 01 00 18 00 | 00 00 00 00 | 08 07 06 05 04 03 02 01 |"
+             "ff ff ff ff | 5a 00 00 00 | 07 00 00 00 | 02 7f 00 00"},
+            {"plain struct in a list, big-endian", &CountersHolder_desc, &holder, 0,
+             "00 02 00 00 | 00 00 00 04 | 00 00 00 2a | 00 01 00 18 | 00 00 00 00 | 01 02 03 04 05 06 07 08 |"
+             "ff ff ff ff | 5a 00 00 00 | 00 00 00 07 | 7f 02 00 00"},
             {"the nested type alone: short headers", &InnerMutable_desc, &big.value.inner, 0,
              "00 02 00 00 | 00 00 00 04 | 00 03 00 00 | 00 01 00 08 | 00 00 00 03 68 69 00 00 | 7f 02 00 00"},
     };

@@ -72,7 +72,14 @@ const ZELCdrMember kOuter[] = {MEMBER(OuterMutable, id, &ZELCdrType_g_long),
 const ZELCdrMember kKey16[] = {MEMBER(Key16, value, &kLong4)};
 const ZELCdrMember kDuration[] = {MEMBER(DurationLike, sec, &ZELCdrType_g_long),
                                   MEMBER(DurationLike, nanosec, &ZELCdrType_g_ulong)};
-ZELCdrTypeCache g_caches[10];
+const ZELCdrMember kCounters[] = {
+        MEMBER(Counters, total, &ZELCdrType_g_longlong), MEMBER(Counters, last, &ZELCdrType_g_long),
+        MEMBER(Counters, flag, &ZELCdrType_g_octet), MEMBER(Counters, next, &ZELCdrType_g_long)};
+ZELCdrTypeCache g_caches[12];
+const ZELCdrTypeDesc kCountersDesc =
+        structDesc("Counters", sizeof(Counters), ZEL_CDR_EXTENSIBILITY_FINAL, 4, kCounters, &g_caches[10]);
+const ZELCdrMember kCountersHolder[] = {MEMBER(CountersHolder, id, &ZELCdrType_g_long),
+                                        MEMBER(CountersHolder, counters, &kCountersDesc)};
 const ZELCdrTypeDesc kKey16Desc = structDesc("Key16", sizeof(Key16), ZEL_CDR_EXTENSIBILITY_FINAL, 1, kKey16, &g_caches[0]);
 const ZELCdrTypeDesc kDurationDesc =
         structDesc("DurationLike", sizeof(DurationLike), ZEL_CDR_EXTENSIBILITY_FINAL, 2, kDuration, &g_caches[1]);
@@ -102,5 +109,8 @@ const ZELCdrTypeDesc TopicLike_desc =
 const ZELCdrTypeDesc FinalKeyed_desc =
         structDesc("FinalKeyed", sizeof(FinalKeyed), ZEL_CDR_EXTENSIBILITY_FINAL, 5, kFinalKeyed, &g_caches[8]);
 const ZELCdrTypeDesc Big_desc = structDesc("Big", sizeof(Big), ZEL_CDR_EXTENSIBILITY_MUTABLE, 3, kBig, &g_caches[9]);
+
+const ZELCdrTypeDesc CountersHolder_desc = structDesc("CountersHolder", sizeof(CountersHolder),
+                                                     ZEL_CDR_EXTENSIBILITY_MUTABLE, 2, kCountersHolder, &g_caches[11]);
 
 }  // namespace typetest

@@ -91,7 +91,20 @@ struct Big {
     InnerMutable inner;
 };
 
+// @final: long long, long, octet, long: led by its widest member, padded
+// inside; its memory is its CDR form.
+struct Counters {
+    DDS_LongLong total;
+    DDS_Long last;
+    DDS_Octet flag;
+    DDS_Long next;
+};
+struct CountersHolder {  // @mutable: long, Counters
+    DDS_Long id;
+    Counters counters;
+};
 extern const ZELCdrTypeDesc FinalAll_desc;
+extern const ZELCdrTypeDesc CountersHolder_desc;
 extern const ZELCdrTypeDesc Point_desc;
 extern const ZELCdrTypeDesc Appendable_desc;
 extern const ZELCdrTypeDesc InnerMutable_desc;
