@@ -22,7 +22,7 @@ struct DDS_WriterInstanceI {
     DDS_WriterInstanceI *next;
     DDS_WriterInstanceI *bucketNext; // the next instance of its bucket in the path's index
     uint8_t keyHash[16];
-    void *key;               // a sample of the type holding the key; NULL for a keyless type
+    uint32_t keySize;        // the key's serialized octets (with encapsulation) follow the record; 0 when keyless
     bool registered;
     DDS_Long sampleCount;    // samples of this instance in the history
     ZELNtpTime lastWrite;    // factory clock, for the offered deadline
@@ -88,7 +88,11 @@ DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, 
 // A new registered instance holding a copy of `sample`'s key; NULL (logged)
 // when out of heap or over max_instances.
 DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16],
-                                                    const void *sample, const char *context);
+                                                    const uint8_t *key, uint32_t keySize, const char *context);
+// The instance's serialized key.
+inline const uint8_t *DDS_WriterInstance_keyI(const DDS_WriterInstanceI *instance) {
+    return reinterpret_cast<const uint8_t *>(instance + 1);
+}
 // Whether the history may take one more sample of `instance` without
 // exceeding a KEEP_ALL limit.
 bool DDS_WriterHistory_hasRoomI(const DDS_DataWriterPathI *path, const DDS_WriterInstanceI *instance);

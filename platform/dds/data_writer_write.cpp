@@ -93,6 +93,19 @@ static uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, const v
     return buffer;
 }
 
+// A heap copy of the instance's serialized key; NULL (logged) on failure.
+static uint8_t *DDS_WriterInstance_copyKeyI(const DDS_WriterInstanceI *instance, uint32_t *size,
+                                            const char *context) {
+    auto *copy = static_cast<uint8_t *>(ZELOsapiHeap_allocateArray(instance->keySize, 1, "DWSB"));
+    if (copy == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "serialization buffer");
+        return nullptr;
+    }
+    std::memcpy(copy, DDS_WriterInstance_keyI(instance), instance->keySize);
+    *size = instance->keySize;
+    return copy;
+}
+
 // Finds the request's instance under the mutex. A write creates it, and so
 // does a dispose given the sample's key: readers that never saw the
 // instance still learn that it is gone. `*created` tells whether it is new.
@@ -126,8 +139,18 @@ static DDS_ReturnCode_t DDS_DataWriterPath_instanceI(DDS_DataWriterPathI *path, 
         ZELLog_printContextAndMsg(request->context, &ZEL_LOG_BAD_PARAMETER_s, "unknown instance");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    if (!DDS_WriterHistory_hasRoomI(path, nullptr) ||
-        (*instance = DDS_WriterHistory_addInstanceI(path, keyHash, request->sample, request->context)) == nullptr) {
+    if (!DDS_WriterHistory_hasRoomI(path, nullptr)) {
+        return DDS_RETCODE_OUT_OF_RESOURCES;
+    }
+    uint32_t keySize = 0;
+    uint8_t *key = path->keyed ? DDS_DataWriterPath_serializeI(path, request->sample, true, &keySize, request->context)
+                               : nullptr;
+    if (path->keyed && key == nullptr) {
+        return DDS_RETCODE_OUT_OF_RESOURCES;
+    }
+    *instance = DDS_WriterHistory_addInstanceI(path, keyHash, key, keySize, request->context);
+    ZELOsapiHeap_freeArray(key);
+    if (*instance == nullptr) {
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
     (*instance)->lastWrite = *now;
@@ -176,10 +199,11 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
         ZELLog_printContextAndMsg(request->context, &ZEL_LOG_ANY_FAILURE_s, "history full");
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
-    const void *keySource = request->sample != nullptr ? request->sample : instance->key;
     uint32_t size = 0;
-    uint8_t *data = DDS_DataWriterPath_serializeI(path, keySource, request->kind != ZEL_WIRE_SAMPLE_DATA, &size,
-                                                  request->context);
+    uint8_t *data = request->sample != nullptr
+                            ? DDS_DataWriterPath_serializeI(path, request->sample, request->kind != ZEL_WIRE_SAMPLE_DATA,
+                                                            &size, request->context)
+                            : DDS_WriterInstance_copyKeyI(instance, &size, request->context);
     if (data == nullptr) {
         if (created) {
             DDS_WriterHistory_releaseInstanceI(path, instance, true);
@@ -374,11 +398,16 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_key_value_untypedI(DDS_DataWriter 
     }
     std::lock_guard<std::mutex> guard(path->mutex);
     DDS_WriterInstanceI *instance = DDS_WriterHistory_findInstanceI(path, handle->value);
-    if (instance == nullptr || instance->key == nullptr) {
+    if (instance == nullptr || instance->keySize == 0) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, "unknown instance");
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    if (!path->plugin->copySampleFnc(key_holder, instance->key)) {
+    ZELCdrStream stream{};
+    ZELCdrStream_init(&stream, reinterpret_cast<char *>(const_cast<uint8_t *>(DDS_WriterInstance_keyI(instance))),
+                      instance->keySize, ZEL_CDR_LITTLE_ENDIAN);
+    if (path->plugin->deserializeKeyFnc == nullptr ||
+        !path->plugin->deserializeKeyFnc(path->endpointData, key_holder, &stream, DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE,
+                                         nullptr)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "key copy");
         return DDS_RETCODE_ERROR;
     }

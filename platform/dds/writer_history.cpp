@@ -58,34 +58,24 @@ DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, 
 }
 
 DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16],
-                                                    const void *sample, const char *context) {
+                                                    const uint8_t *key, uint32_t keySize, const char *context) {
     if (path->maxInstances >= 0 && path->instanceCount >= path->maxInstances) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "max_instances reached");
         return nullptr;
     }
+    // The key is kept serialized, not as a sample: dispose and unregister by
+    // handle send it as it is, get_key_value reads it back.
     auto *instance = static_cast<DDS_WriterInstanceI *>(
-            ZELOsapiHeap_allocateStructure(sizeof(DDS_WriterInstanceI), "DWIN"));
+            ZELOsapiHeap_allocateStructure(sizeof(DDS_WriterInstanceI) + keySize, "DWIN"));
     if (instance == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "instance");
         return nullptr;
     }
     std::memset(instance, 0, sizeof(*instance));
     std::memcpy(instance->keyHash, keyHash, 16);
-    if (path->keyed) {
-        // The whole sample is kept: get_key_value hands its key members back.
-        const PRESTypePlugin *plugin = path->plugin;
-        instance->key = plugin->createSampleFnc != nullptr && plugin->copySampleFnc != nullptr &&
-                                        plugin->deleteSampleFnc != nullptr
-                                ? plugin->createSampleFnc()
-                                : nullptr;
-        if (instance->key == nullptr || !path->plugin->copySampleFnc(instance->key, sample)) {
-            if (instance->key != nullptr) {
-                path->plugin->deleteSampleFnc(instance->key);
-            }
-            ZELOsapiHeap_freeStructure(instance);
-            ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "instance key");
-            return nullptr;
-        }
+    instance->keySize = keySize;
+    if (keySize != 0) {
+        std::memcpy(instance + 1, key, keySize);
     }
     instance->registered = true;
     instance->next = path->instances;
@@ -180,9 +170,6 @@ void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterIns
         }
     }
     --path->instanceCount;
-    if (instance->key != nullptr) {
-        path->plugin->deleteSampleFnc(instance->key);
-    }
     ZELOsapiHeap_freeStructure(instance);
 }
 
