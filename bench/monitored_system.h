@@ -5,6 +5,8 @@
 // then runs them), or not at all.
 #pragma once
 
+#include <time.h>
+
 #include <string>
 #include <vector>
 
@@ -32,6 +34,14 @@ struct MonitoredSystem {
 
 // The participant in `domain` with its `properties`, then `count` topics,
 // writers and readers. `ok` tells whether all of it could be made.
+// The CPU time of the calling thread, in seconds: what the benchmarked work
+// costs, whatever else the machine runs meanwhile.
+inline double threadCpuSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
 inline MonitoredSystem MonitoredSystem_create(int domain, long count,
                                               const std::vector<std::pair<std::string, std::string>> &properties) {
     MonitoredSystem system;

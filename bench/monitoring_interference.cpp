@@ -11,9 +11,8 @@
 #include <cstdio>
 #include <thread>
 
-#include <time.h>
-
 #include "monitored_system.h"
+#include "ratio_lines.h"
 
 namespace {
 
@@ -81,6 +80,12 @@ void BM_WriterCreateDeleteDuringPeriods(benchmark::State &state) {
         stop.store(true);
         walker.join();
         state.counters["longest_us"] = longest;
+        if (walking) {
+            zelbench::addRatioLine(("ratio longest writer create+delete while periods walk " + std::to_string(count) +
+                                    " writers + readers: %.1f ms")
+                                           .c_str(),
+                                   longest / 1000.0);
+        }
         state.counters["mean_us"] = operations > 0 ? total / static_cast<double>(operations) : 0.0;
         state.counters["periods"] = static_cast<double>(periods.load());
     }
@@ -92,27 +97,19 @@ BENCHMARK(BM_WriterCreateDeleteDuringPeriods)
         ->Iterations(100)
         ->Unit(benchmark::kMillisecond);
 
-// The CPU time of the calling thread, in seconds: what the application's
-// own writes cost, whatever else the machine runs meanwhile.
-double threadCpuSeconds() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 // Writes `count` samples round robin over the system's writers; the CPU
 // seconds they took.
 double writeSamples(zelbench::MonitoredSystem &system, long count) {
     zel_dds_monitoring_TopicEntityStatistics sample{};
     zel_dds_monitoring_TopicEntityStatistics_initialize(&sample);
-    const double start = threadCpuSeconds();
+    const double start = zelbench::threadCpuSeconds();
     for (long written = 0; written < count; ++written) {
         sample.topic_key.value[0] = static_cast<DDS_Long>(written);
         auto *writer = zel_dds_monitoring_TopicEntityStatisticsDataWriter_narrow(
                 system.writers[static_cast<size_t>(written) % system.writers.size()]);
         zel_dds_monitoring_TopicEntityStatisticsDataWriter_write(writer, &sample, &DDS_HANDLE_NIL);
     }
-    const double spent = threadCpuSeconds() - start;
+    const double spent = zelbench::threadCpuSeconds() - start;
     zel_dds_monitoring_TopicEntityStatistics_finalize(&sample);
     return spent;
 }
@@ -140,6 +137,10 @@ void BM_WriteThroughputMonitoredOverPlain(benchmark::State &state) {
         state.counters["plain_writes_per_cpu_s"] = writes / plainSeconds;
         state.counters["monitored_writes_per_cpu_s"] = writes / monitoredSeconds;
         state.counters["ratio"] = plainSeconds / monitoredSeconds;
+        zelbench::addRatioLine(("ratio write throughput monitored/plain at " + std::to_string(count) +
+                                " writers + readers (1 = no cost): %.3f")
+                                       .c_str(),
+                               plainSeconds / monitoredSeconds);
     }
     zelbench::MonitoredSystem_delete(monitored);
     zelbench::MonitoredSystem_delete(plain);
@@ -149,4 +150,4 @@ BENCHMARK(BM_WriteThroughputMonitoredOverPlain)->Arg(100)->Arg(1000)->Iterations
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) { return zelbench::runAndPrintRatios(argc, argv); }

@@ -4,10 +4,18 @@
 // entity once a period has published every entity's statistics.
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
+#include <map>
+
 #include "monitored_system.h"
+#include "ratio_lines.h"
 #include "vurncore/heap.h"
 
 namespace {
+
+// Per N: CPU seconds of one period per writer or reader, heap octets kept per one.
+std::map<long, double> g_perEntitySeconds;
+std::map<long, double> g_heapPerEntity;
 
 // One period: every topic, writer, reader, match and the participant.
 void BM_StatisticsPeriod(benchmark::State &state) {
@@ -27,13 +35,18 @@ void BM_StatisticsPeriod(benchmark::State &state) {
     ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(system.object);
     const size_t after = ZELOsapiHeap_getLiveByteCount();
 
+    const double cpuBefore = zelbench::threadCpuSeconds();
     for (auto _ : state) {
         benchmark::DoNotOptimize(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(system.object));
     }
     const double entities = 2.0 * static_cast<double>(count);
+    const double perEntity =
+            (zelbench::threadCpuSeconds() - cpuBefore) / static_cast<double>(state.iterations()) / entities;
     state.counters["per_entity"] =
             benchmark::Counter(entities, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
     state.counters["heap_bytes_per_entity"] = static_cast<double>(after - before) / entities;
+    g_perEntitySeconds[count] = perEntity;
+    g_heapPerEntity[count] = static_cast<double>(after - before) / entities;
     zelbench::MonitoredSystem_delete(system);
     DDS_DomainParticipantFactory_finalize_instance();
 }
@@ -41,4 +54,17 @@ BENCHMARK(BM_StatisticsPeriod)->Arg(10)->Arg(100)->Arg(1000)->Arg(10000)->Unit(b
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    const int result = zelbench::runAndPrintRatios(argc, argv);
+    const char *wire = std::getenv("ZEL_WIRE");
+    std::printf("ratio wire: %s\n", wire != nullptr ? wire : "default");
+    for (const auto &[count, seconds] : g_perEntitySeconds) {
+        std::printf("ratio period CPU per entity at %ld writers + %ld readers: %.2f us, heap kept %.0f octets\n",
+                    count, count, seconds * 1e6, g_heapPerEntity[count]);
+    }
+    if (g_perEntitySeconds.count(100) != 0 && g_perEntitySeconds.count(10000) != 0) {
+        std::printf("ratio period CPU per entity 10000/100 (1 = flat): %.2f\n",
+                    g_perEntitySeconds[10000] / g_perEntitySeconds[100]);
+    }
+    return result;
+}
