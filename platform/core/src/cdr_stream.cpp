@@ -176,6 +176,16 @@ bool writeShortHeaderI(ZELCdrStream *self, uint16_t rawId, uint16_t length) {
     return true;
 }
 
+// Whether a value laid out as its CDR form can be moved in one go here:
+// see ZELCdrStream_serializeInPlace. `*padding` is what comes before it.
+bool inPlaceFitsI(const ZELCdrStream *self, uint32_t size, uint32_t alignment, ZELBoolean pad, uint32_t *padding) {
+    if (!streamIsHostOrder(self) || !isPrimitiveSize(alignment)) {
+        return false;
+    }
+    *padding = paddingI(self, alignment);
+    return (*padding == 0 || pad) && static_cast<uint64_t>(*padding) + size <= remainderI(self);
+}
+
 }  // namespace
 
 extern "C" {
@@ -290,11 +300,8 @@ ZELBoolean ZELCdrStream_skipPrimitive(ZELCdrStream *self, uint32_t size) {
 
 ZELBoolean ZELCdrStream_serializeInPlace(ZELCdrStream *self, const void *value, uint32_t size, uint32_t alignment,
                                          ZELBoolean pad) {
-    if (!streamIsHostOrder(self) || !isPrimitiveSize(alignment)) {
-        return ZEL_FALSE;
-    }
-    const uint32_t padding = paddingI(self, alignment);
-    if ((padding != 0 && !pad) || static_cast<uint64_t>(padding) + size > remainderI(self)) {
+    uint32_t padding = 0;
+    if (!inPlaceFitsI(self, size, alignment, pad, &padding)) {
         return ZEL_FALSE;
     }
     std::memset(self->currentPosition, 0, padding);
@@ -305,11 +312,8 @@ ZELBoolean ZELCdrStream_serializeInPlace(ZELCdrStream *self, const void *value, 
 
 ZELBoolean ZELCdrStream_deserializeInPlace(ZELCdrStream *self, void *value, uint32_t size, uint32_t alignment,
                                            ZELBoolean pad) {
-    if (!streamIsHostOrder(self) || !isPrimitiveSize(alignment)) {
-        return ZEL_FALSE;
-    }
-    const uint32_t padding = paddingI(self, alignment);
-    if ((padding != 0 && !pad) || static_cast<uint64_t>(padding) + size > remainderI(self)) {
+    uint32_t padding = 0;
+    if (!inPlaceFitsI(self, size, alignment, pad, &padding)) {
         return ZEL_FALSE;
     }
     std::memcpy(value, self->currentPosition + padding, size);
