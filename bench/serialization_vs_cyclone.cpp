@@ -183,13 +183,16 @@ BENCHMARK_CAPTURE(BM_CycloneDeserialize, writer_description, &kWriterDescription
 BENCHMARK_CAPTURE(BM_CycloneCheckDeserialize, writer_description, &kWriterDescriptionPair);
 BENCHMARK_CAPTURE(BM_Memcpy, writer_description, &kWriterDescriptionPair);
 
-// The console output, and each benchmark's CPU seconds per sample, the
-// fastest of its repetitions.
-class RecordingReporter : public benchmark::ConsoleReporter {
+// The usual output, as --benchmark_format asks, and each benchmark's CPU
+// seconds per sample, the fastest of its repetitions.
+class RecordingReporter : public benchmark::BenchmarkReporter {
 public:
+    bool ReportContext(const Context &context) override { return display_->ReportContext(context); }
+    void Finalize() override { display_->Finalize(); }
+
     void ReportRuns(const std::vector<Run> &runs) override
     {
-        ConsoleReporter::ReportRuns(runs);
+        display_->ReportRuns(runs);
         for (const Run &run : runs) {
             if (run.run_type != Run::RT_Iteration || run.error_occurred) {
                 continue;
@@ -215,6 +218,7 @@ public:
     }
 
 private:
+    BenchmarkReporter *display_ = benchmark::CreateDefaultDisplayReporter();  // the library's to keep
     std::map<std::string, double> seconds_;
 };
 
@@ -239,8 +243,11 @@ void ratiosPrint(const RecordingReporter &reporter)
         std::string suffix = std::string("/") + pair->name;
         std::replace(suffix.begin(), suffix.end(), ' ', '_');
         for (const Line &line : kLines) {
-            std::printf("ratio %s %s %s: %.3g (above 1: ours is faster)\n", line.operation, pair->name, line.against,
-                        reporter.ratioGet(line.ours + suffix, line.reference + suffix));
+            const double ratio = reporter.ratioGet(line.ours + suffix, line.reference + suffix);
+            if (ratio > 0) {  // both ran
+                std::printf("ratio %s %s %s: %.3g (above 1: ours is faster)\n", line.operation, pair->name,
+                            line.against, ratio);
+            }
         }
     }
 }
