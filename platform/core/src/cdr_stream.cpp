@@ -49,7 +49,9 @@ bool moveToAlignmentI(ZELCdrStream *self, uint32_t alignment, bool zero) {
         return false;
     }
     if (zero) {
-        std::memset(self->currentPosition, 0, padding);
+        for (uint32_t i = 0; i < padding; ++i) {  // at most 7: no library call
+            self->currentPosition[i] = 0;
+        }
     }
     self->currentPosition += padding;
     return true;
@@ -89,8 +91,32 @@ void copyValuesI(char *to, const char *from, uint32_t count, uint32_t size, bool
     }
 }
 
+// One value of 1, 2, 4 or 8 octets: each size a fixed-size move that
+// compiles to a load and a store, not a library call.
+template <class T>
+void copyOneI(char *to, const char *from, bool sameOrder) {
+    T value;
+    std::memcpy(&value, from, sizeof(T));
+    if (!sameOrder) {
+        value = byteSwapI(value);
+    }
+    std::memcpy(to, &value, sizeof(T));
+}
+
 void copyValueI(char *to, const char *from, uint32_t size, bool sameOrder) {
-    copyValuesI(to, from, 1, size, sameOrder);
+    switch (size) {
+    case 1:
+        *to = *from;
+        return;
+    case 2:
+        copyOneI<uint16_t>(to, from, sameOrder);
+        return;
+    case 4:
+        copyOneI<uint32_t>(to, from, sameOrder);
+        return;
+    default:
+        copyOneI<uint64_t>(to, from, sameOrder);
+    }
 }
 
 // Writes or reads a value at the position without alignment (the caller
