@@ -20,6 +20,9 @@ void DDS_DataWriterPath_initializeI(DDS_DataWriterPathI *path, DDS_DataWriter *w
 }
 
 void DDS_DataWriterPath_clearI(DDS_DataWriterPathI *path) {
+    ZELOsapiHeap_freeArray(path->scratch);
+    path->scratch = nullptr;
+    path->scratchSize = 0;
     DDS_WriterHistory_clearI(path);
     while (path->matches != nullptr) {
         DDS_WriterMatchI *match = path->matches;

@@ -80,13 +80,20 @@ struct DDS_DataWriterPathI {
     DDS_OfferedDeadlineMissedStatus deadlineMissed; // [mutex]
     DDS_OfferedIncompatibleQosStatus incompatible;  // [mutex]; its policies stay empty
     DDS_Long incompatiblePolicyCounts[DDS_WRITER_POLICY_COUNT_I]; // [mutex] by policy id
+    // [mutex] Where samples are serialized: kept from write to write up to
+    // DDS_WRITER_SCRATCH_KEPT_MAX_I octets, so that a write needs neither
+    // a sizing pass nor an allocation once it has grown.
+    uint8_t *scratch;
+    uint32_t scratchSize;                   // [mutex]
 };
+
+constexpr uint32_t DDS_WRITER_SCRATCH_KEPT_MAX_I = 64u * 1024u;
 
 // ---- history (writer_history.cpp); all under the path's mutex ----
 // The instance of `keyHash`, or NULL.
 DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16]);
-// A new registered instance holding a copy of `sample`'s key; NULL (logged)
-// when out of heap or over max_instances.
+// A new registered instance holding a copy of `key`, the serialized key;
+// NULL (logged) when out of heap or over max_instances.
 DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16],
                                                     const uint8_t *key, uint32_t keySize, const char *context);
 // The instance's serialized key.

@@ -1,5 +1,6 @@
 // Writing samples and changing instances: serialization through the type
 // plug-in, instance bookkeeping, the history and the wire.
+#include <climits>
 #include <cstring>
 
 #include "data_writer_private.h"
@@ -61,10 +62,15 @@ static bool DDS_DataWriterPath_keyHashI(DDS_DataWriterPathI *path, const void *s
     return true;
 }
 
-// Serializes the sample (or only its key) with its encapsulation into a
-// new heap buffer; NULL (logged) on failure.
-static uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, const void *sample, bool keyOnly,
-                                              uint32_t *size, const char *context) {
+// Serializes the sample (or only its key) with its encapsulation into the
+// path's scratch buffer. The buffer grows to the type's largest sample when
+// the path keeps that much, so that later writes skip the sizing pass; a
+// sample larger than what the path keeps gets a buffer of its own in
+// `*owned`, for the caller to free. NULL (logged) on failure. Under the
+// mutex.
+static const uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, const void *sample, bool keyOnly,
+                                                    uint32_t *size, uint8_t **owned, const char *context) {
+    *owned = nullptr;
     const PRESTypePlugin *plugin = path->plugin;
     const uint16_t encapsulation = ZEL_CDR_ENCAPSULATION_ID_CDR_LE;
     const PRESTypePluginSerializeFunction serialize = keyOnly ? plugin->serializeKeyFnc : plugin->serializeFnc;
@@ -73,37 +79,43 @@ static uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, const v
         ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "type plug-in cannot serialize");
         return nullptr;
     }
-    const unsigned int bound =
-            keyOnly ? plugin->serializedKeyMaxSizeFnc(path->endpointData, DDS_BOOLEAN_TRUE, encapsulation, 0)
-                    : plugin->serializedSampleSizeFnc(path->endpointData, DDS_BOOLEAN_TRUE, encapsulation, 0, sample);
-    auto *buffer = static_cast<uint8_t *>(ZELOsapiHeap_allocateArray(bound, 1, "DWSB"));
-    if (buffer == nullptr) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "serialization buffer");
-        return nullptr;
+    const auto sizeFunction = keyOnly ? plugin->serializedKeyMaxSizeFnc : plugin->serializedSampleMaxSizeFnc;
+    const unsigned int largest =
+            sizeFunction != nullptr ? sizeFunction(path->endpointData, DDS_BOOLEAN_TRUE, encapsulation, 0) : UINT_MAX;
+    // What this sample needs: the type's largest while the buffer holds that
+    // much, else measured.
+    unsigned int bound = largest;
+    if (bound > path->scratchSize && !keyOnly) {
+        bound = plugin->serializedSampleSizeFnc(path->endpointData, DDS_BOOLEAN_TRUE, encapsulation, 0, sample);
+    }
+    uint8_t *buffer = path->scratch;
+    uint32_t length = path->scratchSize;
+    if (bound > path->scratchSize) {
+        length = largest <= DDS_WRITER_SCRATCH_KEPT_MAX_I ? largest : bound;
+        buffer = static_cast<uint8_t *>(ZELOsapiHeap_allocateArray(length, 1, "DWSB"));
+        if (buffer == nullptr) {
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "serialization buffer");
+            return nullptr;
+        }
+        if (length <= DDS_WRITER_SCRATCH_KEPT_MAX_I) {
+            ZELOsapiHeap_freeArray(path->scratch);
+            path->scratch = buffer;
+            path->scratchSize = length;
+        } else {
+            *owned = buffer;
+        }
     }
     ZELCdrStream stream{};
-    ZELCdrStream_init(&stream, reinterpret_cast<char *>(buffer), bound, ZEL_CDR_LITTLE_ENDIAN);
+    ZELCdrStream_init(&stream, reinterpret_cast<char *>(buffer), length, ZEL_CDR_LITTLE_ENDIAN);
     if (!serialize(path->endpointData, sample, &stream, DDS_BOOLEAN_TRUE, encapsulation, DDS_BOOLEAN_TRUE,
                    nullptr)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "serialization");
-        ZELOsapiHeap_freeArray(buffer);
+        ZELOsapiHeap_freeArray(*owned);
+        *owned = nullptr;
         return nullptr;
     }
     *size = ZELCdrStream_getCurrentPositionOffset(&stream);
     return buffer;
-}
-
-// A heap copy of the instance's serialized key; NULL (logged) on failure.
-static uint8_t *DDS_WriterInstance_copyKeyI(const DDS_WriterInstanceI *instance, uint32_t *size,
-                                            const char *context) {
-    auto *copy = static_cast<uint8_t *>(ZELOsapiHeap_allocateArray(instance->keySize, 1, "DWSB"));
-    if (copy == nullptr) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "serialization buffer");
-        return nullptr;
-    }
-    std::memcpy(copy, DDS_WriterInstance_keyI(instance), instance->keySize);
-    *size = instance->keySize;
-    return copy;
 }
 
 // Finds the request's instance under the mutex. A write creates it, and so
@@ -143,13 +155,15 @@ static DDS_ReturnCode_t DDS_DataWriterPath_instanceI(DDS_DataWriterPathI *path, 
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
     uint32_t keySize = 0;
-    uint8_t *key = path->keyed ? DDS_DataWriterPath_serializeI(path, request->sample, true, &keySize, request->context)
-                               : nullptr;
+    uint8_t *owned = nullptr;
+    const uint8_t *key =
+            path->keyed ? DDS_DataWriterPath_serializeI(path, request->sample, true, &keySize, &owned, request->context)
+                        : nullptr;
     if (path->keyed && key == nullptr) {
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
     *instance = DDS_WriterHistory_addInstanceI(path, keyHash, key, keySize, request->context);
-    ZELOsapiHeap_freeArray(key);
+    ZELOsapiHeap_freeArray(owned);
     if (*instance == nullptr) {
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
@@ -199,11 +213,14 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
         ZELLog_printContextAndMsg(request->context, &ZEL_LOG_ANY_FAILURE_s, "history full");
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
-    uint32_t size = 0;
-    uint8_t *data = request->sample != nullptr
-                            ? DDS_DataWriterPath_serializeI(path, request->sample, request->kind != ZEL_WIRE_SAMPLE_DATA,
-                                                            &size, request->context)
-                            : DDS_WriterInstance_copyKeyI(instance, &size, request->context);
+    // Without a sample (dispose or unregister by handle) the kept key is sent.
+    uint32_t size = instance->keySize;
+    uint8_t *owned = nullptr;
+    const uint8_t *data = request->sample != nullptr
+                                  ? DDS_DataWriterPath_serializeI(path, request->sample,
+                                                                  request->kind != ZEL_WIRE_SAMPLE_DATA, &size, &owned,
+                                                                  request->context)
+                                  : DDS_WriterInstance_keyI(instance);
     if (data == nullptr) {
         if (created) {
             DDS_WriterHistory_releaseInstanceI(path, instance, true);
@@ -221,7 +238,7 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
     sample.lifespan = path->lifespan;
     if (!wire->ops->write(path->wireWriter, &sample)) {
         ZELLog_printContextAndMsg(request->context, &ZEL_LOG_ANY_FAILURE_s, "wire write");
-        ZELOsapiHeap_freeArray(data);
+        ZELOsapiHeap_freeArray(owned);
         if (created) {
             DDS_WriterHistory_releaseInstanceI(path, instance, true);
         }
@@ -243,13 +260,13 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
     path->livelinessLost = false;
     if (request->kind == ZEL_WIRE_SAMPLE_UNREGISTER) {
         // Readers know the writer left the instance: nothing of it stays.
+        ZELOsapiHeap_freeArray(owned);
         DDS_WriterHistory_releaseInstanceI(path, instance, true);
-        ZELOsapiHeap_freeArray(data);
         return DDS_RETCODE_OK;
     }
     // Delivered already; only late joiners miss it when the history cannot keep it.
     const bool kept = DDS_WriterHistory_keepI(path, instance, &sample, &now, request->context);
-    ZELOsapiHeap_freeArray(data);
+    ZELOsapiHeap_freeArray(owned);
     return kept ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
