@@ -9,35 +9,50 @@
 #include "data_endpoint_private.h"
 
 // Fills a protocol status from the counters the wire knows; `base` is what
-// was counted at the last reset, moved to `current` when `reset`.
-// Heartbeats, ACKs, NACKs and GAPs, a writer's pulled (repair) samples and
-// send window, a reader's samples committed out of order and the
-// sequence-number marks are not observable on the in-process wire: they
-// stay 0.
+// was counted at the last reset, moved to `current` when `reset`. A figure
+// that the wire's `capabilities` do not cover is not available and stays 0,
+// whatever the wire's counters hold; so do those that no wire supplies
+// (heartbeats, ACKs, NACKs, GAPs, a writer's pulled sample count and send
+// window, a reader's uncommitted samples and the sequence-number marks).
 template <typename Status>
-void DDS_ProtocolStatus_fillI(Status *status, const ZELWireCounters *current, ZELWireCounters *base, bool reset) {
+void DDS_ProtocolStatus_fillI(Status *status, uint32_t capabilities, const ZELWireCounters *current,
+                              ZELWireCounters *base, bool reset) {
     std::memset(status, 0, sizeof(*status));
+    const auto supplies = [&](uint32_t capability) { return (capabilities & capability) != 0; };
+    const auto fill = [&](auto *total, auto *change, int64_t ZELWireCounters::*field, bool supplied) {
+        if (supplied) {
+            *total = current->*field;
+            *change = current->*field - base->*field;
+        }
+    };
+    const bool samples = supplies(ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS);
+    bool outcomes = false;
     if constexpr (requires { status->pushed_sample_count; }) {
-        status->pushed_sample_count = current->sampleCount;
-        status->pushed_sample_count_change = current->sampleCount - base->sampleCount;
-        status->pushed_sample_bytes = current->sampleBytes;
-        status->pushed_sample_bytes_change = current->sampleBytes - base->sampleBytes;
+        fill(&status->pushed_sample_count, &status->pushed_sample_count_change, &ZELWireCounters::sampleCount,
+             samples);
+        fill(&status->pushed_sample_bytes, &status->pushed_sample_bytes_change, &ZELWireCounters::sampleBytes,
+             samples);
+        fill(&status->pulled_sample_bytes, &status->pulled_sample_bytes_change, &ZELWireCounters::pulledSampleBytes,
+             supplies(ZEL_WIRE_SUPPLIES_PULLED_BYTES));
+        outcomes = supplies(ZEL_WIRE_SUPPLIES_WRITER_OUTCOMES);
     } else {
-        status->received_sample_count = current->sampleCount;
-        status->received_sample_count_change = current->sampleCount - base->sampleCount;
-        status->received_sample_bytes = current->sampleBytes;
-        status->received_sample_bytes_change = current->sampleBytes - base->sampleBytes;
-        status->duplicate_sample_count = current->duplicateSampleCount;
-        status->duplicate_sample_count_change = current->duplicateSampleCount - base->duplicateSampleCount;
-        status->duplicate_sample_bytes = current->duplicateSampleBytes;
-        status->duplicate_sample_bytes_change = current->duplicateSampleBytes - base->duplicateSampleBytes;
+        fill(&status->received_sample_count, &status->received_sample_count_change, &ZELWireCounters::sampleCount,
+             samples);
+        fill(&status->received_sample_bytes, &status->received_sample_bytes_change, &ZELWireCounters::sampleBytes,
+             samples);
+        const bool duplicates = supplies(ZEL_WIRE_SUPPLIES_SEQUENCE_NUMBERS);
+        fill(&status->duplicate_sample_count, &status->duplicate_sample_count_change,
+             &ZELWireCounters::duplicateSampleCount, duplicates);
+        fill(&status->duplicate_sample_bytes, &status->duplicate_sample_bytes_change,
+             &ZELWireCounters::duplicateSampleBytes, duplicates);
+        outcomes = supplies(ZEL_WIRE_SUPPLIES_READER_OUTCOMES);
     }
-    status->filtered_sample_count = current->filteredSampleCount;
-    status->filtered_sample_count_change = current->filteredSampleCount - base->filteredSampleCount;
-    status->filtered_sample_bytes = current->filteredSampleBytes;
-    status->filtered_sample_bytes_change = current->filteredSampleBytes - base->filteredSampleBytes;
-    status->rejected_sample_count = current->rejectedSampleCount;
-    status->rejected_sample_count_change = current->rejectedSampleCount - base->rejectedSampleCount;
+    fill(&status->filtered_sample_count, &status->filtered_sample_count_change,
+         &ZELWireCounters::filteredSampleCount, outcomes);
+    fill(&status->filtered_sample_bytes, &status->filtered_sample_bytes_change,
+         &ZELWireCounters::filteredSampleBytes, outcomes);
+    fill(&status->rejected_sample_count, &status->rejected_sample_count_change,
+         &ZELWireCounters::rejectedSampleCount, outcomes);
     if (reset) {
         *base = *current;
     }
@@ -136,9 +151,11 @@ template <typename Endpoint, typename Status>
 DDS_ReturnCode_t DDS_Endpoint_getProtocolStatusI(Endpoint *self, Status *status, DDS_Boolean reset,
                                                  const char *context) {
     return DDS_Endpoint_withStatusI(self, status, context, [&](auto *path) {
+        const ZELWireOps *ops = DDS_Entity_getWireI(&self->entity)->ops;
         ZELWireCounters counters{};
-        DDS_EndpointPath_countersI<Endpoint>(DDS_Entity_getWireI(&self->entity)->ops, path, &counters);
-        DDS_ProtocolStatus_fillI(status, &counters, &path->protocolBase, reset != DDS_BOOLEAN_FALSE);
+        DDS_EndpointPath_countersI<Endpoint>(ops, path, &counters);
+        DDS_ProtocolStatus_fillI(status, ops->capabilities, &counters, &path->protocolBase,
+                                 reset != DDS_BOOLEAN_FALSE);
         return DDS_RETCODE_OK;
     });
 }
@@ -160,7 +177,8 @@ DDS_ReturnCode_t DDS_Endpoint_getMatchProtocolStatusI(Endpoint *self, Status *st
             ZELWireCounters counters{};
             if (DDS_InstanceHandle_equalsI(&handle, remoteHandle) &&
                 DDS_EndpointPath_matchCountersI<Endpoint>(ops, path, &match->guid, &counters)) {
-                DDS_ProtocolStatus_fillI(status, &counters, &match->base, reset != DDS_BOOLEAN_FALSE);
+                DDS_ProtocolStatus_fillI(status, ops->capabilities, &counters, &match->base,
+                                         reset != DDS_BOOLEAN_FALSE);
                 return DDS_RETCODE_OK;
             }
         }

@@ -67,6 +67,7 @@ void DDS_ProtocolStatus_addI(ZELWireCounters *sum, const ZELWireCounters *counte
     sum->filteredSampleCount += counters->filteredSampleCount;
     sum->filteredSampleBytes += counters->filteredSampleBytes;
     sum->rejectedSampleCount += counters->rejectedSampleCount;
+    sum->pulledSampleBytes += counters->pulledSampleBytes;
 }
 }  // namespace
 
@@ -199,7 +200,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_datawriter_pr
             ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, "unknown locator");
             return DDS_RETCODE_BAD_PARAMETER;
         }
-        DDS_ProtocolStatus_fillI(status, &sum, &baseSum, false);
+        DDS_ProtocolStatus_fillI(status, ops->capabilities, &sum, &baseSum, false);
         return DDS_RETCODE_OK;
     });
 }

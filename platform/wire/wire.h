@@ -68,7 +68,7 @@ struct ZELWireEndpointParams {
 };
 
 // A match as the local endpoint sees it. For a writer the locators are the
-// reader's; a reader is given none. The remote QoS tells a reader how long
+// reader's, on a wire that supplies them; a reader is given none. The remote QoS tells a reader how long
 // a writer's liveliness lasts without samples.
 struct ZELWireMatchInfo {
     struct ZELWireGuid remoteGuid;
@@ -118,8 +118,10 @@ enum ZELWireDeliveryResult {
 
 // Cumulative traffic, for a writer (everything it pushed), a reader
 // (everything it received) or one matched pair. Every delivery counts in
-// `sampleCount` and `sampleBytes`; those that the reader did not accept
-// count again under their outcome.
+// `sampleCount` and `sampleBytes` (a writer counts a sample once for each
+// reader it went to; bytes are the serialized octets, RTPS headers not
+// included); those that the reader did not accept count again under their
+// outcome. A figure the wire does not supply (see the capabilities) is 0.
 struct ZELWireCounters {
     int64_t sampleCount;
     int64_t sampleBytes;
@@ -128,7 +130,36 @@ struct ZELWireCounters {
     int64_t filteredSampleCount;
     int64_t filteredSampleBytes;
     int64_t rejectedSampleCount;
+    // A writer's octets sent again on its readers' request (repairs); for
+    // the writer as a whole, 0 in a match's counters.
+    int64_t pulledSampleBytes;
 };
+
+// What a wire supplies, as a bit set in its table's `capabilities`. A
+// figure whose bit is clear is not available on that wire: the DDS layer
+// reports it as 0 and never estimates it, as it does for the figures that
+// no wire supplies (heartbeats, ACKs, NACKs, GAPs and their octets, pulled
+// sample counts, send windows, uncommitted samples and the sequence-number
+// marks of the protocol statuses). The statuses are plain numbers, so 0
+// stands for both "none" and "not available"; which one it is on each wire
+// is documented with the wire.
+// - Samples and bytes pushed by writers and received by readers, in total
+//   and per match.
+#define ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS 0x01u
+// - A reader's filtered and rejected samples: the outcomes of its own
+//   deliveries, in total and per match.
+#define ZEL_WIRE_SUPPLIES_READER_OUTCOMES 0x02u
+// - The same outcomes as the writer sees them: only a wire that reaches
+//   the remote reader's decision can count them for the writer.
+#define ZEL_WIRE_SUPPLIES_WRITER_OUTCOMES 0x04u
+// - The writer's sequence number of every received sample, and with it a
+//   reader's duplicate counts; without it the sample's sequence number is
+//   ZEL_WIRE_SEQUENCE_NUMBER_UNKNOWN.
+#define ZEL_WIRE_SUPPLIES_SEQUENCE_NUMBERS 0x08u
+// - A writer's pulled (repair) octets.
+#define ZEL_WIRE_SUPPLIES_PULLED_BYTES 0x10u
+// - The locators of a writer's matched readers (ZELWireMatchInfo).
+#define ZEL_WIRE_SUPPLIES_MATCH_LOCATORS 0x20u
 
 // What discovery reports of an entity of the domain. A participant's GUID
 // is its prefix followed by ZEL_WIRE_ENTITY_ID_PARTICIPANT; it has no topic,
@@ -195,6 +226,7 @@ struct ZELWireReaderListener {
 // failure, having logged why and changed nothing.
 struct ZELWireOps {
     const char *name;
+    uint32_t capabilities;  // ZEL_WIRE_SUPPLIES_* bits
     struct ZELWire *(*create)(void);
     // Refused while participants remain.
     ZELBoolean (*destroy)(struct ZELWire *wire);

@@ -161,6 +161,84 @@ TEST_P(WireContractTest, AnIncompatiblePairNamesThePolicyOnBothSides) {
     ops_->deleteReader(readerHandle);
 }
 
+// Each reader's decision counts for the reader and its match; the writer
+// counts a sample once per reader it went to, and hears of the readers'
+// decisions only on a wire that says it does. What a wire does not supply
+// (sequence numbers, locators) it does not make up.
+TEST_P(WireContractTest, CountersFollowEachReadersDecisionAndTheWiresCapabilities) {
+    struct Case {
+        ZELWireDeliveryResult answer;
+        int64_t filtered;  // per reader, of the three samples
+        int64_t rejected;
+    };
+    const Case cases[] = {{ZEL_WIRE_DELIVERY_ACCEPTED, 0, 0},
+                          {ZEL_WIRE_DELIVERY_FILTERED, 3, 0},
+                          {ZEL_WIRE_DELIVERY_REJECTED, 0, 3}};
+    const bool writerOutcomes = (ops_->capabilities & ZEL_WIRE_SUPPLIES_WRITER_OUTCOMES) != 0;
+    const bool sequenceNumbers = (ops_->capabilities & ZEL_WIRE_SUPPLIES_SEQUENCE_NUMBERS) != 0;
+    const bool locators = (ops_->capabilities & ZEL_WIRE_SUPPLIES_MATCH_LOCATORS) != 0;
+    ASSERT_NE(ops_->capabilities & ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS, 0u);
+    ZELWireParticipant *a = participant(0);
+    ZELWireParticipant *b = participant(0);
+    const std::vector<uint8_t> data = {0, 1, 0, 0, 1, 2, 3, 4};
+    uint32_t next = 1;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.answer);
+        const uint32_t writerId = next++;
+        Recorder w, r[2];
+        ZELWireReader *readers[2] = {};
+        for (int i = 0; i < 2; ++i) {
+            r[i].answer = c.answer;
+            readers[i] = reader(b, next++, &r[i]);
+        }
+        ZELWireWriter *writerHandle = writer(a, writerId, &w, "Square", offered());
+        ASSERT_TRUE(writerHandle != nullptr && readers[0] != nullptr && readers[1] != nullptr);
+        ASSERT_EQ(w.takeEventually(2).size(), 2u);
+        for (Recorder &side : r) {
+            ASSERT_EQ(side.takeEventually(1).size(), 1u);
+        }
+        for (int64_t n = 1; n <= 3; ++n) {
+            const ZELWireSample s = sample(3, n, data);
+            EXPECT_TRUE(ops_->write(writerHandle, &s));
+        }
+        const ZELWireGuid writerGuid = guidOf(writerId);
+        for (int i = 0; i < 2; ++i) {
+            ASSERT_EQ(r[i].takeEventually(3).size(), 3u);
+            for (int64_t n = 1; n <= 3; ++n) {
+                EXPECT_EQ(r[i].samples[static_cast<size_t>(n - 1)].sequenceNumber,
+                          sequenceNumbers ? n : ZEL_WIRE_SEQUENCE_NUMBER_UNKNOWN);
+            }
+            ZELWireCounters total{}, match{};
+            ops_->getReaderCounters(readers[i], &total);
+            ASSERT_TRUE(ops_->getReaderMatchCounters(readers[i], &writerGuid, &match));
+            for (const ZELWireCounters &counters : {total, match}) {
+                EXPECT_EQ(counters.sampleCount, 3);
+                EXPECT_EQ(counters.sampleBytes, 24);
+                EXPECT_EQ(counters.filteredSampleCount, c.filtered);
+                EXPECT_EQ(counters.filteredSampleBytes, 8 * c.filtered);
+                EXPECT_EQ(counters.rejectedSampleCount, c.rejected);
+            }
+            const ZELWireGuid readerGuid = guidOf(writerId + 1 + static_cast<uint32_t>(i));
+            ASSERT_TRUE(ops_->getWriterMatchCounters(writerHandle, &readerGuid, &match));
+            EXPECT_EQ(match.sampleCount, 3);
+            EXPECT_EQ(match.filteredSampleCount, writerOutcomes ? c.filtered : 0);
+        }
+        ZELWireCounters sent{};
+        ops_->getWriterCounters(writerHandle, &sent);
+        EXPECT_EQ(sent.sampleCount, 6);
+        EXPECT_EQ(sent.sampleBytes, 48);
+        EXPECT_EQ(sent.filteredSampleBytes, writerOutcomes ? 16 * c.filtered : 0);
+        EXPECT_EQ(sent.rejectedSampleCount, writerOutcomes ? 2 * c.rejected : 0);
+        // Nothing was lost between endpoints of one process: nothing repaired.
+        EXPECT_EQ(sent.pulledSampleBytes, 0);
+        EXPECT_EQ(w.locators.size(), locators ? 2u : 0u);
+        ops_->deleteWriter(writerHandle);
+        for (ZELWireReader *handle : readers) {
+            ops_->deleteReader(handle);
+        }
+    }
+}
+
 // Matching a new endpoint must not wait on an endpoint that another thread
 // is writing on, nor the writer on the creation.
 TEST_P(WireContractTest, EndpointsComeAndGoWhileAMatchingWriterWrites) {

@@ -182,6 +182,7 @@ void onDataAvailable(dds_entity_t reader, void *arg) {
 }
 
 void endpointFree(ZELCycloneEndpointI *endpoint) {
+    dds_delete_statistics(endpoint->statistics);
     if (endpoint->entity > 0) {
         dds_delete(endpoint->entity);
     }
@@ -215,6 +216,7 @@ ZELCycloneEndpointI *endpointCreate(ZELWireParticipant *handle, const ZELWireEnd
     endpoint->keyed = params->keyed != ZEL_FALSE;
     endpoint->participant = participant;
     endpoint->guid = params->guid;
+    endpoint->statistics = nullptr;
     endpoint->deleting = false;
     // A listener may leave out what it does not want to hear, as on the
     // in-process wire: the missing calls do nothing.
@@ -274,6 +276,14 @@ ZELCycloneEndpointI *endpointCreate(ZELWireParticipant *handle, const ZELWireEnd
         endpoint->entity = 0;
         endpointFree(endpoint);
         return nullptr;
+    }
+    if (isWriter) {
+        endpoint->statistics = dds_create_statistics(endpoint->entity);
+        if (endpoint->statistics == nullptr) {
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "statistics");
+            endpointFree(endpoint);
+            return nullptr;
+        }
     }
     {
         // Matches made before the entity was known are reported now.
@@ -445,9 +455,10 @@ ZELBoolean ZELCycloneWire_writeI(ZELWireWriter *handle, const ZELWireSample *sam
                                   result == DDS_RETCODE_TIMEOUT ? "write timed out" : dds_strretcode(result));
         return ZEL_FALSE;
     }
+    // Once for each reader it went to, as far as the matches are known.
     std::lock_guard<std::mutex> guard(endpoint->mutex);
-    countDelivery(&endpoint->counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
     for (ZELCycloneRemoteI &match : endpoint->matches) {
+        countDelivery(&endpoint->counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
         countDelivery(&match.counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
     }
     return ZEL_TRUE;
@@ -464,12 +475,25 @@ void ZELCycloneWire_replayDoneI(ZELWireWriter *, ZELWireReplay *) {}
 
 void ZELCycloneWire_getWriterCountersI(ZELWireWriter *writer, ZELWireCounters *counters) {
     auto *endpoint = reinterpret_cast<ZELCycloneEndpointI *>(writer);
-    std::lock_guard<std::mutex> guard(endpoint->mutex);
-    *counters = endpoint->counters;
+    {
+        std::lock_guard<std::mutex> guard(endpoint->mutex);
+        *counters = endpoint->counters;
+    }
+    // A refresh reads this writer's figures only, under its Cyclone lock;
+    // when it fails the values of the last one stay, so the count never
+    // goes back.
+    std::lock_guard<std::mutex> guard(endpoint->statisticsMutex);
+    dds_refresh_statistics(endpoint->statistics);
+    const dds_stat_keyvalue *rexmit = dds_lookup_statistic(endpoint->statistics, "rexmit_bytes");
+    if (rexmit != nullptr && rexmit->kind == DDS_STAT_KIND_UINT64) {
+        counters->pulledSampleBytes = static_cast<int64_t>(rexmit->u.u64);
+    }
 }
 
 void ZELCycloneWire_getReaderCountersI(ZELWireReader *reader, ZELWireCounters *counters) {
-    ZELCycloneWire_getWriterCountersI(reinterpret_cast<ZELWireWriter *>(reader), counters);
+    auto *endpoint = reinterpret_cast<ZELCycloneEndpointI *>(reader);
+    std::lock_guard<std::mutex> guard(endpoint->mutex);
+    *counters = endpoint->counters;
 }
 
 ZELBoolean ZELCycloneWire_getWriterMatchCountersI(ZELWireWriter *writer, const ZELWireGuid *reader,

@@ -26,6 +26,7 @@
 #define ZEL_CYCLONE_PRIVATE_H
 
 #include <dds/dds.h>
+#include <dds/ddsc/dds_statistics.h>
 
 #include <array>
 #include <atomic>
@@ -132,6 +133,10 @@ struct ZELCycloneEndpointI {
     std::atomic<dds_entity_t> entity;
     ZELWireWriterListener writerListener;  // the one of its kind is set
     ZELWireReaderListener readerListener;
+    // A writer's Cyclone statistics, read for its repair octets; its own
+    // lock, which no callback takes, because a refresh takes Cyclone's.
+    std::mutex statisticsMutex;
+    struct dds_statistics *statistics;      // [statisticsMutex] NULL for a reader
     std::recursive_mutex callbackMutex;     // held by every callback and by the deletion
     std::mutex mutex;                       // the fields below
     bool deleting;                          // [mutex]

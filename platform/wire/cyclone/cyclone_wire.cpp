@@ -8,6 +8,10 @@
 
 const ZELWireOps ZELCycloneWire_ops = {
         "cyclone",
+        // Readers decide in their own process and Cyclone tells neither the
+        // sequence numbers of received samples nor the locators of matched
+        // readers; its writer statistics give the repair octets.
+        ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS | ZEL_WIRE_SUPPLIES_READER_OUTCOMES | ZEL_WIRE_SUPPLIES_PULLED_BYTES,
         ZELCycloneWire_createI,
         ZELCycloneWire_destroyI,
         ZELCycloneWire_createParticipantI,

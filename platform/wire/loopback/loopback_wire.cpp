@@ -7,6 +7,12 @@
 
 const ZELWireOps ZELLoopbackWire_ops = {
         "loopback",
+        // Every delivery happens in this process, so the writer sees each
+        // reader's decision; nothing is ever repaired, so pulled octets are
+        // a true 0.
+        ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS | ZEL_WIRE_SUPPLIES_READER_OUTCOMES | ZEL_WIRE_SUPPLIES_WRITER_OUTCOMES |
+                ZEL_WIRE_SUPPLIES_SEQUENCE_NUMBERS | ZEL_WIRE_SUPPLIES_PULLED_BYTES |
+                ZEL_WIRE_SUPPLIES_MATCH_LOCATORS,
         ZELLoopbackWire_createI,
         ZELLoopbackWire_destroyI,
         ZELLoopbackWire_createParticipantI,
