@@ -12,11 +12,16 @@ const char *const kWindowNames[] = {"period", "5s", "60s"};
 EndpointRow endpointRow(const SystemModel &model, const Entity &entity, Clock::time_point now) {
     const bool writer = entity.kind == EntityKind::Writer;
     const Entity *participant = model.participantOf(entity);
+    const int64_t matched = entity.matchedCount(0);
+    // A writer's counters count each sample once per matched reader: its
+    // rates are shown as the application writes.
+    const double share = writer && matched > 1 ? 1.0 / static_cast<double>(matched) : 1.0;
     EndpointRow row{&entity,
                     participant != nullptr ? participant->name() : std::string("?"),
-                    {entity.samples.lastRate(), entity.samples.windowRate(0), entity.samples.windowRate(1)},
-                    entity.bytes.lastRate(),
-                    entity.matchedCount(0),
+                    {entity.samples.lastRate() * share, entity.samples.windowRate(0) * share,
+                     entity.samples.windowRate(1) * share},
+                    entity.bytes.lastRate() * share,
+                    matched,
                     entity.get(entity.statistics,
                                writer ? "/offered_deadline_missed_status/status/total_count"
                                       : "/requested_deadline_missed_status/status/total_count",

@@ -181,13 +181,60 @@ void onDataAvailable(dds_entity_t reader, void *arg) {
     }
 }
 
+// The participant's topic entity of the endpoint's topic and type, made by
+// its first user; false (logged) when it could not be made.
+bool topicAcquire(ZELCycloneEndpointI *endpoint, const ZELWireEndpointParams *params, const char *context) {
+    ZELCycloneParticipantI *participant = endpoint->participant;
+    try {
+        endpoint->topicKey = std::string(params->topicName) + '\n' + params->typeName + (endpoint->keyed ? "\nK" : "");
+        std::lock_guard<std::mutex> guard(participant->mutex);
+        const auto [shared, added] = participant->cycloneTopics.try_emplace(endpoint->topicKey);
+        if (!added) {
+            ++shared->second.users;
+            endpoint->topic = shared->second.topic;
+            endpoint->sertype = shared->second.sertype;
+            return true;
+        }
+        ddsi_sertype *sertype = ZELCycloneSertype_newI(params->typeName, endpoint->keyed);
+        // Cyclone owns the sertype from here on, or gives back its equal.
+        const dds_entity_t topic =
+                sertype == nullptr ? 0
+                                   : dds_create_topic_sertype(participant->participant, params->topicName, &sertype,
+                                                              nullptr, nullptr, nullptr);
+        if (topic <= 0) {
+            participant->cycloneTopics.erase(shared);
+            ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s,
+                                      sertype == nullptr ? "sertype" : dds_strretcode(topic));
+            return false;
+        }
+        shared->second = {topic, sertype, 1};
+        endpoint->topic = topic;
+        endpoint->sertype = sertype;
+        return true;
+    } catch (...) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "topic record");
+        return false;
+    }
+}
+
+// The last user of a topic entity deletes it.
+void topicRelease(ZELCycloneEndpointI *endpoint) {
+    ZELCycloneParticipantI *participant = endpoint->participant;
+    std::lock_guard<std::mutex> guard(participant->mutex);
+    const auto shared = participant->cycloneTopics.find(endpoint->topicKey);
+    if (shared != participant->cycloneTopics.end() && --shared->second.users == 0) {
+        dds_delete(shared->second.topic);
+        participant->cycloneTopics.erase(shared);
+    }
+}
+
 void endpointFree(ZELCycloneEndpointI *endpoint) {
     dds_delete_statistics(endpoint->statistics);
     if (endpoint->entity > 0) {
         dds_delete(endpoint->entity);
     }
     if (endpoint->topic > 0) {
-        dds_delete(endpoint->topic);
+        topicRelease(endpoint);
     }
     {
         // Cyclone's delete returns once no listener runs any more; taking
@@ -234,22 +281,11 @@ ZELCycloneEndpointI *endpointCreate(ZELWireParticipant *handle, const ZELWireEnd
         listener.onIncompatible = listener.onIncompatible != nullptr ? listener.onIncompatible : ignoreIncompatible;
         listener.onSample = listener.onSample != nullptr ? listener.onSample : ignoreSample;
     }
-    ddsi_sertype *sertype = ZELCycloneSertype_newI(params->typeName, endpoint->keyed);
-    if (sertype == nullptr) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "sertype");
+    endpoint->topic = 0;
+    if (!topicAcquire(endpoint, params, context)) {
         endpointFree(endpoint);
         return nullptr;
     }
-    // Cyclone owns the sertype from here on, or gives back its equal.
-    endpoint->topic = dds_create_topic_sertype(participant->participant, params->topicName, &sertype, nullptr,
-                                               nullptr, nullptr);
-    if (endpoint->topic < 0) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, dds_strretcode(endpoint->topic));
-        endpoint->topic = 0;
-        endpointFree(endpoint);
-        return nullptr;
-    }
-    endpoint->sertype = sertype;
     dds_qos_t *qos = ZELCycloneQos_fromEndpointI(params, isWriter);
     dds_listener_t *listener = dds_create_listener(endpoint);
     if (qos == nullptr || listener == nullptr) {

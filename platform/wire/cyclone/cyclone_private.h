@@ -96,6 +96,15 @@ enum ZELCycloneBuiltinI { ZEL_CYCLONE_BUILTIN_PARTICIPANT, ZEL_CYCLONE_BUILTIN_P
                           ZEL_CYCLONE_BUILTIN_SUBSCRIPTION, ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES,
                           ZEL_CYCLONE_BUILTIN_SUBSCRIPTION_CHANGES, ZEL_CYCLONE_BUILTIN_COUNT };
 
+// A Cyclone topic entity, shared by a participant's endpoints of one topic
+// name and type: Cyclone counts its entities per process (some 16,000 in
+// all), and an endpoint should cost it one entity, not two.
+struct ZELCycloneTopicI {
+    dds_entity_t topic;
+    const struct ddsi_sertype *sertype;  // Cyclone's, kept alive by `topic`
+    long users;
+};
+
 struct ZELCycloneParticipantI {
     ZELCycloneWireI *wire;
     int32_t domainId;
@@ -108,6 +117,8 @@ struct ZELCycloneParticipantI {
     // [mutex] remote endpoints by topic name, and the topic name of each
     std::unordered_map<std::string, std::vector<ZELCycloneRemoteEndpointI>> remoteEndpoints;
     std::map<std::array<unsigned char, 16>, std::string> remoteTopicNames;
+    // [mutex] by topic name, type name and keyed flag (ZELCycloneTopic_keyI)
+    std::map<std::string, ZELCycloneTopicI> cycloneTopics;
 };
 
 // A matched remote endpoint as Cyclone names it (its instance handle) and
@@ -127,7 +138,8 @@ struct ZELCycloneEndpointI {
     bool keyed;
     ZELCycloneParticipantI *participant;
     ZELWireGuid guid;
-    dds_entity_t topic;
+    dds_entity_t topic;                  // shared: see ZELCycloneTopicI
+    std::string topicKey;                // its key in the participant's cycloneTopics
     const struct ddsi_sertype *sertype;  // Cyclone's, kept alive by `topic`
     // Set by the first callback when it runs before the creation returned.
     std::atomic<dds_entity_t> entity;
