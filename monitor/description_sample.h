@@ -79,7 +79,7 @@ DDS_Boolean ZELDefaultMonitorDescription_sampleAndPublishI(ZELDefaultMonitorPart
         ~Finalizer() { Support::finalize(sample); }
     } finalizer{&sample};
 
-    auto *writer = Support::narrow(participantObject->entities->writers[kind.slot]);
+    auto *writer = Support::narrow(ZELDefaultMonitorEntitySet_writerI(participantObject->entities, kind.slot));
     if (writer == nullptr) {
         ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_ANY_FAILURE_s, "narrow");
         return DDS_BOOLEAN_FALSE;

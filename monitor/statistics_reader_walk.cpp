@@ -51,9 +51,10 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(
         ZELDefaultMonitorParticipantObject *participantObject) {
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
-    const bool withReader = set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS] != nullptr;
+    const bool withReader = ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS) != nullptr;
     const bool withMatched =
-            set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS] != nullptr;
+            ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS) !=
+            nullptr;
     const bool ok = ZELDefaultMonitorParticipantObject_walkGroupsI<ZELDefaultMonitorSubscribersI>(
             participantObject, __func__, [&](DDS_DataReader *reader) {
                 return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(participantObject, reader,

@@ -67,13 +67,6 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_publishReaderMatchedStatsI(
 
 ZEL_EXTERN_C_END
 
-// The kind's statistics writer; NULL when its topic was left out.
-inline DDS_DataWriter *ZELDefaultMonitorParticipantObject_statsWriterI(
-        const ZELDefaultMonitorParticipantObject *participantObject, int slot) {
-    const ZELDefaultMonitorEntitySet *set = participantObject->entities;
-    return set != nullptr ? set->writers[slot] : nullptr;
-}
-
 // The period every statistics sample is keyed by: the set's publish period.
 inline void ZELDefaultMonitorParticipantObject_samplePeriodI(
         const ZELDefaultMonitorParticipantObject *participantObject, DDSMonitoring_Duration_t *period) {
@@ -136,7 +129,7 @@ DDS_Boolean ZELDefaultMonitorStatistics_publishI(const char *context,
                                                  ZELDefaultMonitorParticipantObject *participantObject,
                                                  DDS_Boolean dispose, const typename Kind::Sample *sample) {
     typename Kind::Writer *writer =
-            Kind::narrow(ZELDefaultMonitorParticipantObject_statsWriterI(participantObject, Kind::kSlot));
+            Kind::narrow(ZELDefaultMonitorEntitySet_writerI(participantObject->entities, Kind::kSlot));
     if (writer == nullptr) {
         ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s, "narrow");
         return DDS_BOOLEAN_FALSE;
@@ -168,7 +161,7 @@ template <typename Kind, typename Fill, typename Publish>
 DDS_Boolean ZELDefaultMonitorStatistics_sampleAndPublishI(const char *context,
                                                           const ZELDefaultMonitorParticipantObject *participantObject,
                                                           Fill &&fill, Publish &&publish) {
-    if (ZELDefaultMonitorParticipantObject_statsWriterI(participantObject, Kind::kSlot) == nullptr) {
+    if (ZELDefaultMonitorEntitySet_writerI(participantObject->entities, Kind::kSlot) == nullptr) {
         return DDS_BOOLEAN_TRUE;
     }
     typename Kind::Sample sample{};
