@@ -8,8 +8,8 @@
 
 namespace {
 
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorWriterDescriptionSupport, DataWriterDescription);
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorReaderDescriptionSupport, DataReaderDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorWriterDescriptionSupport, DataWriterDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorReaderDescriptionSupport, DataReaderDescription);
 
 // Sizes with the encapsulation header, little-endian CDR, from alignment 0.
 constexpr DDS_Boolean kIncludeEncapsulation = DDS_BOOLEAN_TRUE;
@@ -112,7 +112,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
                                                    kind.context)) {
             return false;
         }
-        ZELDefaultMonitorDescription_fillOriginI(sample, participantObject);
+        ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
         if (DDS_DataWriter_get_qos(writer, ZELDefaultMonitorDescription_asPlatformQosI<DDS_DataWriterQos>(
                                                    &sample.qos)) != DDS_RETCODE_OK) {
             ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
@@ -161,7 +161,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
                                                    kind.context)) {
             return false;
         }
-        ZELDefaultMonitorDescription_fillOriginI(sample, participantObject);
+        ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
         if (DDS_DataReader_get_qos(reader, ZELDefaultMonitorDescription_asPlatformQosI<DDS_DataReaderQos>(
                                                    &sample.qos)) != DDS_RETCODE_OK) {
             ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");

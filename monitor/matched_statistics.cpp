@@ -63,49 +63,23 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterMatchedWithLocatorSta
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishWriterMatchedStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorWriterMatchedStatsKindI>(__func__, participantObject,
-                                                                                          dispose, sample);
-}
-
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishWriterMatchedWithLocatorStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataWriterEntityMatchedSubscriptionWithLocatorStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorWriterMatchedWithLocatorStatsKindI>(
-            __func__, participantObject, dispose, sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer,
         const DDS_InstanceHandle_t *subscription, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterMatchedStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(participantObject, writer,
-                                                                                    subscription, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishWriterMatchedStatsI(participantObject, dispose,
-                                                                                     sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(
+                        participantObject, writer, subscription, dispose, sample);
             });
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, const DDS_Locator_t *locator,
         DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataWriterEntityMatchedSubscriptionWithLocatorStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterMatchedWithLocatorStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
+            __func__, participantObject, dispose, [&](auto *sample) {
                 return ZELDefaultMonitorParticipantObject_sampleWriterMatchedWithLocatorStatsI(
                         participantObject, writer, locator, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishWriterMatchedWithLocatorStatsI(participantObject,
-                                                                                                dispose, sample);
             });
 }
 

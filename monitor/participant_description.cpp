@@ -5,7 +5,7 @@
 
 namespace {
 
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorParticipantDescriptionSupport, DomainParticipantDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorParticipantDescriptionSupport, DomainParticipantDescription);
 
 }  // namespace
 
@@ -23,7 +23,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
                ZELDefaultMonitorDescription_copyKeyI(key, &builtinKey);
     };
     auto fill = [participantObject, participant](zel_dds_monitoring_DomainParticipantDescription &sample) {
-        ZELDefaultMonitorDescription_fillOriginI(sample, participantObject);
+        ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
         if (DDS_DomainParticipant_get_qos(participant, ZELDefaultMonitorDescription_asPlatformQosI<
                                                                 DDS_DomainParticipantQos>(&sample.qos)) !=
             DDS_RETCODE_OK) {

@@ -58,7 +58,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleReaderStatsI(
         return DDS_BOOLEAN_FALSE;
     }
     ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &participantKey);
-    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
 
     // In this order, stopping at the first failure; a reader not enabled yet
     // has no cache or protocol figures to give.
@@ -118,47 +118,22 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishReaderStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataReaderEntityStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorReaderStatsKindI>(__func__, participantObject,
-                                                                                   dispose, sample);
-}
-
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishReaderMatchedStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorReaderMatchedStatsKindI>(__func__, participantObject,
-                                                                                          dispose, sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataReaderEntityStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorReaderStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleReaderStatsI(participantObject, reader, dispose,
-                                                                             sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishReaderStatsI(participantObject, dispose, sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleReaderStatsI(
+                        participantObject, reader, dispose, sample);
             });
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader,
         const DDS_InstanceHandle_t *publication, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorReaderMatchedStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(participantObject, reader,
-                                                                                    publication, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishReaderMatchedStatsI(participantObject, dispose,
-                                                                                     sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(
+                        participantObject, reader, publication, dispose, sample);
             });
 }
 

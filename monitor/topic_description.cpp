@@ -6,9 +6,9 @@
 
 namespace {
 
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorTopicDescriptionSupport, TopicDescription);
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorPublisherDescriptionSupport, PublisherDescription);
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorSubscriberDescriptionSupport, SubscriberDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorTopicDescriptionSupport, TopicDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorPublisherDescriptionSupport, PublisherDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorSubscriberDescriptionSupport, SubscriberDescription);
 
 // The parent participant's key and the entity's origin, common to the three.
 template <typename Sample>
@@ -24,7 +24,7 @@ bool ZELDefaultMonitorDescription_fillParticipantI(Sample &sample, const ZELDefa
         return false;
     }
     ZELDefaultMonitorDescription_copyKeyI(&sample.participant_entity_key, &key);
-    ZELDefaultMonitorDescription_fillOriginI(sample, object);
+    ZELDefaultMonitorSample_fillOriginI(sample, object);
     return true;
 }
 

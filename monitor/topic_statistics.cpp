@@ -36,7 +36,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
     ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &participantKey);
     ZELDefaultMonitorStatistics_copyNameI(sample->topic_name, 256, DDS_TopicDescription_get_name(description));
     ZELDefaultMonitorStatistics_copyNameI(sample->type_name, 256, DDS_TopicDescription_get_type_name(description));
-    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
     if (DDS_Topic_get_inconsistent_topic_status_ex(
                 topic, ZELDefaultMonitorStatistics_asStatusI<DDS_InconsistentTopicStatus>(
                                &sample->inconsistent_topic_status.status),
@@ -47,23 +47,11 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishTopicStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_TopicEntityStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorTopicStatsKindI>(__func__, participantObject, dispose,
-                                                                                  sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_Topic *topic, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_TopicEntityStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorTopicStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
+            __func__, participantObject, dispose, [&](auto *sample) {
                 return ZELDefaultMonitorParticipantObject_sampleTopicStatsI(participantObject, topic, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishTopicStatsI(participantObject, dispose, sample);
             });
 }
 

@@ -53,7 +53,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
     ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &participantKey);
     ZELDefaultMonitorStatistics_copyNameI(sample->topic_name, 256,
                                           DDS_TopicDescription_get_name(DDS_Topic_as_topicdescription(topic)));
-    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
 
     // In this order, stopping at the first failure; a writer not enabled yet
     // has no cache or protocol figures to give.
@@ -88,24 +88,12 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishWriterStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataWriterEntityStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorWriterStatsKindI>(__func__, participantObject,
-                                                                                   dispose, sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataWriterEntityStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleWriterStatsI(participantObject, writer, dispose,
-                                                                             sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishWriterStatsI(participantObject, dispose, sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
+                        participantObject, writer, dispose, sample);
             });
 }
 
