@@ -3,6 +3,7 @@
 // written; every failure logged under the builder's name.
 #pragma once
 
+#include "entity_key.h"
 #include "sample_publication.h"
 
 // The most properties a description carries: the bound of the monitoring
@@ -15,10 +16,6 @@ struct ZELDefaultMonitorDescriptionKind {
     const char *entityWord;  // in the publish and dispose lines
     ZELDefaultMonitorTopic slot;
 };
-
-// Copies a builtin-topic key word by word; false for a key that could not
-// be had.
-bool ZELDefaultMonitorDescription_copyKeyI(DDSMonitoring_BuiltinTopicKey_t *target, const DDS_BuiltinTopicKey_t *key);
 
 // Copies a topic or type name into the sample's preallocated string. A
 // name longer than the string's bound is not cut: it gets a string of its
@@ -40,13 +37,12 @@ PlatformQos *ZELDefaultMonitorDescription_asPlatformQosI(MirroredQos *qos) {
     return reinterpret_cast<PlatformQos *>(qos);
 }
 
-// `getKey(DDSMonitoring_BuiltinTopicKey_t *)` reads the entity's key;
-// `fill(Sample &)` fills the rest of a published sample and logs its own
-// failures under kind.context.
-template <typename Support, typename GetKey, typename Fill>
+// The sample is keyed by `entity`; `fill(Sample &)` fills the rest of a
+// published sample and logs its own failures under kind.context.
+template <typename Support, typename Entity, typename Fill>
 DDS_Boolean ZELDefaultMonitorDescription_sampleAndPublishI(ZELDefaultMonitorParticipantObject *participantObject,
                                                            const ZELDefaultMonitorDescriptionKind &kind,
-                                                           DDS_Boolean dispose, GetKey getKey, Fill fill) {
+                                                           DDS_Boolean dispose, Entity *entity, Fill fill) {
     static constexpr ZELDefaultMonitorSampleLines kLines = {&ZEL_MONITOR_LOG_PUBLISH_ENTITY_DATA_sxxxx,
                                                             &ZEL_MONITOR_LOG_DISPOSE_ENTITY_DATA_sxxxx};
     return ZELDefaultMonitorSample_useI<Support>(kind.context, [&](typename Support::Sample &sample) {
@@ -54,11 +50,8 @@ DDS_Boolean ZELDefaultMonitorDescription_sampleAndPublishI(ZELDefaultMonitorPart
         if (writer == nullptr) {
             return false;
         }
-        if (!getKey(&sample.entity_key)) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-            return false;
-        }
-        return (dispose || fill(sample)) &&
+        return ZELDefaultMonitorEntity_copyKeyI(kind.context, entity, &sample.entity_key) &&
+               (dispose || fill(sample)) &&
                ZELDefaultMonitorSample_publishI<Support>(kind.context, writer, dispose, sample, kLines,
                                                          kind.entityWord, sample.entity_key);
     });

@@ -71,16 +71,6 @@ bool ZELDefaultMonitorDescription_fillTypeInfoI(Sample &sample, const ZELDefault
     return true;
 }
 
-// Copies a parent's or topic's key into the sample.
-bool ZELDefaultMonitorDescription_fillKeyI(DDSMonitoring_BuiltinTopicKey_t *target, const DDS_BuiltinTopicKey_t *key,
-                                           const char *context) {
-    if (!ZELDefaultMonitorDescription_copyKeyI(target, key)) {
-        ZELMonitorLog_errorWithContext(context, ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 extern "C" {
@@ -90,26 +80,11 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc", "writer",
             ZEL_MONITOR_TOPIC_DATAWRITER_DESCRIPTION};
-    auto getKey = [writer](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_DataWriter_get_builtin_topic_key(writer));
-    };
     auto fill = [participantObject, writer](zel_dds_monitoring_DataWriterDescription &sample) {
-        DDS_Publisher *publisher = DDS_DataWriter_get_publisher(writer);
-        if (publisher == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "publisher");
-            return false;
-        }
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.publisher_entity_key,
-                                                   DDS_Publisher_get_builtin_topic_key(publisher), kind.context)) {
-            return false;
-        }
-        DDS_Topic *topic = DDS_DataWriter_get_topic(writer);
-        if (topic == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "topic");
-            return false;
-        }
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.topic_entity_key, DDS_Topic_get_builtin_topic_key(topic),
-                                                   kind.context)) {
+        if (!ZELDefaultMonitorEntity_copyParentKeyI(kind.context, "publisher", DDS_DataWriter_get_publisher(writer),
+                                                    &sample.publisher_entity_key) ||
+            !ZELDefaultMonitorEntity_copyParentKeyI(kind.context, "topic", DDS_DataWriter_get_topic(writer),
+                                                    &sample.topic_entity_key)) {
             return false;
         }
         ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
@@ -129,7 +104,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorWriterDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, writer, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
@@ -137,30 +112,19 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc", "reader",
             ZEL_MONITOR_TOPIC_DATAREADER_DESCRIPTION};
-    auto getKey = [reader](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_DataReader_get_builtin_topic_key(reader));
-    };
     auto fill = [participantObject, reader](zel_dds_monitoring_DataReaderDescription &sample) {
-        DDS_Subscriber *subscriber = DDS_DataReader_get_subscriber(reader);
-        if (subscriber == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "subscriber");
-            return false;
-        }
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.subscriber_entity_key,
-                                                   DDS_Subscriber_get_builtin_topic_key(subscriber), kind.context)) {
+        if (!ZELDefaultMonitorEntity_copyParentKeyI(kind.context, "subscriber", DDS_DataReader_get_subscriber(reader),
+                                                    &sample.subscriber_entity_key)) {
             return false;
         }
         DDS_Octet isContentFiltered = 0;
-        DDS_Topic *topic = ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, &isContentFiltered);
-        if (topic == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "actual topic");
+        if (!ZELDefaultMonitorEntity_copyParentKeyI(
+                    kind.context, "actual topic",
+                    ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, &isContentFiltered),
+                    &sample.topic_entity_key)) {
             return false;
         }
         sample.is_content_filtered = isContentFiltered != 0 ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.topic_entity_key, DDS_Topic_get_builtin_topic_key(topic),
-                                                   kind.context)) {
-            return false;
-        }
         ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
         if (DDS_DataReader_get_qos(reader, ZELDefaultMonitorDescription_asPlatformQosI<DDS_DataReaderQos>(
                                                    &sample.qos)) != DDS_RETCODE_OK) {
@@ -178,7 +142,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorReaderDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, reader, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_getWriterTypeInfo(ZELDefaultMonitorParticipantObject *participantObject,

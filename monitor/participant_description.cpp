@@ -17,11 +17,6 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc", "participant",
             ZEL_MONITOR_TOPIC_PARTICIPANT_DESCRIPTION};
-    auto getKey = [participant](DDSMonitoring_BuiltinTopicKey_t *key) {
-        DDS_BuiltinTopicKey_t builtinKey{};
-        return DDS_DomainParticipant_get_builtin_topic_key(participant, &builtinKey) == DDS_RETCODE_OK &&
-               ZELDefaultMonitorDescription_copyKeyI(key, &builtinKey);
-    };
     auto fill = [participantObject, participant](zel_dds_monitoring_DomainParticipantDescription &sample) {
         ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
         if (DDS_DomainParticipant_get_qos(participant, ZELDefaultMonitorDescription_asPlatformQosI<
@@ -41,7 +36,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorParticipantDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, participant, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_getTransportsInfo(ZELDefaultMonitorParticipantObject *,

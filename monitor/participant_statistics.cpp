@@ -31,12 +31,9 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DomainParticipant *participant,
         DDS_Boolean keyOnly, zel_dds_monitoring_DomainParticipantEntityStatistics *sample) {
-    DDS_BuiltinTopicKey_t key{};
-    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &key) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, participant, &sample->participant_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &key);
     ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
     if (keyOnly) {
         return DDS_BOOLEAN_TRUE;

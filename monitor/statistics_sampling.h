@@ -6,6 +6,7 @@
 
 #include <cstdio>
 
+#include "entity_key.h"
 #include "sample_publication.h"
 #include "zelmonitoring/monitor.h"
 
@@ -46,13 +47,6 @@ inline void ZELDefaultMonitorParticipantObject_samplePeriodI(
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
     period->sec = set != nullptr ? set->period.sec : 0;
     period->nanosec = set != nullptr ? set->period.nanosec : 0u;
-}
-
-inline void ZELDefaultMonitorStatistics_copyKeyI(DDSMonitoring_BuiltinTopicKey_t *to,
-                                                 const DDS_BuiltinTopicKey_t *from) {
-    for (int word = 0; word < 4; ++word) {
-        to->value[word] = from->value[word];
-    }
 }
 
 // A bounded sample string holds its bound from initialization on; longer

@@ -14,16 +14,9 @@ ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorSubscriberDescriptionSupport, Subscr
 template <typename Sample>
 bool ZELDefaultMonitorDescription_fillParticipantI(Sample &sample, const ZELDefaultMonitorParticipantObject *object,
                                                    DDS_DomainParticipant *participant, const char *context) {
-    if (participant == nullptr) {
-        ZELMonitorLog_errorWithContext(context, ZEL_LOG_GET_FAILURE_s, "participant");
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(context, "participant", participant, &sample.participant_entity_key)) {
         return false;
     }
-    DDS_BuiltinTopicKey_t key{};
-    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &key) != DDS_RETCODE_OK) {
-        ZELMonitorLog_errorWithContext(context, ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return false;
-    }
-    ZELDefaultMonitorDescription_copyKeyI(&sample.participant_entity_key, &key);
     ZELDefaultMonitorSample_fillOriginI(sample, object);
     return true;
 }
@@ -37,9 +30,6 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc", "topic",
             ZEL_MONITOR_TOPIC_TOPIC_DESCRIPTION};
-    auto getKey = [topic](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_Topic_get_builtin_topic_key(topic));
-    };
     auto fill = [participantObject, topic](zel_dds_monitoring_TopicDescription &sample) {
         DDS_TopicDescription *description = topic != nullptr ? DDS_Topic_as_topicdescription(topic) : nullptr;
         if (description == nullptr) {
@@ -67,7 +57,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorTopicDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, topic, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
@@ -75,9 +65,6 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc", "publisher",
             ZEL_MONITOR_TOPIC_PUBLISHER_DESCRIPTION};
-    auto getKey = [publisher](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_Publisher_get_builtin_topic_key(publisher));
-    };
     auto fill = [participantObject, publisher](zel_dds_monitoring_PublisherDescription &sample) {
         if (!ZELDefaultMonitorDescription_fillParticipantI(sample, participantObject,
                                                            DDS_Publisher_get_participant(publisher), kind.context)) {
@@ -91,7 +78,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorPublisherDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, publisher, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
@@ -99,9 +86,6 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc", "subscriber",
             ZEL_MONITOR_TOPIC_SUBSCRIBER_DESCRIPTION};
-    auto getKey = [subscriber](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_Subscriber_get_builtin_topic_key(subscriber));
-    };
     auto fill = [participantObject, subscriber](zel_dds_monitoring_SubscriberDescription &sample) {
         if (!ZELDefaultMonitorDescription_fillParticipantI(sample, participantObject,
                                                            DDS_Subscriber_get_participant(subscriber), kind.context)) {
@@ -115,7 +99,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorSubscriberDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, subscriber, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_getTypeInfo(ZELDefaultMonitorParticipantObject *participantObject,
