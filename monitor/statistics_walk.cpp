@@ -87,16 +87,6 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI(
                     set, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS) != nullptr;
     const bool ok = ZELDefaultMonitorParticipantObject_walkGroupsI<ZELDefaultMonitorPublishersI>(
             participantObject, __func__, [&](DDS_DataWriter *writer) {
-                if (participantObject->userTopics != nullptr) {
-                    DDS_Topic *topic = DDS_DataWriter_get_topic(writer);
-                    if (topic == nullptr) {
-                        ZELMonitorLog_errorWithContext(kAllWriters, ZEL_LOG_ANY_FAILURE_s, "related topic");
-                        return false;
-                    }
-                    if (ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
-                        return true;
-                    }
-                }
                 return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
                         participantObject, writer, withWriter, withMatched, withLocators);
             });
@@ -106,8 +96,10 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI(
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWriterMatchedStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean keyOnly) {
     const bool ok = ZELDefaultMonitorParticipantObject_walkMatchedI(
-            __func__, writer, &DDS_DataWriter_get_matched_subscriptions, "sample and publish writer match stats", [&](const DDS_InstanceHandle_t *handle) {
-                return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(participantObject, writer, handle, keyOnly) != DDS_BOOLEAN_FALSE;
+            __func__, writer, &DDS_DataWriter_get_matched_subscriptions, "sample and publish writer match stats",
+            [&](const DDS_InstanceHandle_t *handle) {
+                return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(
+                               participantObject, writer, handle, keyOnly) != DDS_BOOLEAN_FALSE;
             });
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
