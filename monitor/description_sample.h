@@ -29,12 +29,18 @@ bool ZELDefaultMonitorDescription_copyNameI(char **target, const char *name, con
 bool ZELDefaultMonitorDescription_applyPropertyRuleI(DDSMonitoring_Property_tSeq *properties, DDS_Boolean skip,
                                                       const char *context);
 
-// The middleware's get-QoS operations fill the sample's mirrored QoS in
-// place: both are laid out member for member alike.
-template <typename PlatformQos, typename MirroredQos>
-PlatformQos *ZELDefaultMonitorDescription_asPlatformQosI(MirroredQos *qos) {
+// Reads the entity's QoS with `getQos` straight into the sample's mirrored
+// QoS, laid out member for member like the middleware's; false, logged
+// under `context`, when the getter fails.
+template <typename Entity, typename PlatformQos, typename MirroredQos>
+bool ZELDefaultMonitorDescription_readQosI(const char *context, DDS_ReturnCode_t (*getQos)(Entity *, PlatformQos *),
+                                           Entity *entity, MirroredQos *qos) {
     static_assert(sizeof(PlatformQos) == sizeof(MirroredQos), "mirrored QoS must match the middleware's");
-    return reinterpret_cast<PlatformQos *>(qos);
+    if (getQos(entity, reinterpret_cast<PlatformQos *>(qos)) != DDS_RETCODE_OK) {
+        ZELMonitorLog_errorWithContext(context, ZEL_LOG_GET_FAILURE_s, "qos");
+        return false;
+    }
+    return true;
 }
 
 // The sample is keyed by `entity`; `fill(Sample &)` fills the rest of a

@@ -88,9 +88,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
             return false;
         }
         ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
-        if (DDS_DataWriter_get_qos(writer, ZELDefaultMonitorDescription_asPlatformQosI<DDS_DataWriterQos>(
-                                                   &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_DataWriter_get_qos, writer, &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorDescription_applyPropertyRuleI(&sample.qos.property.value,
@@ -126,9 +124,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
         }
         sample.is_content_filtered = isContentFiltered != 0 ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
         ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
-        if (DDS_DataReader_get_qos(reader, ZELDefaultMonitorDescription_asPlatformQosI<DDS_DataReaderQos>(
-                                                   &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_DataReader_get_qos, reader, &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorDescription_applyPropertyRuleI(&sample.qos.property.value,

@@ -19,10 +19,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
             ZEL_MONITOR_TOPIC_PARTICIPANT_DESCRIPTION};
     auto fill = [participantObject, participant](zel_dds_monitoring_DomainParticipantDescription &sample) {
         ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
-        if (DDS_DomainParticipant_get_qos(participant, ZELDefaultMonitorDescription_asPlatformQosI<
-                                                                DDS_DomainParticipantQos>(&sample.qos)) !=
-            DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_DomainParticipant_get_qos, participant,
+                                                   &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorDescription_applyPropertyRuleI(

@@ -45,9 +45,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
                                                     DDS_TopicDescription_get_type_name(description), kind.context)) {
             return false;
         }
-        if (DDS_Topic_get_qos(topic, ZELDefaultMonitorDescription_asPlatformQosI<DDS_TopicQos>(&sample.qos)) !=
-            DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_Topic_get_qos, topic, &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorParticipantObject_getTypeInfo(participantObject, topic, &sample)) {
@@ -70,9 +68,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
                                                            DDS_Publisher_get_participant(publisher), kind.context)) {
             return false;
         }
-        if (DDS_Publisher_get_qos(publisher, ZELDefaultMonitorDescription_asPlatformQosI<DDS_PublisherQos>(
-                                                     &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_Publisher_get_qos, publisher, &sample.qos)) {
             return false;
         }
         return true;
@@ -91,9 +87,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
                                                            DDS_Subscriber_get_participant(subscriber), kind.context)) {
             return false;
         }
-        if (DDS_Subscriber_get_qos(subscriber, ZELDefaultMonitorDescription_asPlatformQosI<DDS_SubscriberQos>(
-                                                       &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_Subscriber_get_qos, subscriber, &sample.qos)) {
             return false;
         }
         return true;
