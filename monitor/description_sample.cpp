@@ -1,4 +1,4 @@
-// Helpers of the description builders: keys, names and property lists.
+// Helpers of the description builders: names and property lists.
 #include "description_sample.h"
 
 #include <cstring>
@@ -12,16 +12,6 @@ namespace {
 constexpr size_t kNameMax = 256;
 
 }  // namespace
-
-bool ZELDefaultMonitorDescription_copyKeyI(DDSMonitoring_BuiltinTopicKey_t *target, const DDS_BuiltinTopicKey_t *key) {
-    if (key == nullptr) {
-        return false;
-    }
-    for (size_t word = 0; word < 4; ++word) {
-        target->value[word] = key->value[word];
-    }
-    return true;
-}
 
 bool ZELDefaultMonitorDescription_copyNameI(char **target, const char *name, const char *context) {
     const size_t length = std::strlen(name);

@@ -8,8 +8,8 @@
 
 namespace {
 
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorWriterDescriptionSupport, DataWriterDescription);
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorReaderDescriptionSupport, DataReaderDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorWriterDescriptionSupport, DataWriterDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorReaderDescriptionSupport, DataReaderDescription);
 
 // Sizes with the encapsulation header, little-endian CDR, from alignment 0.
 constexpr DDS_Boolean kIncludeEncapsulation = DDS_BOOLEAN_TRUE;
@@ -71,16 +71,6 @@ bool ZELDefaultMonitorDescription_fillTypeInfoI(Sample &sample, const ZELDefault
     return true;
 }
 
-// Copies a parent's or topic's key into the sample.
-bool ZELDefaultMonitorDescription_fillKeyI(DDSMonitoring_BuiltinTopicKey_t *target, const DDS_BuiltinTopicKey_t *key,
-                                           const char *context) {
-    if (!ZELDefaultMonitorDescription_copyKeyI(target, key)) {
-        ZELMonitorLog_errorWithContext(context, ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return false;
-    }
-    return true;
-}
-
 }  // namespace
 
 extern "C" {
@@ -90,32 +80,15 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc", "writer",
             ZEL_MONITOR_TOPIC_DATAWRITER_DESCRIPTION};
-    auto getKey = [writer](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_DataWriter_get_builtin_topic_key(writer));
-    };
     auto fill = [participantObject, writer](zel_dds_monitoring_DataWriterDescription &sample) {
-        DDS_Publisher *publisher = DDS_DataWriter_get_publisher(writer);
-        if (publisher == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "publisher");
+        if (!ZELDefaultMonitorEntity_copyParentKeyI(kind.context, "publisher", DDS_DataWriter_get_publisher(writer),
+                                                    &sample.publisher_entity_key) ||
+            !ZELDefaultMonitorEntity_copyParentKeyI(kind.context, "topic", DDS_DataWriter_get_topic(writer),
+                                                    &sample.topic_entity_key)) {
             return false;
         }
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.publisher_entity_key,
-                                                   DDS_Publisher_get_builtin_topic_key(publisher), kind.context)) {
-            return false;
-        }
-        DDS_Topic *topic = DDS_DataWriter_get_topic(writer);
-        if (topic == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "topic");
-            return false;
-        }
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.topic_entity_key, DDS_Topic_get_builtin_topic_key(topic),
-                                                   kind.context)) {
-            return false;
-        }
-        ZELDefaultMonitorDescription_fillOriginI(sample, participantObject);
-        if (DDS_DataWriter_get_qos(writer, ZELDefaultMonitorDescription_asPlatformQosI<DDS_DataWriterQos>(
-                                                   &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_DataWriter_get_qos, writer, &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorDescription_applyPropertyRuleI(&sample.qos.property.value,
@@ -129,7 +102,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorWriterDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, writer, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
@@ -137,34 +110,21 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc", "reader",
             ZEL_MONITOR_TOPIC_DATAREADER_DESCRIPTION};
-    auto getKey = [reader](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_DataReader_get_builtin_topic_key(reader));
-    };
     auto fill = [participantObject, reader](zel_dds_monitoring_DataReaderDescription &sample) {
-        DDS_Subscriber *subscriber = DDS_DataReader_get_subscriber(reader);
-        if (subscriber == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "subscriber");
-            return false;
-        }
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.subscriber_entity_key,
-                                                   DDS_Subscriber_get_builtin_topic_key(subscriber), kind.context)) {
+        if (!ZELDefaultMonitorEntity_copyParentKeyI(kind.context, "subscriber", DDS_DataReader_get_subscriber(reader),
+                                                    &sample.subscriber_entity_key)) {
             return false;
         }
         DDS_Octet isContentFiltered = 0;
-        DDS_Topic *topic = ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, &isContentFiltered);
-        if (topic == nullptr) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "actual topic");
+        if (!ZELDefaultMonitorEntity_copyParentKeyI(
+                    kind.context, "actual topic",
+                    ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, &isContentFiltered),
+                    &sample.topic_entity_key)) {
             return false;
         }
         sample.is_content_filtered = isContentFiltered != 0 ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
-        if (!ZELDefaultMonitorDescription_fillKeyI(&sample.topic_entity_key, DDS_Topic_get_builtin_topic_key(topic),
-                                                   kind.context)) {
-            return false;
-        }
-        ZELDefaultMonitorDescription_fillOriginI(sample, participantObject);
-        if (DDS_DataReader_get_qos(reader, ZELDefaultMonitorDescription_asPlatformQosI<DDS_DataReaderQos>(
-                                                   &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_DataReader_get_qos, reader, &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorDescription_applyPropertyRuleI(&sample.qos.property.value,
@@ -178,7 +138,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorReaderDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, reader, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_getWriterTypeInfo(ZELDefaultMonitorParticipantObject *participantObject,

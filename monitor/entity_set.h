@@ -67,3 +67,9 @@ DDS_Boolean ZELDefaultMonitorPublisher_stopThreadAndDeleteEntitiesI(DDS_DomainPa
                                                                     struct ZELDefaultMonitorEntitySet *self);
 
 ZEL_EXTERN_C_END
+
+// The writer of one monitoring topic; NULL when there is no set or the
+// topic list left the topic out.
+inline DDS_DataWriter *ZELDefaultMonitorEntitySet_writerI(const ZELDefaultMonitorEntitySet *self, int slot) {
+    return self != nullptr ? self->writers[slot] : nullptr;
+}

@@ -48,7 +48,8 @@ enum class ZELDefaultMonitorGate { RUN, SKIP, FAIL };
 ZELDefaultMonitorGate ZELDefaultMonitorEvent_checkI(ZELDefaultMonitorParticipantObject *participantObject,
                                                     DDS_Entity *entity, const ZELDefaultMonitorEventStep &step) {
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
-    if (set == nullptr || !ZELDefaultMonitorEntitySet_isStarted(set) || set->writers[step.slot] == nullptr) {
+    if (set == nullptr || !ZELDefaultMonitorEntitySet_isStarted(set) ||
+        ZELDefaultMonitorEntitySet_writerI(set, step.slot) == nullptr) {
         return ZELDefaultMonitorGate::SKIP;
     }
     if (step.requiresEnabledEntity && !DDS_Entity_is_enabled(entity)) {

@@ -11,12 +11,9 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer,
         const DDS_InstanceHandle_t *subscription, DDS_Boolean keyOnly,
         zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics *sample) {
-    const DDS_BuiltinTopicKey_t *key = DDS_DataWriter_get_builtin_topic_key(writer);
-    if (key == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, writer, &sample->datawriter_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->datawriter_key, key);
     static_assert(sizeof(sample->subscription_handle) == sizeof(*subscription));
     std::memcpy(&sample->subscription_handle, subscription, sizeof(sample->subscription_handle));
     ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
@@ -37,12 +34,9 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterMatchedWithLocatorStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, const DDS_Locator_t *locator,
         DDS_Boolean keyOnly, zel_dds_monitoring_DataWriterEntityMatchedSubscriptionWithLocatorStatistics *sample) {
-    const DDS_BuiltinTopicKey_t *key = DDS_DataWriter_get_builtin_topic_key(writer);
-    if (key == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, writer, &sample->datawriter_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->datawriter_key, key);
     sample->subscription_locator.kind = locator->kind;
     sample->subscription_locator._port = locator->_port;
     std::memcpy(sample->subscription_locator.address, locator->address, sizeof(locator->address));
@@ -63,49 +57,23 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterMatchedWithLocatorSta
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishWriterMatchedStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorWriterMatchedStatsKindI>(__func__, participantObject,
-                                                                                          dispose, sample);
-}
-
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishWriterMatchedWithLocatorStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataWriterEntityMatchedSubscriptionWithLocatorStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorWriterMatchedWithLocatorStatsKindI>(
-            __func__, participantObject, dispose, sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer,
         const DDS_InstanceHandle_t *subscription, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterMatchedStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(participantObject, writer,
-                                                                                    subscription, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishWriterMatchedStatsI(participantObject, dispose,
-                                                                                     sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(
+                        participantObject, writer, subscription, dispose, sample);
             });
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, const DDS_Locator_t *locator,
         DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataWriterEntityMatchedSubscriptionWithLocatorStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterMatchedWithLocatorStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
+            __func__, participantObject, dispose, [&](auto *sample) {
                 return ZELDefaultMonitorParticipantObject_sampleWriterMatchedWithLocatorStatsI(
                         participantObject, writer, locator, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishWriterMatchedWithLocatorStatsI(participantObject,
-                                                                                                dispose, sample);
             });
 }
 

@@ -175,7 +175,7 @@ ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onDomainParticipantDe
     ZELDefaultMonitorPublisher *publisher = participantObject->publisher;
     ZELDefaultMonitorEntitySet *set = participantObject->entities;
     if (set != nullptr && ZELDefaultMonitorEntitySet_isStarted(set)) {
-        if (set->writers[ZEL_MONITOR_TOPIC_PARTICIPANT_DESCRIPTION] != nullptr &&
+        if (ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_PARTICIPANT_DESCRIPTION) != nullptr &&
             !ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
                     participantObject, participantObject->participant, DDS_BOOLEAN_TRUE)) {
             ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "dispose participant desc");

@@ -5,7 +5,7 @@
 
 namespace {
 
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorParticipantDescriptionSupport, DomainParticipantDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorParticipantDescriptionSupport, DomainParticipantDescription);
 
 }  // namespace
 
@@ -17,17 +17,10 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc", "participant",
             ZEL_MONITOR_TOPIC_PARTICIPANT_DESCRIPTION};
-    auto getKey = [participant](DDSMonitoring_BuiltinTopicKey_t *key) {
-        DDS_BuiltinTopicKey_t builtinKey{};
-        return DDS_DomainParticipant_get_builtin_topic_key(participant, &builtinKey) == DDS_RETCODE_OK &&
-               ZELDefaultMonitorDescription_copyKeyI(key, &builtinKey);
-    };
     auto fill = [participantObject, participant](zel_dds_monitoring_DomainParticipantDescription &sample) {
-        ZELDefaultMonitorDescription_fillOriginI(sample, participantObject);
-        if (DDS_DomainParticipant_get_qos(participant, ZELDefaultMonitorDescription_asPlatformQosI<
-                                                                DDS_DomainParticipantQos>(&sample.qos)) !=
-            DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        ZELDefaultMonitorSample_fillOriginI(sample, participantObject);
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_DomainParticipant_get_qos, participant,
+                                                   &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorDescription_applyPropertyRuleI(
@@ -41,7 +34,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorParticipantDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, participant, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_getTransportsInfo(ZELDefaultMonitorParticipantObject *,

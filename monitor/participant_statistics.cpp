@@ -31,17 +31,14 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DomainParticipant *participant,
         DDS_Boolean keyOnly, zel_dds_monitoring_DomainParticipantEntityStatistics *sample) {
-    DDS_BuiltinTopicKey_t key{};
-    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &key) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, participant, &sample->participant_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &key);
     ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
     if (keyOnly) {
         return DDS_BOOLEAN_TRUE;
     }
-    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
     if (participantObject->getProcessStatistics) {
         // A failure is logged where it happens; the sample goes out without
         // the figures that could not be read.
@@ -75,26 +72,13 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishParticipantStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DomainParticipantEntityStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorParticipantStatsKindI>(__func__, participantObject,
-                                                                                        dispose, sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DomainParticipant *participant,
         DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DomainParticipantEntityStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorParticipantStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(participantObject, participant,
-                                                                                  dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishParticipantStatsI(participantObject, dispose,
-                                                                                   sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(
+                        participantObject, participant, dispose, sample);
             });
 }
 

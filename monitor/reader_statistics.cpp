@@ -11,12 +11,9 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleReaderStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, DDS_Boolean keyOnly,
         zel_dds_monitoring_DataReaderEntityStatistics *sample) {
-    const DDS_BuiltinTopicKey_t *key = DDS_DataReader_get_builtin_topic_key(reader);
-    if (key == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, reader, &sample->datareader_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->datareader_key, key);
     ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
     DDS_Octet isContentFiltered = 0;
     DDS_Topic *topic = ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, &isContentFiltered);
@@ -33,32 +30,17 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleReaderStatsI(
         return DDS_BOOLEAN_TRUE;
     }
     DDS_Subscriber *subscriber = DDS_DataReader_get_subscriber(reader);
-    if (subscriber == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "subscriber");
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(__func__, "subscriber", subscriber, &sample->subscriber_key) ||
+        !ZELDefaultMonitorEntity_copyKeyI(__func__, topic, &sample->topic_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    const DDS_BuiltinTopicKey_t *subscriberKey = DDS_Subscriber_get_builtin_topic_key(subscriber);
-    const DDS_BuiltinTopicKey_t *topicKey = DDS_Topic_get_builtin_topic_key(topic);
-    if (subscriberKey == nullptr || topicKey == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return DDS_BOOLEAN_FALSE;
-    }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->subscriber_key, subscriberKey);
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->topic_key, topicKey);
     sample->is_content_filtered = isContentFiltered;
     ZELDefaultMonitorStatistics_copyNameI(sample->topic_name, 256, DDS_TopicDescription_get_name(description));
-    DDS_DomainParticipant *participant = DDS_Subscriber_get_participant(subscriber);
-    if (participant == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "participant");
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(__func__, "participant", DDS_Subscriber_get_participant(subscriber),
+                                                &sample->participant_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    DDS_BuiltinTopicKey_t participantKey{};
-    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &participantKey) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return DDS_BOOLEAN_FALSE;
-    }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &participantKey);
-    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
 
     // In this order, stopping at the first failure; a reader not enabled yet
     // has no cache or protocol figures to give.
@@ -95,12 +77,9 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader,
         const DDS_InstanceHandle_t *publication, DDS_Boolean keyOnly,
         zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics *sample) {
-    const DDS_BuiltinTopicKey_t *key = DDS_DataReader_get_builtin_topic_key(reader);
-    if (key == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, reader, &sample->datareader_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->datareader_key, key);
     static_assert(sizeof(sample->publication_handle) == sizeof(*publication));
     std::memcpy(&sample->publication_handle, publication, sizeof(sample->publication_handle));
     ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
@@ -118,47 +97,22 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishReaderStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataReaderEntityStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorReaderStatsKindI>(__func__, participantObject,
-                                                                                   dispose, sample);
-}
-
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishReaderMatchedStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorReaderMatchedStatsKindI>(__func__, participantObject,
-                                                                                          dispose, sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataReaderEntityStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorReaderStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleReaderStatsI(participantObject, reader, dispose,
-                                                                             sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishReaderStatsI(participantObject, dispose, sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleReaderStatsI(
+                        participantObject, reader, dispose, sample);
             });
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader,
         const DDS_InstanceHandle_t *publication, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorReaderMatchedStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(participantObject, reader,
-                                                                                    publication, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishReaderMatchedStatsI(participantObject, dispose,
-                                                                                     sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(
+                        participantObject, reader, publication, dispose, sample);
             });
 }
 

@@ -18,11 +18,6 @@ void ZELDefaultMonitorParticipantObject_rescheduleI(const ZELDefaultMonitorEntit
     ZELDefaultMonitorPublisherThread_addTimeI(newTime, now, &delay);
 }
 
-bool ZELDefaultMonitorParticipantObject_hasStatsWriterI(const ZELDefaultMonitorParticipantObject *participantObject,
-                                                        int slot) {
-    return participantObject->entities != nullptr && participantObject->entities->writers[slot] != nullptr;
-}
-
 }  // namespace
 
 extern "C" {
@@ -30,7 +25,7 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(
         ZELDefaultMonitorParticipantObject *participantObject) {
     const auto has = [participantObject](int slot) {
-        return ZELDefaultMonitorParticipantObject_hasStatsWriterI(participantObject, slot);
+        return ZELDefaultMonitorEntitySet_writerI(participantObject->entities, slot) != nullptr;
     };
     DDS_Entity *participant = DDS_DomainParticipant_as_entity(participantObject->participant);
     // Entities cannot be created or deleted under the walk.

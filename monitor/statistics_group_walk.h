@@ -5,11 +5,33 @@
 #pragma once
 
 #include "log/monitor_log_macros.h"
+#include "related_topic.h"
 #include "vurnc/dds_c.h"
 #include "zelmonitoring/monitor.h"
 
+// Visits one endpoint unless the user-topic filter drops it by its topic,
+// which is asked for only when a filter is set; an endpoint without a topic
+// is logged and fails.
+template <typename Group, typename Visit>
+bool ZELDefaultMonitorParticipantObject_visitUnlessFilteredI(
+        const ZELDefaultMonitorParticipantObject *participantObject, const char *context,
+        typename Group::Endpoint *endpoint, Visit &visit) {
+    if (participantObject->userTopics != nullptr) {
+        DDS_Topic *topic = Group::topic(endpoint);
+        if (topic == nullptr) {
+            ZELMonitorLog_errorWithContext(context, ZEL_LOG_ANY_FAILURE_s, "related topic");
+            return false;
+        }
+        if (ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
+            return true;
+        }
+    }
+    return visit(endpoint);
+}
+
 // `Group` names the participant's groups of one side and their endpoints:
-// the sequence types and getters, and the words its failures are logged with.
+// the sequence types and getters, the endpoint's topic for the user-topic
+// filter, and the words its failures are logged with.
 template <typename Group, typename Visit>
 bool ZELDefaultMonitorParticipantObject_walkGroupsI(ZELDefaultMonitorParticipantObject *participantObject,
                                                     const char *context, Visit visit) {
@@ -45,7 +67,10 @@ bool ZELDefaultMonitorParticipantObject_walkGroupsI(ZELDefaultMonitorParticipant
                     ok = false;
                     continue;
                 }
-                ok = visit(endpoint) && ok;
+                if (!ZELDefaultMonitorParticipantObject_visitUnlessFilteredI<Group>(participantObject, context,
+                                                                                    endpoint, visit)) {
+                    ok = false;
+                }
             }
         }
         if (DDS_Entity_unlock(Group::asEntity(group)) != DDS_RETCODE_OK) {
@@ -113,6 +138,7 @@ struct ZELDefaultMonitorPublishersI {
     static DDS_Long endpointCount(const EndpointSeq *seq) { return DDS_DataWriterSeq_get_length(seq); }
     static Endpoint *endpoint(const EndpointSeq *seq, DDS_Long i) { return DDS_DataWriterSeq_get(seq, i); }
     static void finalizeEndpoints(EndpointSeq *seq) { DDS_DataWriterSeq_finalize(seq); }
+    static DDS_Topic *topic(Endpoint *writer) { return DDS_DataWriter_get_topic(writer); }
 };
 
 struct ZELDefaultMonitorSubscribersI {
@@ -139,4 +165,8 @@ struct ZELDefaultMonitorSubscribersI {
     static DDS_Long endpointCount(const EndpointSeq *seq) { return DDS_DataReaderSeq_get_length(seq); }
     static Endpoint *endpoint(const EndpointSeq *seq, DDS_Long i) { return DDS_DataReaderSeq_get(seq, i); }
     static void finalizeEndpoints(EndpointSeq *seq) { DDS_DataReaderSeq_finalize(seq); }
+    // A reader through a content filter is judged by the filter's related topic.
+    static DDS_Topic *topic(Endpoint *reader) {
+        return ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, nullptr);
+    }
 };

@@ -2,7 +2,6 @@
 #include "entity_set.h"
 #include "entity_statistics.h"
 #include "log/monitor_log_macros.h"
-#include "related_topic.h"
 #include "statistics_group_walk.h"
 #include "statistics_walk.h"
 
@@ -11,21 +10,10 @@ namespace {
 const char *const kAllReaders = "ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI";
 
 // What one reader contributes: its own statistics and, once it is enabled,
-// those of its matches. A reader whose topic the user-topic filter drops
-// contributes nothing.
+// those of its matches.
 bool ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, bool withReader,
         bool withMatched) {
-    if (participantObject->userTopics != nullptr) {
-        DDS_Topic *topic = ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, nullptr);
-        if (topic == nullptr) {
-            ZELMonitorLog_errorWithContext(kAllReaders, ZEL_LOG_ANY_FAILURE_s, "related topic");
-            return false;
-        }
-        if (ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
-            return true;
-        }
-    }
     bool ok = true;
     if (withReader &&
         !ZELDefaultMonitorParticipantObject_sampleAndPublishReaderStats(participantObject, reader, DDS_BOOLEAN_FALSE)) {
@@ -51,9 +39,10 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(
         ZELDefaultMonitorParticipantObject *participantObject) {
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
-    const bool withReader = set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS] != nullptr;
+    const bool withReader = ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS) != nullptr;
     const bool withMatched =
-            set != nullptr && set->writers[ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS] != nullptr;
+            ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS) !=
+            nullptr;
     const bool ok = ZELDefaultMonitorParticipantObject_walkGroupsI<ZELDefaultMonitorSubscribersI>(
             participantObject, __func__, [&](DDS_DataReader *reader) {
                 return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(participantObject, reader,
@@ -65,8 +54,10 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReaderMatchedStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, DDS_Boolean keyOnly) {
     const bool ok = ZELDefaultMonitorParticipantObject_walkMatchedI(
-            __func__, reader, &DDS_DataReader_get_matched_publications, "sample and publish reader match stats", [&](const DDS_InstanceHandle_t *handle) {
-                return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(participantObject, reader, handle, keyOnly) != DDS_BOOLEAN_FALSE;
+            __func__, reader, &DDS_DataReader_get_matched_publications, "sample and publish reader match stats",
+            [&](const DDS_InstanceHandle_t *handle) {
+                return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStats(
+                               participantObject, reader, handle, keyOnly) != DDS_BOOLEAN_FALSE;
             });
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }

@@ -12,11 +12,6 @@ namespace {
 
 const char *const kAllWriters = "ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI";
 
-bool ZELDefaultMonitorParticipantObject_hasWriterI(const ZELDefaultMonitorParticipantObject *participantObject,
-                                                   int slot) {
-    return participantObject->entities != nullptr && participantObject->entities->writers[slot] != nullptr;
-}
-
 // What one writer contributes: its own statistics and, once it is enabled,
 // those of its matches.
 bool ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
@@ -82,24 +77,16 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllTopicsStatsI(
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI(
         ZELDefaultMonitorParticipantObject *participantObject) {
-    const bool withWriter =
-            ZELDefaultMonitorParticipantObject_hasWriterI(participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS);
-    const bool withMatched = ZELDefaultMonitorParticipantObject_hasWriterI(
-            participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS);
-    const bool withLocators = ZELDefaultMonitorParticipantObject_hasWriterI(
-            participantObject, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS);
+    const ZELDefaultMonitorEntitySet *set = participantObject->entities;
+    const bool withWriter = ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS) != nullptr;
+    const bool withMatched =
+            ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS) !=
+            nullptr;
+    const bool withLocators =
+            ZELDefaultMonitorEntitySet_writerI(
+                    set, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS) != nullptr;
     const bool ok = ZELDefaultMonitorParticipantObject_walkGroupsI<ZELDefaultMonitorPublishersI>(
             participantObject, __func__, [&](DDS_DataWriter *writer) {
-                if (participantObject->userTopics != nullptr) {
-                    DDS_Topic *topic = DDS_DataWriter_get_topic(writer);
-                    if (topic == nullptr) {
-                        ZELMonitorLog_errorWithContext(kAllWriters, ZEL_LOG_ANY_FAILURE_s, "related topic");
-                        return false;
-                    }
-                    if (ZELDefaultMonitorParticipantObject_isTopicFilteredI(topic, participantObject->userTopics)) {
-                        return true;
-                    }
-                }
                 return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterAndMatchesI(
                         participantObject, writer, withWriter, withMatched, withLocators);
             });
@@ -109,8 +96,10 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI(
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWriterMatchedStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean keyOnly) {
     const bool ok = ZELDefaultMonitorParticipantObject_walkMatchedI(
-            __func__, writer, &DDS_DataWriter_get_matched_subscriptions, "sample and publish writer match stats", [&](const DDS_InstanceHandle_t *handle) {
-                return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(participantObject, writer, handle, keyOnly) != DDS_BOOLEAN_FALSE;
+            __func__, writer, &DDS_DataWriter_get_matched_subscriptions, "sample and publish writer match stats",
+            [&](const DDS_InstanceHandle_t *handle) {
+                return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStats(
+                               participantObject, writer, handle, keyOnly) != DDS_BOOLEAN_FALSE;
             });
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }

@@ -6,25 +6,18 @@
 
 namespace {
 
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorTopicDescriptionSupport, TopicDescription);
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorPublisherDescriptionSupport, PublisherDescription);
-ZEL_MONITOR_DESCRIPTION_SUPPORT(ZELDefaultMonitorSubscriberDescriptionSupport, SubscriberDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorTopicDescriptionSupport, TopicDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorPublisherDescriptionSupport, PublisherDescription);
+ZEL_MONITOR_SAMPLE_SUPPORT(ZELDefaultMonitorSubscriberDescriptionSupport, SubscriberDescription);
 
 // The parent participant's key and the entity's origin, common to the three.
 template <typename Sample>
 bool ZELDefaultMonitorDescription_fillParticipantI(Sample &sample, const ZELDefaultMonitorParticipantObject *object,
                                                    DDS_DomainParticipant *participant, const char *context) {
-    if (participant == nullptr) {
-        ZELMonitorLog_errorWithContext(context, ZEL_LOG_GET_FAILURE_s, "participant");
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(context, "participant", participant, &sample.participant_entity_key)) {
         return false;
     }
-    DDS_BuiltinTopicKey_t key{};
-    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &key) != DDS_RETCODE_OK) {
-        ZELMonitorLog_errorWithContext(context, ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return false;
-    }
-    ZELDefaultMonitorDescription_copyKeyI(&sample.participant_entity_key, &key);
-    ZELDefaultMonitorDescription_fillOriginI(sample, object);
+    ZELDefaultMonitorSample_fillOriginI(sample, object);
     return true;
 }
 
@@ -37,9 +30,6 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc", "topic",
             ZEL_MONITOR_TOPIC_TOPIC_DESCRIPTION};
-    auto getKey = [topic](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_Topic_get_builtin_topic_key(topic));
-    };
     auto fill = [participantObject, topic](zel_dds_monitoring_TopicDescription &sample) {
         DDS_TopicDescription *description = topic != nullptr ? DDS_Topic_as_topicdescription(topic) : nullptr;
         if (description == nullptr) {
@@ -55,9 +45,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
                                                     DDS_TopicDescription_get_type_name(description), kind.context)) {
             return false;
         }
-        if (DDS_Topic_get_qos(topic, ZELDefaultMonitorDescription_asPlatformQosI<DDS_TopicQos>(&sample.qos)) !=
-            DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_Topic_get_qos, topic, &sample.qos)) {
             return false;
         }
         if (!ZELDefaultMonitorParticipantObject_getTypeInfo(participantObject, topic, &sample)) {
@@ -67,7 +55,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorTopicDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, topic, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
@@ -75,23 +63,18 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc", "publisher",
             ZEL_MONITOR_TOPIC_PUBLISHER_DESCRIPTION};
-    auto getKey = [publisher](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_Publisher_get_builtin_topic_key(publisher));
-    };
     auto fill = [participantObject, publisher](zel_dds_monitoring_PublisherDescription &sample) {
         if (!ZELDefaultMonitorDescription_fillParticipantI(sample, participantObject,
                                                            DDS_Publisher_get_participant(publisher), kind.context)) {
             return false;
         }
-        if (DDS_Publisher_get_qos(publisher, ZELDefaultMonitorDescription_asPlatformQosI<DDS_PublisherQos>(
-                                                     &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_Publisher_get_qos, publisher, &sample.qos)) {
             return false;
         }
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorPublisherDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, publisher, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
@@ -99,23 +82,18 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
     static constexpr ZELDefaultMonitorDescriptionKind kind = {
             "ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc", "subscriber",
             ZEL_MONITOR_TOPIC_SUBSCRIBER_DESCRIPTION};
-    auto getKey = [subscriber](DDSMonitoring_BuiltinTopicKey_t *key) {
-        return ZELDefaultMonitorDescription_copyKeyI(key, DDS_Subscriber_get_builtin_topic_key(subscriber));
-    };
     auto fill = [participantObject, subscriber](zel_dds_monitoring_SubscriberDescription &sample) {
         if (!ZELDefaultMonitorDescription_fillParticipantI(sample, participantObject,
                                                            DDS_Subscriber_get_participant(subscriber), kind.context)) {
             return false;
         }
-        if (DDS_Subscriber_get_qos(subscriber, ZELDefaultMonitorDescription_asPlatformQosI<DDS_SubscriberQos>(
-                                                       &sample.qos)) != DDS_RETCODE_OK) {
-            ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "qos");
+        if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_Subscriber_get_qos, subscriber, &sample.qos)) {
             return false;
         }
         return true;
     };
     return ZELDefaultMonitorDescription_sampleAndPublishI<ZELDefaultMonitorSubscriberDescriptionSupport>(
-            participantObject, kind, dispose, getKey, fill);
+            participantObject, kind, dispose, subscriber, fill);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_getTypeInfo(ZELDefaultMonitorParticipantObject *participantObject,

@@ -8,12 +8,9 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_Topic *topic, DDS_Boolean keyOnly,
         zel_dds_monitoring_TopicEntityStatistics *sample) {
-    const DDS_BuiltinTopicKey_t *key = DDS_Topic_get_builtin_topic_key(topic);
-    if (key == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, topic, &sample->topic_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->topic_key, key);
     ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
     if (keyOnly) {
         return DDS_BOOLEAN_TRUE;
@@ -23,20 +20,14 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
         ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "topicdescription");
         return DDS_BOOLEAN_FALSE;
     }
-    DDS_DomainParticipant *participant = DDS_TopicDescription_get_participant(description);
-    if (participant == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "participant");
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(__func__, "participant",
+                                                DDS_TopicDescription_get_participant(description),
+                                                &sample->participant_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    DDS_BuiltinTopicKey_t participantKey{};
-    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &participantKey) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return DDS_BOOLEAN_FALSE;
-    }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &participantKey);
     ZELDefaultMonitorStatistics_copyNameI(sample->topic_name, 256, DDS_TopicDescription_get_name(description));
     ZELDefaultMonitorStatistics_copyNameI(sample->type_name, 256, DDS_TopicDescription_get_type_name(description));
-    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
     if (DDS_Topic_get_inconsistent_topic_status_ex(
                 topic, ZELDefaultMonitorStatistics_asStatusI<DDS_InconsistentTopicStatus>(
                                &sample->inconsistent_topic_status.status),
@@ -47,23 +38,11 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishTopicStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_TopicEntityStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorTopicStatsKindI>(__func__, participantObject, dispose,
-                                                                                  sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_Topic *topic, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_TopicEntityStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorTopicStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
+            __func__, participantObject, dispose, [&](auto *sample) {
                 return ZELDefaultMonitorParticipantObject_sampleTopicStatsI(participantObject, topic, dispose, sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishTopicStatsI(participantObject, dispose, sample);
             });
 }
 

@@ -8,52 +8,26 @@ extern "C" {
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean keyOnly,
         zel_dds_monitoring_DataWriterEntityStatistics *sample) {
-    const DDS_BuiltinTopicKey_t *key = DDS_DataWriter_get_builtin_topic_key(writer);
-    if (key == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
+    if (!ZELDefaultMonitorEntity_copyKeyI(__func__, writer, &sample->datawriter_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->datawriter_key, key);
     ZELDefaultMonitorParticipantObject_samplePeriodI(participantObject, &sample->period);
     if (keyOnly) {
         return DDS_BOOLEAN_TRUE;
     }
     DDS_Publisher *publisher = DDS_DataWriter_get_publisher(writer);
-    if (publisher == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "publisher");
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(__func__, "publisher", publisher, &sample->publisher_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    const DDS_BuiltinTopicKey_t *publisherKey = DDS_Publisher_get_builtin_topic_key(publisher);
-    if (publisherKey == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return DDS_BOOLEAN_FALSE;
-    }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->publisher_key, publisherKey);
     DDS_Topic *topic = DDS_DataWriter_get_topic(writer);
-    if (topic == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "topic");
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(__func__, "topic", topic, &sample->topic_key) ||
+        !ZELDefaultMonitorEntity_copyParentKeyI(__func__, "participant", DDS_Publisher_get_participant(publisher),
+                                                &sample->participant_key)) {
         return DDS_BOOLEAN_FALSE;
     }
-    const DDS_BuiltinTopicKey_t *topicKey = DDS_Topic_get_builtin_topic_key(topic);
-    if (topicKey == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return DDS_BOOLEAN_FALSE;
-    }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->topic_key, topicKey);
-    DDS_DomainParticipant *participant = DDS_Publisher_get_participant(publisher);
-    if (participant == nullptr) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "participant");
-        return DDS_BOOLEAN_FALSE;
-    }
-    DDS_BuiltinTopicKey_t participantKey{};
-    if (DDS_DomainParticipant_get_builtin_topic_key(participant, &participantKey) != DDS_RETCODE_OK) {
-        ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "BuiltinTopicKey");
-        return DDS_BOOLEAN_FALSE;
-    }
-    ZELDefaultMonitorStatistics_copyKeyI(&sample->participant_key, &participantKey);
     ZELDefaultMonitorStatistics_copyNameI(sample->topic_name, 256,
                                           DDS_TopicDescription_get_name(DDS_Topic_as_topicdescription(topic)));
-    ZELDefaultMonitorParticipantObject_sampleIdsI(participantObject, sample);
+    ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
 
     // In this order, stopping at the first failure; a writer not enabled yet
     // has no cache or protocol figures to give.
@@ -88,24 +62,12 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_publishWriterStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Boolean dispose,
-        const zel_dds_monitoring_DataWriterEntityStatistics *sample) {
-    return ZELDefaultMonitorStatistics_publishI<ZELDefaultMonitorWriterStatsKindI>(__func__, participantObject,
-                                                                                   dispose, sample);
-}
-
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean dispose) {
-    using Sample = zel_dds_monitoring_DataWriterEntityStatistics;
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterStatsKindI>(
-            __func__, participantObject,
-            [&](Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleWriterStatsI(participantObject, writer, dispose,
-                                                                             sample);
-            },
-            [&](const Sample *sample) {
-                return ZELDefaultMonitorParticipantObject_publishWriterStatsI(participantObject, dispose, sample);
+            __func__, participantObject, dispose, [&](auto *sample) {
+                return ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
+                        participantObject, writer, dispose, sample);
             });
 }
 
