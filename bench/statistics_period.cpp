@@ -50,7 +50,9 @@ void BM_StatisticsPeriod(benchmark::State &state) {
     zelbench::MonitoredSystem_delete(system);
     DDS_DomainParticipantFactory_finalize_instance();
 }
-BENCHMARK(BM_StatisticsPeriod)->Arg(10)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+// 5000 as well: the RTPS wire cannot make 10,000 writer and reader pairs
+// in one process (its library keeps some 16,000 entities in all).
+BENCHMARK(BM_StatisticsPeriod)->Arg(10)->Arg(100)->Arg(1000)->Arg(5000)->Arg(10000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
@@ -62,9 +64,12 @@ int main(int argc, char **argv) {
         std::printf("ratio period CPU per entity at %ld writers + %ld readers: %.2f us, heap kept %.0f octets\n",
                     count, count, seconds * 1e6, g_heapPerEntity[count]);
     }
-    if (g_perEntitySeconds.count(100) != 0 && g_perEntitySeconds.count(10000) != 0) {
-        std::printf("ratio period CPU per entity 10000/100 (1 = flat): %.2f\n",
-                    g_perEntitySeconds[10000] / g_perEntitySeconds[100]);
+    for (const long largest : {10000L, 5000L}) {
+        if (g_perEntitySeconds.count(100) != 0 && g_perEntitySeconds.count(largest) != 0) {
+            std::printf("ratio period CPU per entity %ld/100 (1 = flat): %.2f\n", largest,
+                        g_perEntitySeconds[largest] / g_perEntitySeconds[100]);
+            break;
+        }
     }
     return result;
 }
