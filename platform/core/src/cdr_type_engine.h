@@ -85,11 +85,11 @@ bool ZELCdrType_encapsulationIdForI(const ZELCdrTypeDesc *type, uint16_t request
 /* The cache of a struct type (through aliases), computed on first use;
  * NULL for types without one. */
 const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type);
-/* Whether a struct's memory is its CDR form (see ZELCdrTypeCache): numbers
- * only, nothing to allocate or free. */
-inline bool ZELCdrType_isPlainI(const ZELCdrTypeDesc *structType) {
+/* The cache of a struct whose memory is its CDR form (see ZELCdrTypeCache):
+ * numbers only, nothing to allocate or free; NULL for any other type. */
+inline const ZELCdrTypeCache *ZELCdrType_plainCacheI(const ZELCdrTypeDesc *structType) {
     const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(structType);
-    return cache != nullptr && cache->plainSize != 0;
+    return cache != nullptr && cache->plainSize != 0 ? cache : nullptr;
 }
 /* Whether a mutable type, as the first mutable level of a sample, writes
  * extended headers. */

@@ -53,7 +53,7 @@ bool ZELCdrType_initializeValueI(const ZELCdrTypeDesc *type, void *value, const 
         return true;
     }
     case ZEL_CDR_TK_STRUCT: {
-        if (ZELCdrType_isPlainI(type)) {
+        if (ZELCdrType_plainCacheI(type) != nullptr) {
             return true;  // numbers only, zero already
         }
         auto *base = static_cast<char *>(value);
@@ -99,7 +99,7 @@ void ZELCdrType_finalizeValueI(const ZELCdrTypeDesc *type, void *value, const DD
         return;
     }
     case ZEL_CDR_TK_STRUCT: {
-        if (ZELCdrType_isPlainI(type)) {
+        if (ZELCdrType_plainCacheI(type) != nullptr) {
             return;  // nothing owned
         }
         auto *base = static_cast<char *>(value);
@@ -172,7 +172,7 @@ bool ZELCdrType_copyValueI(const ZELCdrTypeDesc *type, void *dst, const void *sr
         const bool keysOnly = mode != KeyMode::all && ZELCdrType_hasKeyMembersI(type);
         auto *to = static_cast<char *>(dst);
         auto *from = static_cast<const char *>(src);
-        if (!keysOnly && ZELCdrType_isPlainI(type)) {
+        if (!keysOnly && ZELCdrType_plainCacheI(type) != nullptr) {
             std::memmove(to, from, type->size);
             return true;
         }

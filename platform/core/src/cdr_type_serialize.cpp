@@ -123,8 +123,8 @@ bool ZELCdrType_serializeStructI(const ZELCdrTypeDesc *type, const char *base, Z
     const bool keysOnly = mode != KeyMode::all && ZELCdrType_hasKeyMembersI(type);
     const KeyMode memberMode = keysOnly ? mode : KeyMode::all;
     if (type->extensibility != ZEL_CDR_EXTENSIBILITY_MUTABLE) {
-        const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_getCacheI(type);
-        if (cache != nullptr && cache->plainSize != 0 &&
+        const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_plainCacheI(type);
+        if (cache != nullptr &&
             ZELCdrStream_serializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
                                           cache->plainLeadsAligned)) {
             char *start = stream->currentPosition - cache->plainSize;
@@ -336,8 +336,8 @@ bool ZELCdrType_deserializeStructI(const ZELCdrTypeDesc *type, char *base, ZELCd
     if (type->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE) {
         return ZELCdrType_deserializeParameterListI(type, base, stream, keysOnly, memberMode);
     }
-    const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_getCacheI(type);
-    if (cache != nullptr && cache->plainSize != 0 &&
+    const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_plainCacheI(type);
+    if (cache != nullptr &&
         ZELCdrStream_deserializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
                                         cache->plainLeadsAligned)) {
         return true;

@@ -143,7 +143,7 @@ uint64_t sampleElementsSizeI(const ZELCdrTypeDesc *element, const char *first, v
 
 // The plain layout of a member: a primitive, a plain struct, or an array
 // of either whose C stride is the element's CDR size and which adds no
-// padding of its own. NULL when the member is not plain.
+// padding of its own. False when the member is not plain.
 bool plainLayoutI(const ZELCdrTypeDesc *type, ZELCdrTypeCache *layout) {
     type = ZELCdrType_resolveI(type);
     if (ZELCdrType_isPrimitiveKindI(type->kind)) {
@@ -153,12 +153,11 @@ bool plainLayoutI(const ZELCdrTypeDesc *type, ZELCdrTypeCache *layout) {
         return true;
     }
     if (type->kind == ZEL_CDR_TK_STRUCT) {
-        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
-        if (cache == nullptr || cache->plainSize == 0) {
-            return false;
+        const ZELCdrTypeCache *cache = ZELCdrType_plainCacheI(type);
+        if (cache != nullptr) {
+            *layout = *cache;
         }
-        *layout = *cache;
-        return true;
+        return cache != nullptr;
     }
     if (type->kind != ZEL_CDR_TK_ARRAY || type->bound == 0 || !plainLayoutI(type->element, layout) ||
         (type->bound > 1 && layout->plainGapCount != 0) ||
@@ -337,9 +336,8 @@ uint64_t ZELCdrType_sampleSizeI(const ZELCdrTypeDesc *type, uint64_t alignment, 
         return sampleElementsSizeI(type->element, static_cast<const char *>(value), nullptr, type->bound, alignment,
                                    headers);
     case ZEL_CDR_TK_STRUCT: {
-        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
-        if (cache != nullptr && cache->plainSize != 0 &&
-            (cache->plainLeadsAligned || alignment % cache->plainAlignment == 0)) {
+        const ZELCdrTypeCache *cache = ZELCdrType_plainCacheI(type);
+        if (cache != nullptr && (cache->plainLeadsAligned || alignment % cache->plainAlignment == 0)) {
             return alignUpI(alignment, cache->plainAlignment) + cache->plainSize;
         }
         const auto *base = static_cast<const char *>(value);
