@@ -5,13 +5,14 @@ BUILD ?= build
 JOBS ?= $(shell nproc)
 # Work trees in different folders share cached objects.
 export CCACHE_BASEDIR ?= $(CURDIR)
+export CCACHE_NOHASHDIR ?= 1
 CTEST_FLAGS ?= --output-on-failure -j $(JOBS)
 
 # `make demo` runs the shapes demo and watches it with zelmon top; off a
 # terminal it stops after DEMO_SECONDS.
 DEMO_SECONDS ?= 20
 
-.PHONY: all deps build demo test test-normal test-asan test-tsan test-windows bench coverage test-share clean
+.PHONY: all deps build demo test test-normal test-asan test-tsan test-windows bench coverage test-share format clean
 
 all: build
 
@@ -68,6 +69,10 @@ coverage: $(BUILD)/coverage/build.ninja
 	  gcovr -r . --object-directory $(BUILD)/coverage --filter "$$part/" --print-summary \
 	    -o $(BUILD)/coverage/coverage-$$part.txt; \
 	done
+
+# Apply the code style of .clang-format to every source file.
+format:
+	@git ls-files '*.c' '*.cc' '*.cpp' '*.h' '*.hpp' | xargs clang-format -i
 
 # Lines of test code against lines of code.
 test-share:

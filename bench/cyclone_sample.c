@@ -11,13 +11,11 @@ struct CycloneSample {
     dds_ostreamLE_t out;
 };
 
-static uint32_t CycloneEncoding_version(CycloneEncoding encoding)
-{
+static uint32_t CycloneEncoding_version(CycloneEncoding encoding) {
     return encoding == CYCLONE_XCDR2 ? CDR_ENC_VERSION_2 : CDR_ENC_VERSION_1;
 }
 
-CycloneSample *CycloneSample_new(CycloneType type)
-{
+CycloneSample *CycloneSample_new(CycloneType type) {
     CycloneSample *sample = dds_alloc(sizeof *sample);
     sample->descriptor = type == CYCLONE_WRITER_STATISTICS ? &cyclone_zel_dds_monitoring_DataWriterEntityStatistics_desc
                                                            : &cyclone_zel_dds_monitoring_DataWriterDescription_desc;
@@ -26,20 +24,15 @@ CycloneSample *CycloneSample_new(CycloneType type)
     return sample;
 }
 
-void CycloneSample_delete(CycloneSample *sample)
-{
+void CycloneSample_delete(CycloneSample *sample) {
     dds_ostreamLE_fini(&sample->out);
     dds_sample_free(sample->data, sample->descriptor, DDS_FREE_ALL);
     dds_free(sample);
 }
 
-void *CycloneSample_data(CycloneSample *sample)
-{
-    return sample->data;
-}
+void *CycloneSample_data(CycloneSample *sample) { return sample->data; }
 
-bool CycloneSample_read(CycloneSample *sample, char *octets, uint32_t size, CycloneEncoding encoding, bool check)
-{
+bool CycloneSample_read(CycloneSample *sample, char *octets, uint32_t size, CycloneEncoding encoding, bool check) {
     const uint32_t version = CycloneEncoding_version(encoding);
     uint32_t end = 0;
     /* Little-endian octets on a little-endian host: nothing to swap. */
@@ -53,11 +46,10 @@ bool CycloneSample_read(CycloneSample *sample, char *octets, uint32_t size, Cycl
     return true;
 }
 
-const char *CycloneSample_write(CycloneSample *sample, CycloneEncoding encoding, uint32_t *size)
-{
+const char *CycloneSample_write(CycloneSample *sample, CycloneEncoding encoding, uint32_t *size) {
     sample->out.x.m_index = 0;
     sample->out.x.m_xcdr_version = CycloneEncoding_version(encoding);
     dds_stream_writeLE(&sample->out, sample->data, sample->descriptor->m_ops);
     *size = sample->out.x.m_index;
-    return (const char *) sample->out.x.m_buffer;
+    return (const char *)sample->out.x.m_buffer;
 }

@@ -51,12 +51,11 @@ inline MonitoredSystem MonitoredSystem_create(int domain, long count,
     for (const auto &[name, value] : properties) {
         DDS_PropertyQosPolicyHelper_add_property(&qos.property, name.c_str(), value.c_str(), DDS_BOOLEAN_FALSE);
     }
-    system.participant =
-            DDS_DomainParticipantFactory_create_participant(system.factory, domain, &qos, nullptr, DDS_STATUS_MASK_NONE);
+    system.participant = DDS_DomainParticipantFactory_create_participant(system.factory, domain, &qos, nullptr,
+                                                                         DDS_STATUS_MASK_NONE);
     DDS_DomainParticipantQos_finalize(&qos);
-    if (system.participant == nullptr ||
-        zel_dds_monitoring_TopicEntityStatisticsTypeSupport_register_type(system.participant, kTypeName) !=
-                DDS_RETCODE_OK) {
+    if (system.participant == nullptr || zel_dds_monitoring_TopicEntityStatisticsTypeSupport_register_type(
+                                                 system.participant, kTypeName) != DDS_RETCODE_OK) {
         return system;
     }
     system.publisher =
@@ -70,10 +69,10 @@ inline MonitoredSystem MonitoredSystem_create(int domain, long count,
         const std::string name = "Reading" + std::to_string(i);
         DDS_Topic *topic = DDS_DomainParticipant_create_topic(system.participant, name.c_str(), kTypeName,
                                                               &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-        DDS_DataWriter *writer =
-                topic == nullptr ? nullptr
-                                 : DDS_Publisher_create_datawriter(system.publisher, topic, &DDS_DATAWRITER_QOS_DEFAULT,
-                                                                   nullptr, 0);
+        DDS_DataWriter *writer = topic == nullptr
+                                         ? nullptr
+                                         : DDS_Publisher_create_datawriter(system.publisher, topic,
+                                                                           &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
         if (writer == nullptr ||
             DDS_Subscriber_create_datareader(system.subscriber, DDS_Topic_as_topicdescription(topic),
                                              &DDS_DATAREADER_QOS_DEFAULT, nullptr, 0) == nullptr) {

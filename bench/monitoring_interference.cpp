@@ -66,8 +66,7 @@ void BM_WriterCreateDeleteDuringPeriods(benchmark::State &state) {
                 const Clock::time_point start = Clock::now();
                 DDS_DataWriter *writer = DDS_Publisher_create_datawriter(system.publisher, system.topics[0],
                                                                          &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
-                if (writer == nullptr ||
-                    DDS_Publisher_delete_datawriter(system.publisher, writer) != DDS_RETCODE_OK) {
+                if (writer == nullptr || DDS_Publisher_delete_datawriter(system.publisher, writer) != DDS_RETCODE_OK) {
                     state.SkipWithError("a writer could not be created or deleted");
                     break;
                 }

@@ -16,19 +16,14 @@
 #include "vurncore/dds_string.h"
 #include "zel_dds_monitoring.h"
 
-inline void setString(char *target, const std::string &text)
-{
+inline void setString(char *target, const std::string &text) {
     std::strcpy(target, text.c_str());  // members hold their bound + 1 octets
 }
 
-inline void fillDuration(DDSMonitoring_Duration_t *sample)
-{
-    *sample = {5, 250000000};
-}
+inline void fillDuration(DDSMonitoring_Duration_t *sample) { *sample = {5, 250000000}; }
 
 template <typename WriterStatistics>
-void fillWriterStatistics(WriterStatistics *sample)
-{
+void fillWriterStatistics(WriterStatistics *sample) {
     sample->datawriter_key = {{0x01a2b3c4, 0x55667788, 0x11223344, 0x000001c2}};
     sample->period = {5, 0};
     sample->participant_key = {{0x01a2b3c4, 0x55667788, 0x11223344, 0x000001c1}};
@@ -55,8 +50,7 @@ struct PropertyValues {
     bool propagate;
 };
 
-inline std::vector<PropertyValues> writerProperties()
-{
+inline std::vector<PropertyValues> writerProperties() {
     std::vector<PropertyValues> properties;
     for (int i = 0; i < 10; ++i) {
         properties.push_back({"dds.transport.UDPv4.builtin.parent.property_" + std::to_string(i),
@@ -65,8 +59,7 @@ inline std::vector<PropertyValues> writerProperties()
     return properties;
 }
 
-inline void propertiesSet(DDSMonitoring_Property_tSeq &properties, const std::vector<PropertyValues> &values)
-{
+inline void propertiesSet(DDSMonitoring_Property_tSeq &properties, const std::vector<PropertyValues> &values) {
     const auto length = static_cast<DDS_Long>(values.size());
     if (!DDSMonitoring_Property_tSeq_ensure_length(&properties, length, length)) {
         std::fprintf(stderr, "out of heap\n");
@@ -84,8 +77,7 @@ inline void propertiesSet(DDSMonitoring_Property_tSeq &properties, const std::ve
 }
 
 template <typename WriterDescription>
-void fillWriterDescription(WriterDescription *sample)
-{
+void fillWriterDescription(WriterDescription *sample) {
     sample->entity_key = {{0x01a2b3c4, 0x55667788, 0x11223344, 0x000001c2}};
     sample->publisher_entity_key = {{0x01a2b3c4, 0x55667788, 0x11223344, 0x00000188}};
     sample->topic_entity_key = {{0x01a2b3c4, 0x55667788, 0x11223344, 0x00000004}};
@@ -117,21 +109,23 @@ struct TypeOps {
     void (*fill)(void *sample);
 };
 
-#define BENCH_OPS(F, NEW, DELETE, FILL)                                                                    \
-    TypeOps{[]() -> void * { return F##PluginSupport_create_data(); },                                     \
-            [](void *s) { F##PluginSupport_destroy_data(static_cast<F *>(s)); },                           \
-            [](const void *s, ZELCdrStream *stream) {                                                      \
-                return F##Plugin_serialize(nullptr, static_cast<const F *>(s), stream, 1,                  \
-                                           ZEL_CDR_ENCAPSULATION_ID_CDR_LE, 1, nullptr);                   \
-            },                                                                                             \
-            [](void *s, ZELCdrStream *stream) {                                                            \
-                return F##Plugin_deserialize(nullptr, static_cast<F *>(s), stream, 1, 1, nullptr);         \
-            },                                                                                             \
-            NEW, DELETE, [](void *s) { FILL(static_cast<F *>(s)); }}
+#define BENCH_OPS(F, NEW, DELETE, FILL)                                                                \
+    TypeOps {                                                                                          \
+        []() -> void * { return F##PluginSupport_create_data(); },                                     \
+                [](void *s) { F##PluginSupport_destroy_data(static_cast<F *>(s)); },                   \
+                [](const void *s, ZELCdrStream *stream) {                                              \
+                    return F##Plugin_serialize(nullptr, static_cast<const F *>(s), stream, 1,          \
+                                               ZEL_CDR_ENCAPSULATION_ID_CDR_LE, 1, nullptr);           \
+                },                                                                                     \
+                [](void *s, ZELCdrStream *stream) {                                                    \
+                    return F##Plugin_deserialize(nullptr, static_cast<F *>(s), stream, 1, 1, nullptr); \
+                },                                                                                     \
+                NEW, DELETE, [](void *s) { FILL(static_cast<F *>(s)); }                                \
+    }
 
-const TypeOps kWriterStatistics =
-        BENCH_OPS(zel_dds_monitoring_DataWriterEntityStatistics, &zel_dds_monitoring_DataWriterEntityStatisticsPlugin_new,
-                  &zel_dds_monitoring_DataWriterEntityStatisticsPlugin_delete, fillWriterStatistics);
+const TypeOps kWriterStatistics = BENCH_OPS(
+        zel_dds_monitoring_DataWriterEntityStatistics, &zel_dds_monitoring_DataWriterEntityStatisticsPlugin_new,
+        &zel_dds_monitoring_DataWriterEntityStatisticsPlugin_delete, fillWriterStatistics);
 const TypeOps kWriterDescription =
         BENCH_OPS(zel_dds_monitoring_DataWriterDescription, &zel_dds_monitoring_DataWriterDescriptionPlugin_new,
                   &zel_dds_monitoring_DataWriterDescriptionPlugin_delete, fillWriterDescription);
@@ -139,8 +133,7 @@ const TypeOps kWriterDescription =
 // A filled sample and a buffer holding its serialization.
 class Fixture {
 public:
-    explicit Fixture(const TypeOps &ops) : ops_(ops), buffer_(1 << 20)
-    {
+    explicit Fixture(const TypeOps &ops) : ops_(ops), buffer_(1 << 20) {
         sample = ops.create();
         ops.fill(sample);
         ZELCdrStream_init(&stream, buffer_.data(), static_cast<uint32_t>(buffer_.size()), ZEL_CDR_LITTLE_ENDIAN);

@@ -12,8 +12,7 @@ namespace {
 
 const TypeOps kDuration = BENCH_OPS(DDSMonitoring_Duration_t, nullptr, nullptr, fillDuration);
 
-void BM_Serialize(benchmark::State &state, const TypeOps *ops)
-{
+void BM_Serialize(benchmark::State &state, const TypeOps *ops) {
     Fixture f(*ops);
     for (auto _ : state) {
         ZELCdrStream_resetPosition(&f.stream);
@@ -23,8 +22,7 @@ void BM_Serialize(benchmark::State &state, const TypeOps *ops)
     state.counters["octets"] = f.length;
 }
 
-void BM_Deserialize(benchmark::State &state, const TypeOps *ops)
-{
+void BM_Deserialize(benchmark::State &state, const TypeOps *ops) {
     Fixture f(*ops);
     ZELCdrStream in;
     ZELCdrStream_init(&in, f.octets(), f.length, ZEL_CDR_BIG_ENDIAN);
@@ -37,8 +35,7 @@ void BM_Deserialize(benchmark::State &state, const TypeOps *ops)
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * f.length);
 }
 
-void BM_KeyHash(benchmark::State &state, const TypeOps *ops)
-{
+void BM_KeyHash(benchmark::State &state, const TypeOps *ops) {
     Fixture f(*ops);
     PRESTypePlugin *plugin = ops->pluginNew();
     PRESTypePluginParticipantData participant = plugin->onParticipantAttachedFnc(plugin);
@@ -54,8 +51,7 @@ void BM_KeyHash(benchmark::State &state, const TypeOps *ops)
 }
 
 // The floor: copying the serialized octets.
-void BM_Memcpy(benchmark::State &state, const TypeOps *ops)
-{
+void BM_Memcpy(benchmark::State &state, const TypeOps *ops) {
     Fixture f(*ops);
     std::vector<char> target(f.length);
     for (auto _ : state) {

@@ -23,8 +23,7 @@
 // Cyclone's property list, for the shared fill (found by argument-dependent
 // lookup, hence outside the anonymous namespace).
 static void propertiesSet(dds_sequence_cyclone_DDSMonitoring_Property_t &properties,
-                          const std::vector<PropertyValues> &values)
-{
+                          const std::vector<PropertyValues> &values) {
     const auto length = static_cast<uint32_t>(values.size());
     properties._buffer = dds_sequence_cyclone_DDSMonitoring_Property_t_allocbuf(length);
     properties._maximum = length;
@@ -73,8 +72,7 @@ public:
 // accepts what it receives.
 class CycloneFixture {
 public:
-    explicit CycloneFixture(const TypePair &pair) : cyclone(pair.cyclone)
-    {
+    explicit CycloneFixture(const TypePair &pair) : cyclone(pair.cyclone) {
         pair.cycloneFill(CycloneSample_data(cyclone.sample));
         uint32_t size = 0;
         const char *written = CycloneSample_write(cyclone.sample, CYCLONE_XCDR2, &size);
@@ -90,14 +88,12 @@ public:
     const char *error = nullptr;
 };
 
-void octetsCount(benchmark::State &state, size_t octets)
-{
+void octetsCount(benchmark::State &state, size_t octets) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(octets));
     state.counters["octets"] = static_cast<double>(octets);
 }
 
-void BM_OursSerialize(benchmark::State &state, const TypePair *pair)
-{
+void BM_OursSerialize(benchmark::State &state, const TypePair *pair) {
     Fixture f(*pair->ours);
     for (auto _ : state) {
         ZELCdrStream_resetPosition(&f.stream);
@@ -106,8 +102,7 @@ void BM_OursSerialize(benchmark::State &state, const TypePair *pair)
     octetsCount(state, f.length);
 }
 
-void BM_OursDeserialize(benchmark::State &state, const TypePair *pair)
-{
+void BM_OursDeserialize(benchmark::State &state, const TypePair *pair) {
     Fixture f(*pair->ours);
     ZELCdrStream in;
     ZELCdrStream_init(&in, f.octets(), f.length, ZEL_CDR_BIG_ENDIAN);
@@ -120,8 +115,7 @@ void BM_OursDeserialize(benchmark::State &state, const TypePair *pair)
     octetsCount(state, f.length);
 }
 
-void BM_CycloneSerialize(benchmark::State &state, const TypePair *pair)
-{
+void BM_CycloneSerialize(benchmark::State &state, const TypePair *pair) {
     CycloneFixture f(*pair);
     if (f.error != nullptr) {
         state.SkipWithError(f.error);
@@ -134,8 +128,7 @@ void BM_CycloneSerialize(benchmark::State &state, const TypePair *pair)
 }
 
 // Cyclone's read alone trusts its input; on receive Cyclone checks it first.
-void cycloneDeserialize(benchmark::State &state, const TypePair *pair, bool check)
-{
+void cycloneDeserialize(benchmark::State &state, const TypePair *pair, bool check) {
     CycloneFixture f(*pair);
     if (f.error != nullptr) {
         state.SkipWithError(f.error);
@@ -148,19 +141,14 @@ void cycloneDeserialize(benchmark::State &state, const TypePair *pair, bool chec
     octetsCount(state, f.octets.size());
 }
 
-void BM_CycloneDeserialize(benchmark::State &state, const TypePair *pair)
-{
-    cycloneDeserialize(state, pair, false);
-}
+void BM_CycloneDeserialize(benchmark::State &state, const TypePair *pair) { cycloneDeserialize(state, pair, false); }
 
-void BM_CycloneCheckDeserialize(benchmark::State &state, const TypePair *pair)
-{
+void BM_CycloneCheckDeserialize(benchmark::State &state, const TypePair *pair) {
     cycloneDeserialize(state, pair, true);
 }
 
 // The floor: copying our octets.
-void BM_Memcpy(benchmark::State &state, const TypePair *pair)
-{
+void BM_Memcpy(benchmark::State &state, const TypePair *pair) {
     Fixture f(*pair->ours);
     std::vector<char> target(f.length);
     for (auto _ : state) {
@@ -190,8 +178,7 @@ public:
     bool ReportContext(const Context &context) override { return display_->ReportContext(context); }
     void Finalize() override { display_->Finalize(); }
 
-    void ReportRuns(const std::vector<Run> &runs) override
-    {
+    void ReportRuns(const std::vector<Run> &runs) override {
         display_->ReportRuns(runs);
         for (const Run &run : runs) {
             if (run.run_type != Run::RT_Iteration || run.error_occurred) {
@@ -207,8 +194,7 @@ public:
 
     // Throughput of the first benchmark over the second's, or 0 where either
     // did not run.
-    double ratioGet(const std::string &benchmark, const std::string &reference) const
-    {
+    double ratioGet(const std::string &benchmark, const std::string &reference) const {
         const auto measured = seconds_.find(benchmark);
         const auto base = seconds_.find(reference);
         if (measured == seconds_.end() || base == seconds_.end() || measured->second <= 0) {
@@ -222,8 +208,7 @@ private:
     std::map<std::string, double> seconds_;
 };
 
-void ratiosPrint(const RecordingReporter &reporter)
-{
+void ratiosPrint(const RecordingReporter &reporter) {
     struct Line {
         const char *operation;
         const char *ours;
@@ -231,14 +216,15 @@ void ratiosPrint(const RecordingReporter &reporter)
         const char *against;
     };
     static const Line kLines[] = {
-        {"serialize", "BM_OursSerialize", "BM_CycloneSerialize", "ours/cyclone"},
-        {"serialize", "BM_OursSerialize", "BM_Memcpy", "ours/memcpy"},
-        {"deserialize", "BM_OursDeserialize", "BM_CycloneDeserialize", "ours/cyclone"},
-        {"deserialize", "BM_OursDeserialize", "BM_CycloneCheckDeserialize", "ours/cyclone-checked"},
-        {"deserialize", "BM_OursDeserialize", "BM_Memcpy", "ours/memcpy"},
+            {"serialize", "BM_OursSerialize", "BM_CycloneSerialize", "ours/cyclone"},
+            {"serialize", "BM_OursSerialize", "BM_Memcpy", "ours/memcpy"},
+            {"deserialize", "BM_OursDeserialize", "BM_CycloneDeserialize", "ours/cyclone"},
+            {"deserialize", "BM_OursDeserialize", "BM_CycloneCheckDeserialize", "ours/cyclone-checked"},
+            {"deserialize", "BM_OursDeserialize", "BM_Memcpy", "ours/memcpy"},
     };
-    std::printf("\nThroughput ratios, samples per second (cyclone-checked: Cyclone checks the octets before reading "
-                "them, as on receive):\n");
+    std::printf(
+            "\nThroughput ratios, samples per second (cyclone-checked: Cyclone checks the octets before reading "
+            "them, as on receive):\n");
     for (const TypePair *pair : kPairs) {
         std::string suffix = std::string("/") + pair->name;
         std::replace(suffix.begin(), suffix.end(), ' ', '_');
@@ -254,8 +240,7 @@ void ratiosPrint(const RecordingReporter &reporter)
 
 }  // namespace
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 1;

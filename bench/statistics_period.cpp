@@ -61,8 +61,8 @@ int main(int argc, char **argv) {
     const char *wire = std::getenv("ZEL_WIRE");
     std::printf("ratio wire: %s\n", wire != nullptr ? wire : "default");
     for (const auto &[count, seconds] : g_perEntitySeconds) {
-        std::printf("ratio period CPU per entity at %ld writers + %ld readers: %.2f us, heap kept %.0f octets\n",
-                    count, count, seconds * 1e6, g_heapPerEntity[count]);
+        std::printf("ratio period CPU per entity at %ld writers + %ld readers: %.2f us, heap kept %.0f octets\n", count,
+                    count, seconds * 1e6, g_heapPerEntity[count]);
     }
     for (const long largest : {10000L, 5000L}) {
         if (g_perEntitySeconds.count(100) != 0 && g_perEntitySeconds.count(largest) != 0) {

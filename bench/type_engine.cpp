@@ -40,29 +40,53 @@ struct Stats {
     char *topic;  // string<256>
 };
 
-#define MEMBER(S, field, type, key) {#field, offsetof(S, field), type, key}
+#define MEMBER(S, field, type, key) \
+    { #field, offsetof(S, field), type, key }
 
 ZELCdrTypeDesc structDesc(const char *name, uint32_t size, ZELCdrExtensibility extensibility, uint32_t count,
                           const ZELCdrMember *members, ZELCdrTypeCache *cache) {
-    return ZELCdrTypeDesc{ZEL_CDR_TK_STRUCT, name, size, 8, extensibility, count, members, 0, nullptr, 0, nullptr,
-                          nullptr, nullptr, cache};
+    return ZELCdrTypeDesc{ZEL_CDR_TK_STRUCT, name, size,    8,       extensibility, count, members, 0,
+                          nullptr,           0,    nullptr, nullptr, nullptr,       cache};
 }
 
 ZELCdrTypeDesc arrayDesc(uint32_t length, const ZELCdrTypeDesc *element) {
-    return ZELCdrTypeDesc{ZEL_CDR_TK_ARRAY, nullptr, length * element->size, element->alignment,
-                          ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, length, element, 0, nullptr, nullptr, nullptr,
+    return ZELCdrTypeDesc{ZEL_CDR_TK_ARRAY,
+                          nullptr,
+                          length * element->size,
+                          element->alignment,
+                          ZEL_CDR_EXTENSIBILITY_FINAL,
+                          0,
+                          nullptr,
+                          length,
+                          element,
+                          0,
+                          nullptr,
+                          nullptr,
+                          nullptr,
                           nullptr};
 }
 
 const ZELCdrTypeDesc kLong4 = arrayDesc(4, &ZELCdrType_g_long);
 const ZELCdrTypeDesc kLong8 = arrayDesc(8, &ZELCdrType_g_long);
-const ZELCdrTypeDesc kString256 = {ZEL_CDR_TK_STRING, nullptr, sizeof(char *), alignof(char *),
-                                   ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, 256, nullptr, 0, nullptr, nullptr,
-                                   nullptr, nullptr};
+const ZELCdrTypeDesc kString256 = {ZEL_CDR_TK_STRING,
+                                   nullptr,
+                                   sizeof(char *),
+                                   alignof(char *),
+                                   ZEL_CDR_EXTENSIBILITY_FINAL,
+                                   0,
+                                   nullptr,
+                                   256,
+                                   nullptr,
+                                   0,
+                                   nullptr,
+                                   nullptr,
+                                   nullptr,
+                                   nullptr};
 
 const ZELCdrMember kKeyMembers[] = {MEMBER(Key16, value, &kLong4, DDS_BOOLEAN_FALSE)};
 ZELCdrTypeCache g_keyCache;
-const ZELCdrTypeDesc kKey = structDesc("Key16", sizeof(Key16), ZEL_CDR_EXTENSIBILITY_FINAL, 1, kKeyMembers, &g_keyCache);
+const ZELCdrTypeDesc kKey =
+        structDesc("Key16", sizeof(Key16), ZEL_CDR_EXTENSIBILITY_FINAL, 1, kKeyMembers, &g_keyCache);
 
 const ZELCdrMember kDurationMembers[] = {MEMBER(Duration, sec, &ZELCdrType_g_long, DDS_BOOLEAN_FALSE),
                                          MEMBER(Duration, nanosec, &ZELCdrType_g_ulong, DDS_BOOLEAN_FALSE)};
@@ -78,18 +102,17 @@ ZELCdrTypeCache g_countsCache;
 const ZELCdrTypeDesc kCounts =
         structDesc("Counts", sizeof(Counts), ZEL_CDR_EXTENSIBILITY_APPENDABLE, 4, kCountsMembers, &g_countsCache);
 
-const ZELCdrMember kStatsMembers[] = {
-        MEMBER(Stats, key, &kKey, DDS_BOOLEAN_TRUE),
-        MEMBER(Stats, period, &kDuration, DDS_BOOLEAN_TRUE),
-        MEMBER(Stats, participant, &kKey, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, domain, &ZELCdrType_g_long, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, host, &ZELCdrType_g_ulong, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, process, &ZELCdrType_g_ulong, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, sent, &kCounts, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, received, &kCounts, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, rates, &kLong8, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, bytes, &ZELCdrType_g_longlong, DDS_BOOLEAN_FALSE),
-        MEMBER(Stats, topic, &kString256, DDS_BOOLEAN_FALSE)};
+const ZELCdrMember kStatsMembers[] = {MEMBER(Stats, key, &kKey, DDS_BOOLEAN_TRUE),
+                                      MEMBER(Stats, period, &kDuration, DDS_BOOLEAN_TRUE),
+                                      MEMBER(Stats, participant, &kKey, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, domain, &ZELCdrType_g_long, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, host, &ZELCdrType_g_ulong, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, process, &ZELCdrType_g_ulong, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, sent, &kCounts, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, received, &kCounts, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, rates, &kLong8, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, bytes, &ZELCdrType_g_longlong, DDS_BOOLEAN_FALSE),
+                                      MEMBER(Stats, topic, &kString256, DDS_BOOLEAN_FALSE)};
 ZELCdrTypeCache g_statsCache;
 const ZELCdrTypeDesc kStats =
         structDesc("Stats", sizeof(Stats), ZEL_CDR_EXTENSIBILITY_MUTABLE, 11, kStatsMembers, &g_statsCache);
@@ -120,8 +143,7 @@ bool writeStatsByHand(ZELCdrStream *s, const Stats &v) {
                                return ZELCdrStream_serializePrimitive(s, &v.period.sec, 4) &&
                                       ZELCdrStream_serializePrimitive(s, &v.period.nanosec, 4);
                            }) &&
-            writeParameter(s, 2,
-                           [&] { return ZELCdrStream_serializePrimitiveArray(s, v.participant.value, 4, 4); }) &&
+            writeParameter(s, 2, [&] { return ZELCdrStream_serializePrimitiveArray(s, v.participant.value, 4, 4); }) &&
             writeParameter(s, 3, [&] { return ZELCdrStream_serializePrimitive(s, &v.domain, 4); }) &&
             writeParameter(s, 4, [&] { return ZELCdrStream_serializePrimitive(s, &v.host, 4); }) &&
             writeParameter(s, 5, [&] { return ZELCdrStream_serializePrimitive(s, &v.process, 4); }) &&
@@ -213,8 +235,9 @@ void BM_KeyHashByHand(benchmark::State &state) {
     for (auto _ : state) {
         ZELCdrStream_clear(&f.md5Stream);
         const bool ok =
-                writeParameter(&f.md5Stream, 0,
-                               [&] { return ZELCdrStream_serializePrimitiveArray(&f.md5Stream, f.sample.key.value, 4, 4); }) &&
+                writeParameter(
+                        &f.md5Stream, 0,
+                        [&] { return ZELCdrStream_serializePrimitiveArray(&f.md5Stream, f.sample.key.value, 4, 4); }) &&
                 writeParameter(&f.md5Stream, 1,
                                [&] {
                                    return ZELCdrStream_serializePrimitive(&f.md5Stream, &f.sample.period.sec, 4) &&

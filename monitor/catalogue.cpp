@@ -2,10 +2,12 @@
 
 #include <cstring>
 
-#define ZEL_CATALOGUE_ENTRY(TOPIC, TYPE, IS_DESCRIPTION, KEY_COUNT, ...)                            \
-    {"zel/dds/monitoring/" TOPIC, "zel::dds::monitoring::" #TYPE, IS_DESCRIPTION, KEY_COUNT,     \
-     {__VA_ARGS__}, &zel_dds_monitoring_##TYPE##_g_desc, &zel_dds_monitoring_##TYPE##Plugin_new, \
-     &zel_dds_monitoring_##TYPE##Plugin_delete}
+#define ZEL_CATALOGUE_ENTRY(TOPIC, TYPE, IS_DESCRIPTION, KEY_COUNT, ...)                                       \
+    {                                                                                                          \
+        "zel/dds/monitoring/" TOPIC, "zel::dds::monitoring::" #TYPE, IS_DESCRIPTION, KEY_COUNT, {__VA_ARGS__}, \
+                &zel_dds_monitoring_##TYPE##_g_desc, &zel_dds_monitoring_##TYPE##Plugin_new,                   \
+                &zel_dds_monitoring_##TYPE##Plugin_delete                                                      \
+    }
 
 extern "C" {
 
@@ -17,8 +19,8 @@ const ZELDefaultMonitorCatalogueEntry ZELDefaultMonitorCatalogue_g_entries[ZEL_M
         ZEL_CATALOGUE_ENTRY("subscriberDescription", SubscriberDescription, DDS_BOOLEAN_TRUE, 1, "entity_key"),
         ZEL_CATALOGUE_ENTRY("dataReaderDescription", DataReaderDescription, DDS_BOOLEAN_TRUE, 1, "entity_key"),
         ZEL_CATALOGUE_ENTRY("dataWriterDescription", DataWriterDescription, DDS_BOOLEAN_TRUE, 1, "entity_key"),
-        ZEL_CATALOGUE_ENTRY("domainParticipantEntityStatistics", DomainParticipantEntityStatistics,
-                            DDS_BOOLEAN_FALSE, 2, "participant_key", "period"),
+        ZEL_CATALOGUE_ENTRY("domainParticipantEntityStatistics", DomainParticipantEntityStatistics, DDS_BOOLEAN_FALSE,
+                            2, "participant_key", "period"),
         ZEL_CATALOGUE_ENTRY("dataReaderEntityStatistics", DataReaderEntityStatistics, DDS_BOOLEAN_FALSE, 2,
                             "datareader_key", "period"),
         ZEL_CATALOGUE_ENTRY("dataWriterEntityStatistics", DataWriterEntityStatistics, DDS_BOOLEAN_FALSE, 2,

@@ -35,7 +35,7 @@ enum ZELDefaultMonitorTopic {
 
 struct ZELDefaultMonitorCatalogueEntry {
     const char *topicName;
-    const char *typeName;  /* registered verbatim */
+    const char *typeName; /* registered verbatim */
     DDS_Boolean isDescription;
     uint32_t keyMemberCount;
     const char *keyMembers[ZEL_MONITOR_CATALOGUE_MAX_KEY_MEMBERS];

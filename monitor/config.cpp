@@ -78,7 +78,7 @@ DDS_Long ZELDefaultMonitorConfig_parseNumberI(const char *value) {
 }
 
 DDS_Long ZELDefaultMonitorConfig_readNumberI(const DDS_PropertyQosPolicy *policy, const char *name,
-                                            DDS_Long defaultValue) {
+                                             DDS_Long defaultValue) {
     const char *value = ZELDefaultMonitorConfig_lookupValueI(policy, name);
     return value != nullptr ? ZELDefaultMonitorConfig_parseNumberI(value) : defaultValue;
 }
@@ -131,14 +131,14 @@ DDS_Boolean ZELDefaultMonitorParticipantSettings_read(ZELDefaultMonitorParticipa
             return DDS_BOOLEAN_FALSE;
         }
     }
-    self->getProcessStatistics = ZELDefaultMonitorConfig_readBooleanI(
-            policy, ZEL_MONITOR_CONFIG_GET_PROCESS_STATISTICS, self->getProcessStatistics);
+    self->getProcessStatistics = ZELDefaultMonitorConfig_readBooleanI(policy, ZEL_MONITOR_CONFIG_GET_PROCESS_STATISTICS,
+                                                                      self->getProcessStatistics);
     self->skipParticipantProperties = ZELDefaultMonitorConfig_readBooleanI(
             policy, ZEL_MONITOR_CONFIG_SKIP_PARTICIPANT_PROPERTIES, self->skipParticipantProperties);
-    self->skipWriterProperties = ZELDefaultMonitorConfig_readBooleanI(
-            policy, ZEL_MONITOR_CONFIG_SKIP_WRITER_PROPERTIES, self->skipWriterProperties);
-    self->skipReaderProperties = ZELDefaultMonitorConfig_readBooleanI(
-            policy, ZEL_MONITOR_CONFIG_SKIP_READER_PROPERTIES, self->skipReaderProperties);
+    self->skipWriterProperties = ZELDefaultMonitorConfig_readBooleanI(policy, ZEL_MONITOR_CONFIG_SKIP_WRITER_PROPERTIES,
+                                                                      self->skipWriterProperties);
+    self->skipReaderProperties = ZELDefaultMonitorConfig_readBooleanI(policy, ZEL_MONITOR_CONFIG_SKIP_READER_PROPERTIES,
+                                                                      self->skipReaderProperties);
     self->skipMonitorEntities = ZELDefaultMonitorConfig_readBooleanI(policy, ZEL_MONITOR_CONFIG_SKIP_MONITOR_ENTITIES,
                                                                      self->skipMonitorEntities);
     self->resetStatusChangeCounts = ZELDefaultMonitorConfig_readBooleanI(
@@ -151,8 +151,7 @@ void ZELDefaultMonitorParticipantSettings_finalize(ZELDefaultMonitorParticipantS
     self->userTopics = nullptr;
 }
 
-void ZELDefaultMonitorEntitySettings_read(ZELDefaultMonitorEntitySettings *self,
-                                          const DDS_PropertyQosPolicy *policy) {
+void ZELDefaultMonitorEntitySettings_read(ZELDefaultMonitorEntitySettings *self, const DDS_PropertyQosPolicy *policy) {
     self->topics = ZELDefaultMonitorConfig_lookupValueI(policy, ZEL_MONITOR_CONFIG_TOPICS);
     self->qosLibrary = ZELDefaultMonitorConfig_lookupValueI(policy, ZEL_MONITOR_CONFIG_QOS_LIBRARY);
     self->qosProfile = ZELDefaultMonitorConfig_lookupValueI(policy, ZEL_MONITOR_CONFIG_QOS_PROFILE);
@@ -179,8 +178,8 @@ void ZELDefaultMonitorPublishSettings_read(ZELDefaultMonitorPublishSettings *sel
     self->period.nanosec = 0u;
     self->thread.priority = ZELDefaultMonitorConfig_readNumberI(policy, ZEL_MONITOR_CONFIG_PUBLISH_THREAD_PRIORITY,
                                                                 ZEL_MONITOR_CONFIG_PUBLISH_THREAD_PRIORITY_DEFAULT);
-    self->thread.stackSize = ZELDefaultMonitorConfig_readNumberI(
-            policy, ZEL_MONITOR_CONFIG_PUBLISH_THREAD_STACKSIZE, ZEL_MONITOR_CONFIG_PUBLISH_THREAD_STACKSIZE_DEFAULT);
+    self->thread.stackSize = ZELDefaultMonitorConfig_readNumberI(policy, ZEL_MONITOR_CONFIG_PUBLISH_THREAD_STACKSIZE,
+                                                                 ZEL_MONITOR_CONFIG_PUBLISH_THREAD_STACKSIZE_DEFAULT);
     const char *options = ZELDefaultMonitorConfig_lookupValueI(policy, ZEL_MONITOR_CONFIG_PUBLISH_THREAD_OPTIONS);
     self->thread.options = options != nullptr ? ZELDefaultMonitorPublisher_parseThreadOptions(options)
                                               : ZEL_MONITOR_CONFIG_PUBLISH_THREAD_OPTIONS_DEFAULT;

@@ -79,7 +79,7 @@ void ZELDefaultMonitorParticipantSettings_finalize(struct ZELDefaultMonitorParti
 // that was read and stay valid while that policy is unchanged; NULL means
 // absent.
 struct ZELDefaultMonitorEntitySettings {
-    const char *topics;                   // comma-separated monitoring topic names; NULL: all
+    const char *topics;  // comma-separated monitoring topic names; NULL: all
     const char *qosLibrary;
     const char *qosProfile;
     const char *writerPoolBufferMaxSize;  // passed on to the writers unparsed

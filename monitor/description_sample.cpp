@@ -31,7 +31,7 @@ bool ZELDefaultMonitorDescription_copyNameI(char **target, const char *name, con
 }
 
 bool ZELDefaultMonitorDescription_applyPropertyRuleI(DDSMonitoring_Property_tSeq *properties, DDS_Boolean skip,
-                                                      const char *context) {
+                                                     const char *context) {
     if (skip) {
         // A maximum of 0 on the owned list frees it and cannot fail.
         DDSMonitoring_Property_tSeq_set_maximum(properties, 0);

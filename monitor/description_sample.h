@@ -27,7 +27,7 @@ bool ZELDefaultMonitorDescription_copyNameI(char **target, const char *name, con
 // when the skip setting is on; otherwise a list longer than the type's bound
 // withholds the description (printed under `context`) rather than being cut.
 bool ZELDefaultMonitorDescription_applyPropertyRuleI(DDSMonitoring_Property_tSeq *properties, DDS_Boolean skip,
-                                                      const char *context);
+                                                     const char *context);
 
 // Reads the entity's QoS with `getQos` straight into the sample's mirrored
 // QoS, laid out member for member like the middleware's; false, logged
@@ -58,7 +58,7 @@ DDS_Boolean ZELDefaultMonitorDescription_sampleAndPublishI(ZELDefaultMonitorPart
         }
         return ZELDefaultMonitorEntity_copyKeyI(kind.context, entity, &sample.entity_key) &&
                (dispose || fill(sample)) &&
-               ZELDefaultMonitorSample_publishI<Support>(kind.context, writer, dispose, sample, kLines,
-                                                         kind.entityWord, sample.entity_key);
+               ZELDefaultMonitorSample_publishI<Support>(kind.context, writer, dispose, sample, kLines, kind.entityWord,
+                                                         sample.entity_key);
     });
 }

@@ -154,7 +154,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_getReaderTypeInfo(ZELDefaultMonit
                                                                  DDS_DataReader *reader,
                                                                  zel_dds_monitoring_DataReaderDescription *sample) {
     return ZELDefaultMonitorDescription_fillTypeInfoI(
-                   *sample, participantObject, ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, nullptr),
+                   *sample, participantObject,
+                   ZELDefaultMonitorParticipantObject_getActualReaderTopicI(reader, nullptr),
                    DDS_DataReader_get_endpoint_dataI(reader), __func__)
                    ? DDS_BOOLEAN_TRUE
                    : DDS_BOOLEAN_FALSE;

@@ -23,8 +23,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
         struct ZELDefaultMonitorParticipantObject *participantObject, DDS_Publisher *publisher, DDS_Boolean dispose);
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishSubscriberDesc(
-        struct ZELDefaultMonitorParticipantObject *participantObject, DDS_Subscriber *subscriber,
-        DDS_Boolean dispose);
+        struct ZELDefaultMonitorParticipantObject *participantObject, DDS_Subscriber *subscriber, DDS_Boolean dispose);
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
         struct ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean dispose);
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(

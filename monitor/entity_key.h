@@ -11,26 +11,26 @@
 // The entity's key, or NULL when it cannot be had. A participant's is read
 // into `scratch`; the other kinds hold theirs.
 inline const DDS_BuiltinTopicKey_t *ZELDefaultMonitorEntity_builtinKeyI(DDS_DomainParticipant *participant,
-                                                                         DDS_BuiltinTopicKey_t *scratch) {
+                                                                        DDS_BuiltinTopicKey_t *scratch) {
     return DDS_DomainParticipant_get_builtin_topic_key(participant, scratch) == DDS_RETCODE_OK ? scratch : nullptr;
 }
 inline const DDS_BuiltinTopicKey_t *ZELDefaultMonitorEntity_builtinKeyI(DDS_Topic *topic, DDS_BuiltinTopicKey_t *) {
     return DDS_Topic_get_builtin_topic_key(topic);
 }
 inline const DDS_BuiltinTopicKey_t *ZELDefaultMonitorEntity_builtinKeyI(DDS_Publisher *publisher,
-                                                                         DDS_BuiltinTopicKey_t *) {
+                                                                        DDS_BuiltinTopicKey_t *) {
     return DDS_Publisher_get_builtin_topic_key(publisher);
 }
 inline const DDS_BuiltinTopicKey_t *ZELDefaultMonitorEntity_builtinKeyI(DDS_Subscriber *subscriber,
-                                                                         DDS_BuiltinTopicKey_t *) {
+                                                                        DDS_BuiltinTopicKey_t *) {
     return DDS_Subscriber_get_builtin_topic_key(subscriber);
 }
 inline const DDS_BuiltinTopicKey_t *ZELDefaultMonitorEntity_builtinKeyI(DDS_DataWriter *writer,
-                                                                         DDS_BuiltinTopicKey_t *) {
+                                                                        DDS_BuiltinTopicKey_t *) {
     return DDS_DataWriter_get_builtin_topic_key(writer);
 }
 inline const DDS_BuiltinTopicKey_t *ZELDefaultMonitorEntity_builtinKeyI(DDS_DataReader *reader,
-                                                                         DDS_BuiltinTopicKey_t *) {
+                                                                        DDS_BuiltinTopicKey_t *) {
     return DDS_DataReader_get_builtin_topic_key(reader);
 }
 

@@ -48,8 +48,7 @@ constexpr ZELDefaultMonitorSlotText kCreateTopicOrder[] = {
         {ZEL_MONITOR_TOPIC_TOPIC_STATISTICS, "topic stat topic"},
         {ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS, "reader match topic"},
         {ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS, "writer match topic"},
-        {ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS,
-         "writer match with locaotr topic"},
+        {ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS, "writer match with locaotr topic"},
 };
 
 constexpr ZELDefaultMonitorSlotText kCreateWriterOrder[] = {

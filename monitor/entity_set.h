@@ -21,10 +21,10 @@ struct ZELDefaultMonitorEntitySet {
     DDS_DataWriter *writers[ZEL_MONITOR_TOPIC_COUNT];  // catalogue order
     struct ZELDefaultMonitorPublisherThread *thread;   // NULL when the period is below 1 s
     void *reserved1[2];
-    ZELEventCallback eventCallback;                    // the statistics event, set when started
+    ZELEventCallback eventCallback;  // the statistics event, set when started
     void *eventParam;
     void *reserved2[2];
-    struct DDS_Duration_t period;                      // statistics period
+    struct DDS_Duration_t period;  // statistics period
     // Entities enabled and thread started. Written under the publisher's
     // listEA, read without a lock by event dispatch (through
     // ZELDefaultMonitorEntitySet_isStarted).
@@ -49,8 +49,8 @@ DDS_Boolean ZELDefaultMonitorPublisher_createEntitiesAndThreadI(struct ZELDefaul
 // monitoring overrides; marked vendor-specific and with the monitoring
 // entity property either way. `qos` must be initialized.
 DDS_Boolean ZELDefaultMonitorPublisher_get_writer_qosI(struct DDS_DataWriterQos *qos,
-                                                       DDS_DomainParticipantFactory *factory,
-                                                       DDS_Publisher *publisher, const char *topicName,
+                                                       DDS_DomainParticipantFactory *factory, DDS_Publisher *publisher,
+                                                       const char *topicName,
                                                        const struct ZELDefaultMonitorEntitySettings *settings);
 
 // Enables the monitoring participant (if any), the topics, the publisher

@@ -19,7 +19,7 @@ namespace {
 const char *const kContext = "ZELDefaultMonitorPublisher_onEventNotify";
 
 typedef DDS_UnsignedLong (*ZELDefaultMonitorEventAction)(ZELDefaultMonitorParticipantObject *participantObject,
-                                                          DDS_Entity *entity, const void *eventData);
+                                                         DDS_Entity *entity, const void *eventData);
 
 struct ZELDefaultMonitorEvent {
     DDS_Long code;
@@ -29,10 +29,10 @@ struct ZELDefaultMonitorEvent {
 
 // The topic by whose name the user-topic filter judges an event.
 enum class ZELDefaultMonitorRelatedTopic {
-    NONE,         // participant, publisher and subscriber events are never filtered
-    TOPIC,        // the topic itself
-    WRITER_TOPIC, // the writer's topic
-    READER_TOPIC, // the reader's topic, or the related topic of its content filter
+    NONE,          // participant, publisher and subscriber events are never filtered
+    TOPIC,         // the topic itself
+    WRITER_TOPIC,  // the writer's topic
+    READER_TOPIC,  // the reader's topic, or the related topic of its content filter
 };
 
 // One publish or dispose step and the conditions under which it runs.
@@ -40,7 +40,7 @@ struct ZELDefaultMonitorEventStep {
     ZELDefaultMonitorTopic slot;
     bool requiresEnabledEntity;  // QoS changes of entities not yet enabled are not published
     ZELDefaultMonitorRelatedTopic related;
-    const char *failure;         // logged when the operation fails
+    const char *failure;  // logged when the operation fails
 };
 
 enum class ZELDefaultMonitorGate { RUN, SKIP, FAIL };
@@ -84,9 +84,8 @@ ZELDefaultMonitorGate ZELDefaultMonitorEvent_checkI(ZELDefaultMonitorParticipant
 
 // Runs `operation` (returning a boolean) when the step's conditions hold.
 template <typename Operation>
-DDS_UnsignedLong ZELDefaultMonitorEvent_runI(ZELDefaultMonitorParticipantObject *participantObject,
-                                             DDS_Entity *entity, const ZELDefaultMonitorEventStep &step,
-                                             Operation operation) {
+DDS_UnsignedLong ZELDefaultMonitorEvent_runI(ZELDefaultMonitorParticipantObject *participantObject, DDS_Entity *entity,
+                                             const ZELDefaultMonitorEventStep &step, Operation operation) {
     switch (ZELDefaultMonitorEvent_checkI(participantObject, entity, step)) {
     case ZELDefaultMonitorGate::SKIP:
         return ZEL_MONITOR_RESULT_OK;
@@ -120,7 +119,7 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_participantDescI(ZELDefaultMonitorPartic
 // (once; a shared set is enabled again harmlessly by each participant),
 // then the participant is described.
 DDS_UnsignedLong ZELDefaultMonitorEvent_onParticipantEnableI(ZELDefaultMonitorParticipantObject *participantObject,
-                                                            DDS_Entity *entity, const void *eventData) {
+                                                             DDS_Entity *entity, const void *eventData) {
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
     if (set == nullptr || !ZELDefaultMonitorEntitySet_isStarted(set)) {
         if (!ZELDefaultMonitorPublisher_enableEntitiesAndStartThreadI(participantObject)) {
@@ -146,12 +145,12 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_topicDescI(ZELDefaultMonitorParticipantO
 template <bool dispose, bool requiresEnabledEntity>
 DDS_UnsignedLong ZELDefaultMonitorEvent_publisherDescI(ZELDefaultMonitorParticipantObject *participantObject,
                                                        DDS_Entity *entity, const void *) {
-    static constexpr ZELDefaultMonitorEventStep step = {
-            ZEL_MONITOR_TOPIC_PUBLISHER_DESCRIPTION, requiresEnabledEntity, ZELDefaultMonitorRelatedTopic::NONE,
-            dispose ? "dispose publisher desc" : "publish publisher desc"};
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_PUBLISHER_DESCRIPTION, requiresEnabledEntity,
+                                                        ZELDefaultMonitorRelatedTopic::NONE,
+                                                        dispose ? "dispose publisher desc" : "publish publisher desc"};
     return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
-        return ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(
-                participantObject, DDS_Publisher_narrow(entity), dispose);
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishPublisherDesc(participantObject,
+                                                                                DDS_Publisher_narrow(entity), dispose);
     });
 }
 
@@ -170,26 +169,24 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_subscriberDescI(ZELDefaultMonitorPartici
 template <bool dispose, bool requiresEnabledEntity>
 DDS_UnsignedLong ZELDefaultMonitorEvent_writerDescI(ZELDefaultMonitorParticipantObject *participantObject,
                                                     DDS_Entity *entity, const void *) {
-    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAWRITER_DESCRIPTION,
-                                                        requiresEnabledEntity,
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAWRITER_DESCRIPTION, requiresEnabledEntity,
                                                         ZELDefaultMonitorRelatedTopic::WRITER_TOPIC,
                                                         dispose ? "dispose writer desc" : "publish writer desc"};
     return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
-        return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(
-                participantObject, DDS_DataWriter_narrow(entity), dispose);
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc(participantObject,
+                                                                             DDS_DataWriter_narrow(entity), dispose);
     });
 }
 
 template <bool dispose, bool requiresEnabledEntity>
 DDS_UnsignedLong ZELDefaultMonitorEvent_readerDescI(ZELDefaultMonitorParticipantObject *participantObject,
                                                     DDS_Entity *entity, const void *) {
-    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAREADER_DESCRIPTION,
-                                                        requiresEnabledEntity,
+    static constexpr ZELDefaultMonitorEventStep step = {ZEL_MONITOR_TOPIC_DATAREADER_DESCRIPTION, requiresEnabledEntity,
                                                         ZELDefaultMonitorRelatedTopic::READER_TOPIC,
                                                         dispose ? "dispose reader desc" : "publish reader desc"};
     return ZELDefaultMonitorEvent_runI(participantObject, entity, step, [&] {
-        return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(
-                participantObject, DDS_DataReader_narrow(entity), dispose);
+        return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderDesc(participantObject,
+                                                                             DDS_DataReader_narrow(entity), dispose);
     });
 }
 
@@ -260,7 +257,8 @@ DDS_UnsignedLong ZELDefaultMonitorEvent_writerLocatorStatsI(ZELDefaultMonitorPar
         if (eventData == nullptr) {
             return false;
         }
-        const DDS_Locator_t locator = ZELDefaultMonitorEvent_toLocatorI(*static_cast<const ZELNetioLocator *>(eventData));
+        const DDS_Locator_t locator =
+                ZELDefaultMonitorEvent_toLocatorI(*static_cast<const ZELNetioLocator *>(eventData));
         return ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
                        participantObject, DDS_DataWriter_narrow(entity), &locator, dispose) != DDS_BOOLEAN_FALSE;
     });
@@ -397,9 +395,9 @@ const ZELDefaultMonitorEvent *ZELDefaultMonitorEvent_findI(DDS_Long code) {
 
 extern "C" {
 
-ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onEventNotify(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Long eventKind, DDS_Entity *entity,
-        const void *eventData) {
+ZELMONITOR_API DDS_UnsignedLong
+ZELDefaultMonitorPublisher_onEventNotify(ZELDefaultMonitorParticipantObject *participantObject, DDS_Long eventKind,
+                                         DDS_Entity *entity, const void *eventData) {
     // The monitoring entities themselves (and the middleware's own) are
     // not watched, not even logged.
     if (participantObject == nullptr || DDS_Entity_is_vendor_specific(entity)) {

@@ -62,8 +62,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedStat
         const DDS_InstanceHandle_t *subscription, DDS_Boolean dispose) {
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterMatchedStatsKindI>(
             __func__, participantObject, dispose, [&](auto *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(
-                        participantObject, writer, subscription, dispose, sample);
+                return ZELDefaultMonitorParticipantObject_sampleWriterMatchedStatsI(participantObject, writer,
+                                                                                    subscription, dispose, sample);
             });
 }
 

@@ -35,14 +35,14 @@ void ZELDefaultMonitorPublisher_setResultI(DDS_UnsignedLong *result, DDS_Unsigne
 extern "C" {
 
 ZELMONITOR_API ZELDefaultMonitorPublisher *ZELDefaultMonitor_create(DDS_UnsignedLong *result,
-                                                                   DDS_DomainParticipantFactory *factory,
-                                                                   ZELDefaultMonitorVersion version) {
+                                                                    DDS_DomainParticipantFactory *factory,
+                                                                    ZELDefaultMonitorVersion version) {
     return ZELDefaultMonitorPublisher_create(result, factory, version);
 }
 
 ZELMONITOR_API ZELDefaultMonitorPublisher *ZELDefaultMonitorPublisher_create(DDS_UnsignedLong *result,
-                                                                            DDS_DomainParticipantFactory *factory,
-                                                                            ZELDefaultMonitorVersion version) {
+                                                                             DDS_DomainParticipantFactory *factory,
+                                                                             ZELDefaultMonitorVersion version) {
     ZELDefaultMonitorPublisher_setResultI(result, ZEL_MONITOR_RESULT_FAILURE);
     ZELMonitorLog_info(ZEL_MONITOR_LOG_INFO_s, "creating");
     if (!ZELDefaultMonitorVersion_isSupportedI(version)) {

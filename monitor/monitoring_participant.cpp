@@ -105,8 +105,8 @@ DDS_Boolean ZELDefaultMonitorPublisher_createStatParticipantAndEntitiesI(ZELDefa
             ZELMonitorLog_error(ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
                                 static_cast<int>(sizeof(ZELDefaultMonitorEntitySet)));
             ok = false;
-        } else if (!ZELDefaultMonitorPublisher_createEntitiesAndThreadI(set, self->factory,
-                                                                       self->monitoringParticipant, monitoredQos)) {
+        } else if (!ZELDefaultMonitorPublisher_createEntitiesAndThreadI(set, self->factory, self->monitoringParticipant,
+                                                                        monitoredQos)) {
             ZELMonitorLog_error(ZEL_LOG_CREATION_FAILURE_s, "entities");
             // The set was made here: what it holds goes with it, so that a
             // later attach can try again on an empty monitoring participant.
@@ -133,8 +133,7 @@ DDS_Boolean ZELDefaultMonitorPublisher_deleteStatParticipantI(ZELDefaultMonitorP
         ZELMonitorLog_error(ZEL_LOG_DESTRUCTION_FAILURE_s, "factory");
         return DDS_BOOLEAN_FALSE;
     }
-    if (DDS_DomainParticipantFactory_delete_participant(self->factory, self->monitoringParticipant) !=
-        DDS_RETCODE_OK) {
+    if (DDS_DomainParticipantFactory_delete_participant(self->factory, self->monitoringParticipant) != DDS_RETCODE_OK) {
         ZELMonitorLog_error(ZEL_LOG_DESTRUCTION_FAILURE_s, "participant");
         return DDS_BOOLEAN_FALSE;
     }

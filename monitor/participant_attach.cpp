@@ -95,8 +95,8 @@ bool ZELDefaultMonitorPublisher_completeAttachI(ZELDefaultMonitorPublisher *self
             {"zel/dds/monitor/appname", kApplicationName, "application name property"},
     };
     for (const auto &property : announced) {
-        if (DDS_PropertyQosPolicyHelper_add_property(&qos->property, property.name, property.value,
-                                                     DDS_BOOLEAN_TRUE) != DDS_RETCODE_OK) {
+        if (DDS_PropertyQosPolicyHelper_add_property(&qos->property, property.name, property.value, DDS_BOOLEAN_TRUE) !=
+            DDS_RETCODE_OK) {
             ZELMonitorLog_errorWithContext(context, ZEL_LOG_CREATION_FAILURE_s, property.failure);
             return false;
         }
@@ -166,8 +166,8 @@ ZELMONITOR_API ZELDefaultMonitorParticipantObject *ZELDefaultMonitorPublisher_on
     return object;
 }
 
-ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onDomainParticipantDetach(
-        ZELDefaultMonitorParticipantObject *participantObject) {
+ZELMONITOR_API DDS_UnsignedLong
+ZELDefaultMonitorPublisher_onDomainParticipantDetach(ZELDefaultMonitorParticipantObject *participantObject) {
     if (participantObject == nullptr) {
         return ZEL_MONITOR_RESULT_OK;
     }

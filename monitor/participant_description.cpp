@@ -37,9 +37,9 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(
             participantObject, kind, dispose, participant, fill);
 }
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_getTransportsInfo(ZELDefaultMonitorParticipantObject *,
-                                                                 DDS_DomainParticipant *participant,
-                                                                 zel_dds_monitoring_DomainParticipantDescription *sample) {
+DDS_Boolean ZELDefaultMonitorParticipantObject_getTransportsInfo(
+        ZELDefaultMonitorParticipantObject *, DDS_DomainParticipant *participant,
+        zel_dds_monitoring_DomainParticipantDescription *sample) {
     // Scratch records: only whether each enabled transport can be queried
     // matters, nothing of them reaches the sample.
     VURN_UDPv4Transport_Property_t udpv4{};

@@ -10,7 +10,7 @@ namespace {
 // `skipMonitorEntities`, those whose entity kind (the last octet) marks a
 // vendor-specific entity, such as the monitoring writers, are left out.
 DDS_Long ZELDefaultMonitorParticipantObject_countEndpointsI(DDS_InstanceHandleSeq *handles,
-                                                           DDS_Boolean skipMonitorEntities) {
+                                                            DDS_Boolean skipMonitorEntities) {
     const DDS_Long length = DDS_InstanceHandleSeq_get_length(handles);
     if (!skipMonitorEntities) {
         return length;
@@ -29,8 +29,8 @@ DDS_Long ZELDefaultMonitorParticipantObject_countEndpointsI(DDS_InstanceHandleSe
 extern "C" {
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_DomainParticipant *participant,
-        DDS_Boolean keyOnly, zel_dds_monitoring_DomainParticipantEntityStatistics *sample) {
+        ZELDefaultMonitorParticipantObject *participantObject, DDS_DomainParticipant *participant, DDS_Boolean keyOnly,
+        zel_dds_monitoring_DomainParticipantEntityStatistics *sample) {
     if (!ZELDefaultMonitorEntity_copyKeyI(__func__, participant, &sample->participant_key)) {
         return DDS_BOOLEAN_FALSE;
     }
@@ -77,8 +77,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantStats(
         DDS_Boolean dispose) {
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorParticipantStatsKindI>(
             __func__, participantObject, dispose, [&](auto *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(
-                        participantObject, participant, dispose, sample);
+                return ZELDefaultMonitorParticipantObject_sampleParticipantStatsI(participantObject, participant,
+                                                                                  dispose, sample);
             });
 }
 

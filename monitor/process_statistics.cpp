@@ -46,8 +46,7 @@ void ZELDefaultMonitorProcess_fractionToDuration(DDSMonitoring_Duration_t *durat
 }
 
 void ZELDefaultMonitorProcess_subtractTimeI(uint32_t *sec, uint32_t *fraction, uint32_t currentSec,
-                                            uint32_t currentFraction, uint32_t previousSec,
-                                            uint32_t previousFraction) {
+                                            uint32_t currentFraction, uint32_t previousSec, uint32_t previousFraction) {
     if (previousSec == kInfiniteSec) {
         *sec = 0u;
         *fraction = 0u;
@@ -67,9 +66,7 @@ DDS_Boolean ZELDefaultMonitorProcess_getProcessInfo(zel_dds_monitoring_ProcessSt
         ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "CPU usage");
         return DDS_BOOLEAN_FALSE;
     }
-    const auto asTime = [](uint32_t sec, uint32_t fraction) {
-        return ZELNtpTime{static_cast<int32_t>(sec), fraction};
-    };
+    const auto asTime = [](uint32_t sec, uint32_t fraction) { return ZELNtpTime{static_cast<int32_t>(sec), fraction}; };
     ZELNtpTime time = asTime(current.userSec, current.userFraction);
     ZELDefaultMonitorProcess_fractionToDuration(&statistics->user_cpu_time, &time);
     time = asTime(current.kernelSec, current.kernelFraction);

@@ -38,7 +38,6 @@ void ZELDefaultMonitorProcess_microsecondsToTimeI(uint64_t microseconds, uint32_
 // current - previous, with a borrow from the seconds when the fraction
 // wraps; 0 when the previous reading is infinite.
 void ZELDefaultMonitorProcess_subtractTimeI(uint32_t *sec, uint32_t *fraction, uint32_t currentSec,
-                                            uint32_t currentFraction, uint32_t previousSec,
-                                            uint32_t previousFraction);
+                                            uint32_t currentFraction, uint32_t previousSec, uint32_t previousFraction);
 
 ZEL_EXTERN_C_END

@@ -45,8 +45,8 @@ DDS_Boolean ZELDefaultMonitorProcess_getMemoryUsage(zel_dds_monitoring_ProcessSt
     unsigned long long text = 0;
     unsigned long long library = 0;
     unsigned long long data = 0;
-    const bool read = statm != nullptr && std::fscanf(statm, "%llu %llu %llu %llu %llu %llu", &size, &resident,
-                                                      &shared, &text, &library, &data) == 6;
+    const bool read = statm != nullptr && std::fscanf(statm, "%llu %llu %llu %llu %llu %llu", &size, &resident, &shared,
+                                                      &text, &library, &data) == 6;
     if (statm != nullptr) {
         std::fclose(statm);
     }

@@ -30,8 +30,8 @@ DDS_Boolean ZELDefaultMonitorProcess_getCpuUsage(ZELDefaultMonitorCpuReading *re
     }
     ZELDefaultMonitorProcess_microsecondsToTimeI(ZELDefaultMonitorProcess_microsecondsOfI(user), &reading->userSec,
                                                  &reading->userFraction);
-    ZELDefaultMonitorProcess_microsecondsToTimeI(ZELDefaultMonitorProcess_microsecondsOfI(kernel),
-                                                 &reading->kernelSec, &reading->kernelFraction);
+    ZELDefaultMonitorProcess_microsecondsToTimeI(ZELDefaultMonitorProcess_microsecondsOfI(kernel), &reading->kernelSec,
+                                                 &reading->kernelFraction);
     return DDS_BOOLEAN_TRUE;
 }
 

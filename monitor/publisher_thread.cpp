@@ -166,9 +166,8 @@ DDS_Boolean ZELDefaultMonitorPublisherThread_finalize(ZELDefaultMonitorPublisher
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELDefaultMonitorPublisherThread_postEvent(ZELDefaultMonitorPublisherThread *self,
-                                                       const ZELNtpTime *delay, ZELEventCallback callback,
-                                                       void *param) {
+DDS_Boolean ZELDefaultMonitorPublisherThread_postEvent(ZELDefaultMonitorPublisherThread *self, const ZELNtpTime *delay,
+                                                       ZELEventCallback callback, void *param) {
     ZELNtpTime now{};
     if (!self->clock->getTime(self->clock, &now)) {
         ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "getTime");
@@ -186,8 +185,7 @@ DDS_Boolean ZELDefaultMonitorPublisherThread_postEvent(ZELDefaultMonitorPublishe
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_startCommonThread(ZELDefaultMonitorPublisher *publisher) {
     return ZELDefaultMonitorPublisherThread_startI(__func__, publisher->sharedEntities,
-                                                   &ZELDefaultMonitorParticipantObject_onCommonStatsEventI,
-                                                   publisher);
+                                                   &ZELDefaultMonitorParticipantObject_onCommonStatsEventI, publisher);
 }
 
 DDS_Boolean ZELDefaultMonitorParticipantObject_startParticipantThread(

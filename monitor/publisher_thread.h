@@ -11,12 +11,12 @@
 ZEL_EXTERN_C_BEGIN
 
 struct ZELDefaultMonitorPublisherThread {
-    struct ZELEventActiveGenerator *generator;  // the thread and its event queue
-    struct ZELHighResolutionClock *clock;       // time source of due times
-    struct ZELEventSmartTimer *timer;           // made on the clock
-    struct ZELOsapiSemaphore *stoppedSemaphore; // binary; given as the generator's thread ends
-    void (*onStopped)(void *param);             // ZELDefaultMonitorPublisherThread_onStoppedI
-    void *onStoppedParam;                       // stoppedSemaphore
+    struct ZELEventActiveGenerator *generator;   // the thread and its event queue
+    struct ZELHighResolutionClock *clock;        // time source of due times
+    struct ZELEventSmartTimer *timer;            // made on the clock
+    struct ZELOsapiSemaphore *stoppedSemaphore;  // binary; given as the generator's thread ends
+    void (*onStopped)(void *param);              // ZELDefaultMonitorPublisherThread_onStoppedI
+    void *onStoppedParam;                        // stoppedSemaphore
     void *reserved[2];
 };
 
@@ -63,8 +63,7 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_startParticipantThread(
 ZELBoolean ZELDefaultMonitorParticipantObject_onCommonStatsEventI(void *param, struct ZELNtpTime *newTime,
                                                                   const struct ZELNtpTime *now,
                                                                   const struct ZELNtpTime *time,
-                                                                  struct ZELEventData *data,
-                                                                  struct REDAWorker *worker);
+                                                                  struct ZELEventData *data, struct REDAWorker *worker);
 ZELBoolean ZELDefaultMonitorParticipantObject_onPerParticipantStatsEventI(void *param, struct ZELNtpTime *newTime,
                                                                           const struct ZELNtpTime *now,
                                                                           const struct ZELNtpTime *time,

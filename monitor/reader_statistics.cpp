@@ -101,8 +101,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataReader *reader, DDS_Boolean dispose) {
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorReaderStatsKindI>(
             __func__, participantObject, dispose, [&](auto *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleReaderStatsI(
-                        participantObject, reader, dispose, sample);
+                return ZELDefaultMonitorParticipantObject_sampleReaderStatsI(participantObject, reader, dispose,
+                                                                             sample);
             });
 }
 
@@ -111,8 +111,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishReaderMatchedStat
         const DDS_InstanceHandle_t *publication, DDS_Boolean dispose) {
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorReaderMatchedStatsKindI>(
             __func__, participantObject, dispose, [&](auto *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(
-                        participantObject, reader, publication, dispose, sample);
+                return ZELDefaultMonitorParticipantObject_sampleReaderMatchedStatsI(participantObject, reader,
+                                                                                    publication, dispose, sample);
             });
 }
 

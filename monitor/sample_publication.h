@@ -10,14 +10,14 @@
 #include "zel_dds_monitoring.h"
 
 // The generated support of one monitoring type under common names.
-#define ZEL_MONITOR_SAMPLE_SUPPORT(NAME, TYPE)                                                 \
-    struct NAME {                                                                              \
-        using Sample = zel_dds_monitoring_##TYPE;                                              \
-        static constexpr auto initialize = &zel_dds_monitoring_##TYPE##_initialize;            \
-        static constexpr auto finalize = &zel_dds_monitoring_##TYPE##_finalize;                \
-        static constexpr auto narrow = &zel_dds_monitoring_##TYPE##DataWriter_narrow;          \
-        static constexpr auto write = &zel_dds_monitoring_##TYPE##DataWriter_write;            \
-        static constexpr auto dispose = &zel_dds_monitoring_##TYPE##DataWriter_dispose;        \
+#define ZEL_MONITOR_SAMPLE_SUPPORT(NAME, TYPE)                                          \
+    struct NAME {                                                                       \
+        using Sample = zel_dds_monitoring_##TYPE;                                       \
+        static constexpr auto initialize = &zel_dds_monitoring_##TYPE##_initialize;     \
+        static constexpr auto finalize = &zel_dds_monitoring_##TYPE##_finalize;         \
+        static constexpr auto narrow = &zel_dds_monitoring_##TYPE##DataWriter_narrow;   \
+        static constexpr auto write = &zel_dds_monitoring_##TYPE##DataWriter_write;     \
+        static constexpr auto dispose = &zel_dds_monitoring_##TYPE##DataWriter_dispose; \
     }
 
 // The records that name a written sample and a disposed instance.

@@ -27,9 +27,8 @@ void ZELDefaultMonitorStatisticsMetricSet_initializeI(ZELDefaultMonitorStatistic
     }
     for (int32_t i = 0; i < ZEL_DEFAULT_MONITOR_STATISTICS_WINDOW_COUNT; ++i) {
         ZELDefaultMonitorStatisticsMetric &block = set->block[ZEL_DEFAULT_MONITOR_STATISTICS_FIRST_WINDOW + i];
-        block.window_seconds = (windowSeconds != nullptr && i < windowCount)
-                                       ? windowSeconds[i]
-                                       : ZEL_DEFAULT_MONITOR_STATISTICS_NO_WINDOW;
+        block.window_seconds = (windowSeconds != nullptr && i < windowCount) ? windowSeconds[i]
+                                                                             : ZEL_DEFAULT_MONITOR_STATISTICS_NO_WINDOW;
         block.valid = 1u;
     }
     set->block[ZEL_DEFAULT_MONITOR_STATISTICS_SINCE_START].valid = 1u;
@@ -57,8 +56,8 @@ int64_t ZELDefaultMonitorStatisticsCalculator_ringIndexI(const ZELDefaultMonitor
 // and the newest one are looked at, not the newest nor the rate just
 // computed; with fewer than three entries in the window none is, and the
 // extreme keeps its starting value.
-double ZELDefaultMonitorStatisticsCalculator_rescanI(const ZELDefaultMonitorStatisticsCalculator *self,
-                                                     int64_t leaving, int64_t entries, bool minimum) {
+double ZELDefaultMonitorStatisticsCalculator_rescanI(const ZELDefaultMonitorStatisticsCalculator *self, int64_t leaving,
+                                                     int64_t entries, bool minimum) {
     double extreme = minimum ? ZEL_DEFAULT_MONITOR_STATISTICS_MIN_START : 0.0;
     int64_t index = ZELDefaultMonitorStatisticsCalculator_ringIndexI(self, leaving + 1);
     for (int64_t i = 1; i <= entries - 2; ++i) {
@@ -141,9 +140,11 @@ bool ZELDefaultMonitorStatistics_isSlotI(int32_t slot) {
 
 // Creation shared by both forms; failures are reported under the name of
 // the form that was called.
-ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_createI(
-        const char *context, DDS_Duration_t period, uint64_t startTime, uint32_t mode, const uint32_t *windowSeconds,
-        int32_t windowCount) {
+ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_createI(const char *context,
+                                                                                     DDS_Duration_t period,
+                                                                                     uint64_t startTime, uint32_t mode,
+                                                                                     const uint32_t *windowSeconds,
+                                                                                     int32_t windowCount) {
     auto *self = static_cast<ZELDefaultMonitorStatisticsCalculator *>(
             ZELOsapiHeap_allocateStructure(sizeof(ZELDefaultMonitorStatisticsCalculator), "MSTC"));
     if (self == nullptr) {
@@ -151,8 +152,7 @@ ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_cre
                                        static_cast<int>(sizeof(ZELDefaultMonitorStatisticsCalculator)));
         return nullptr;
     }
-    if (!ZELDefaultMonitorStatisticsCalculator_initialize(self, period, startTime, mode, windowSeconds,
-                                                          windowCount)) {
+    if (!ZELDefaultMonitorStatisticsCalculator_initialize(self, period, startTime, mode, windowSeconds, windowCount)) {
         ZELMonitorLog_errorWithContext(context, ZEL_LOG_INIT_FAILURE_s, "ZELDefaultMonitorStatisticsCalculator object");
         ZELOsapiHeap_freeStructure(self);
         return nullptr;
@@ -165,22 +165,19 @@ ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_cre
 extern "C" {
 
 ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_new(DDS_Duration_t period,
-                                                                               uint64_t startTime, uint32_t mode) {
+                                                                                 uint64_t startTime, uint32_t mode) {
     return ZELDefaultMonitorStatisticsCalculator_createI(__func__, period, startTime, mode, kDefaultWindowSeconds,
                                                          kDefaultWindowCount);
 }
 
 ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_newWithWindows(
-        DDS_Duration_t period, uint64_t startTime, uint32_t mode, const uint32_t *windowSeconds,
-        int32_t windowCount) {
-    return ZELDefaultMonitorStatisticsCalculator_createI(__func__, period, startTime, mode, windowSeconds,
-                                                         windowCount);
+        DDS_Duration_t period, uint64_t startTime, uint32_t mode, const uint32_t *windowSeconds, int32_t windowCount) {
+    return ZELDefaultMonitorStatisticsCalculator_createI(__func__, period, startTime, mode, windowSeconds, windowCount);
 }
 
 DDS_Boolean ZELDefaultMonitorStatisticsCalculator_initialize(ZELDefaultMonitorStatisticsCalculator *self,
-                                                             DDS_Duration_t period, uint64_t startTime,
-                                                             uint32_t mode, const uint32_t *windowSeconds,
-                                                             int32_t windowCount) {
+                                                             DDS_Duration_t period, uint64_t startTime, uint32_t mode,
+                                                             const uint32_t *windowSeconds, int32_t windowCount) {
     *self = ZELDefaultMonitorStatisticsCalculator{};
     self->mode = mode;
     self->period = static_cast<float>(static_cast<double>(period.sec) + static_cast<double>(period.nanosec) * 1e-9);

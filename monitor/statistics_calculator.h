@@ -68,7 +68,7 @@ struct ZELDefaultMonitorStatisticsCalculator {
     uint32_t mode;        // MODE_INCREMENT or any other value for readings
     uint64_t totalValue;  // running totals, increment mode only
     uint64_t totalTime;
-    float period;         // publishing period in seconds
+    float period;  // publishing period in seconds
     uint64_t lastValue;
     uint64_t lastTime;
     struct ZELDefaultMonitorStatisticsReadMark readMark[ZEL_DEFAULT_MONITOR_STATISTICS_READ_SLOT_COUNT];
@@ -83,8 +83,8 @@ struct ZELDefaultMonitorStatisticsCalculator {
 // A calculator with the windows 5, 60, 300 and 3600 seconds, or NULL when
 // out of heap (logged). The period must be positive.
 struct ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_new(struct DDS_Duration_t period,
-                                                                                      uint64_t startTime,
-                                                                                      uint32_t mode);
+                                                                                        uint64_t startTime,
+                                                                                        uint32_t mode);
 
 // As _new with the caller's window lengths in seconds (at most five used).
 struct ZELDefaultMonitorStatisticsCalculator *ZELDefaultMonitorStatisticsCalculator_newWithWindows(
@@ -107,15 +107,14 @@ void ZELDefaultMonitorStatisticsCalculator_delete(struct ZELDefaultMonitorStatis
 // Adds one reading (or, in increment mode, one increment of value and time).
 // A reading at the time of the previous one is ignored. Values and times are
 // unsigned and wrap: a counter that goes down reads as a huge increment.
-void ZELDefaultMonitorStatisticsCalculator_update(struct ZELDefaultMonitorStatisticsCalculator *self,
-                                                  uint64_t value, uint64_t time);
+void ZELDefaultMonitorStatisticsCalculator_update(struct ZELDefaultMonitorStatisticsCalculator *self, uint64_t value,
+                                                  uint64_t time);
 
 // Computes the results, copies them to `out`, then restarts read slot
 // `slot` (0-3) so its next read covers only what comes after this one.
 // False, with nothing changed, for a slot out of range (logged).
 DDS_Boolean ZELDefaultMonitorStatisticsCalculator_read(struct ZELDefaultMonitorStatisticsCalculator *self,
-                                                       struct ZELDefaultMonitorStatisticsMetricSet *out,
-                                                       int32_t slot);
+                                                       struct ZELDefaultMonitorStatisticsMetricSet *out, int32_t slot);
 
 // Re-initialises a metric set with the default windows, e.g. as the zero of
 // an aggregate.

@@ -40,13 +40,12 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllReadersStatsI(
         ZELDefaultMonitorParticipantObject *participantObject) {
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
     const bool withReader = ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAREADER_STATISTICS) != nullptr;
-    const bool withMatched =
-            ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS) !=
-            nullptr;
+    const bool withMatched = ZELDefaultMonitorEntitySet_writerI(
+                                     set, ZEL_MONITOR_TOPIC_DATAREADER_MATCHED_PUBLICATION_STATISTICS) != nullptr;
     const bool ok = ZELDefaultMonitorParticipantObject_walkGroupsI<ZELDefaultMonitorSubscribersI>(
             participantObject, __func__, [&](DDS_DataReader *reader) {
                 return ZELDefaultMonitorParticipantObject_sampleAndPublishReaderAndMatchesI(participantObject, reader,
-                                                                                           withReader, withMatched);
+                                                                                            withReader, withMatched);
             });
     return ok ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }

@@ -108,7 +108,7 @@ DDS_Boolean ZELDefaultMonitorStatistics_sampleAndPublishI(const char *context,
 }
 
 // The seven kinds; each publishes under the name of its own publish step.
-#define ZEL_MONITOR_STATISTICS_KIND_I(Name, Type, slot, word, label, keyMember, publishContext)               \
+#define ZEL_MONITOR_STATISTICS_KIND_I(Name, Type, slot, word, label, keyMember, publishContext)              \
     ZEL_MONITOR_SAMPLE_SUPPORT(Name##Support, Type);                                                         \
     struct Name : Name##Support {                                                                            \
         static constexpr int kSlot = slot;                                                                   \

@@ -79,9 +79,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWritersStatsI(
         ZELDefaultMonitorParticipantObject *participantObject) {
     const ZELDefaultMonitorEntitySet *set = participantObject->entities;
     const bool withWriter = ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS) != nullptr;
-    const bool withMatched =
-            ZELDefaultMonitorEntitySet_writerI(set, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS) !=
-            nullptr;
+    const bool withMatched = ZELDefaultMonitorEntitySet_writerI(
+                                     set, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_STATISTICS) != nullptr;
     const bool withLocators =
             ZELDefaultMonitorEntitySet_writerI(
                     set, ZEL_MONITOR_TOPIC_DATAWRITER_MATCHED_SUBSCRIPTION_WITH_LOCATOR_STATISTICS) != nullptr;
@@ -120,8 +119,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishAllWriterMatchedW
             ok = false;
             continue;
         }
-        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(
-                    participantObject, writer, locator, keyOnly)) {
+        if (!ZELDefaultMonitorParticipantObject_sampleAndPublishWriterMatchedWithLocatorStats(participantObject, writer,
+                                                                                              locator, keyOnly)) {
             ZELMonitorLog_error(ZEL_LOG_ANY_FAILURE_s, "sample and publish writer match with locator stats");
             ok = false;
         }

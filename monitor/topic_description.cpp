@@ -36,13 +36,12 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishTopicDesc(
             ZELMonitorLog_errorWithContext(kind.context, ZEL_LOG_GET_FAILURE_s, "topicdescription");
             return false;
         }
-        if (!ZELDefaultMonitorDescription_fillParticipantI(sample, participantObject,
-                                                           DDS_TopicDescription_get_participant(description),
-                                                           kind.context) ||
+        if (!ZELDefaultMonitorDescription_fillParticipantI(
+                    sample, participantObject, DDS_TopicDescription_get_participant(description), kind.context) ||
             !ZELDefaultMonitorDescription_copyNameI(&sample.topic_name, DDS_TopicDescription_get_name(description),
                                                     kind.context) ||
-            !ZELDefaultMonitorDescription_copyNameI(&sample.type_name,
-                                                    DDS_TopicDescription_get_type_name(description), kind.context)) {
+            !ZELDefaultMonitorDescription_copyNameI(&sample.type_name, DDS_TopicDescription_get_type_name(description),
+                                                    kind.context)) {
             return false;
         }
         if (!ZELDefaultMonitorDescription_readQosI(kind.context, &DDS_Topic_get_qos, topic, &sample.qos)) {

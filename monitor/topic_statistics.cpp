@@ -5,9 +5,9 @@
 
 extern "C" {
 
-DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
-        ZELDefaultMonitorParticipantObject *participantObject, DDS_Topic *topic, DDS_Boolean keyOnly,
-        zel_dds_monitoring_TopicEntityStatistics *sample) {
+DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(ZELDefaultMonitorParticipantObject *participantObject,
+                                                                 DDS_Topic *topic, DDS_Boolean keyOnly,
+                                                                 zel_dds_monitoring_TopicEntityStatistics *sample) {
     if (!ZELDefaultMonitorEntity_copyKeyI(__func__, topic, &sample->topic_key)) {
         return DDS_BOOLEAN_FALSE;
     }
@@ -20,18 +20,17 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleTopicStatsI(
         ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "topicdescription");
         return DDS_BOOLEAN_FALSE;
     }
-    if (!ZELDefaultMonitorEntity_copyParentKeyI(__func__, "participant",
-                                                DDS_TopicDescription_get_participant(description),
-                                                &sample->participant_key)) {
+    if (!ZELDefaultMonitorEntity_copyParentKeyI(
+                __func__, "participant", DDS_TopicDescription_get_participant(description), &sample->participant_key)) {
         return DDS_BOOLEAN_FALSE;
     }
     ZELDefaultMonitorStatistics_copyNameI(sample->topic_name, 256, DDS_TopicDescription_get_name(description));
     ZELDefaultMonitorStatistics_copyNameI(sample->type_name, 256, DDS_TopicDescription_get_type_name(description));
     ZELDefaultMonitorSample_fillOriginI(*sample, participantObject);
-    if (DDS_Topic_get_inconsistent_topic_status_ex(
-                topic, ZELDefaultMonitorStatistics_asStatusI<DDS_InconsistentTopicStatus>(
-                               &sample->inconsistent_topic_status.status),
-                participantObject->resetStatusChangeCounts) != DDS_RETCODE_OK) {
+    if (DDS_Topic_get_inconsistent_topic_status_ex(topic,
+                                                   ZELDefaultMonitorStatistics_asStatusI<DDS_InconsistentTopicStatus>(
+                                                           &sample->inconsistent_topic_status.status),
+                                                   participantObject->resetStatusChangeCounts) != DDS_RETCODE_OK) {
         ZELMonitorLog_error(ZEL_LOG_GET_FAILURE_s, "InconsistentTopicStatus");
         return DDS_BOOLEAN_FALSE;
     }

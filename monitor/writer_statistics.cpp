@@ -46,9 +46,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
                                                     &DDS_DataWriter_get_publication_matched_status_ex, writer,
                                                     &sample->publication_matched_status.status, reset) &&
             ZELDefaultMonitorStatistics_readStatusI(__func__, "ReliableWriterCacheChangedStatus",
-                                                    &DDS_DataWriter_get_reliable_writer_cache_changed_status_ex,
-                                                    writer, &sample->reliable_writer_cache_changed_status.status,
-                                                    reset) &&
+                                                    &DDS_DataWriter_get_reliable_writer_cache_changed_status_ex, writer,
+                                                    &sample->reliable_writer_cache_changed_status.status, reset) &&
             ZELDefaultMonitorStatistics_readStatusI(__func__, "ReliableReaderActivityChangedStatus",
                                                     &DDS_DataWriter_get_reliable_reader_activity_changed_status_ex,
                                                     writer, &sample->reliable_reader_activity_changed_status.status,
@@ -66,8 +65,8 @@ DDS_Boolean ZELDefaultMonitorParticipantObject_sampleAndPublishWriterStats(
         ZELDefaultMonitorParticipantObject *participantObject, DDS_DataWriter *writer, DDS_Boolean dispose) {
     return ZELDefaultMonitorStatistics_sampleAndPublishI<ZELDefaultMonitorWriterStatsKindI>(
             __func__, participantObject, dispose, [&](auto *sample) {
-                return ZELDefaultMonitorParticipantObject_sampleWriterStatsI(
-                        participantObject, writer, dispose, sample);
+                return ZELDefaultMonitorParticipantObject_sampleWriterStatsI(participantObject, writer, dispose,
+                                                                             sample);
             });
 }
 

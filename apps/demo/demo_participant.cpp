@@ -39,9 +39,9 @@ DemoParticipant::DemoParticipant(int domain, const std::string &name, const Moni
     publisher_ = DDS_DomainParticipant_create_publisher(participant_, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
     subscriber_ = DDS_DomainParticipant_create_subscriber(participant_, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
     for (int i = 0; i < 3; ++i) {
-        topics_[i] = DDS_DomainParticipant_create_topic(participant_, kTopicNames[i],
-                                                        demo_ShapeTypeSupport_get_type_name(), &DDS_TOPIC_QOS_DEFAULT,
-                                                        nullptr, 0);
+        topics_[i] =
+                DDS_DomainParticipant_create_topic(participant_, kTopicNames[i], demo_ShapeTypeSupport_get_type_name(),
+                                                   &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
     }
 }
 

@@ -11,7 +11,7 @@
 namespace zeldemo {
 
 struct MonitoringSettings {
-    int domain;     // where the monitoring data goes; < 0: monitoring off
+    int domain;  // where the monitoring data goes; < 0: monitoring off
     int periodSeconds;
 };
 

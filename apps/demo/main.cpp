@@ -41,8 +41,8 @@ constexpr WriterPlan kWriters[] = {
         {"Triangle", "YELLOW", 4, DDS_RELIABLE_RELIABILITY_QOS, DDS_VOLATILE_DURABILITY_QOS, 1},
 };
 // The writer that comes and goes, and how long it stays and stays away.
-constexpr WriterPlan kComingAndGoing = {"Triangle", "PURPLE", 10, DDS_RELIABLE_RELIABILITY_QOS,
-                                        DDS_VOLATILE_DURABILITY_QOS, 1};
+constexpr WriterPlan kComingAndGoing = {
+        "Triangle", "PURPLE", 10, DDS_RELIABLE_RELIABILITY_QOS, DDS_VOLATILE_DURABILITY_QOS, 1};
 constexpr int kComingAndGoingTicks = 200;
 
 void writeShape(demo_ShapeDataWriter *writer, const char *color, int64_t tick) {

@@ -22,17 +22,18 @@ int commandCheck(Console &console) {
     const Clock::time_point now = Clock::now();
     for (const Entity *participant : console.model().ofKind(EntityKind::Participant)) {
         if (console.model().isStale(*participant, now)) {
-            problems.push_back({"process-gone", participant->key,
-                                "participant \"" + participant->name() + "\" of process " +
-                                        std::to_string(participant->get(participant->description, "/process_id",
-                                                                        int64_t{0})) +
-                                        " stopped publishing monitoring data without leaving"});
+            problems.push_back(
+                    {"process-gone", participant->key,
+                     "participant \"" + participant->name() + "\" of process " +
+                             std::to_string(participant->get(participant->description, "/process_id", int64_t{0})) +
+                             " stopped publishing monitoring data without leaving"});
         }
     }
     if (const int64_t malformed = console.session().malformedSamples(); malformed > 0) {
         problems.push_back({"malformed-monitoring-samples", "",
-                            std::to_string(malformed) + " monitoring samples could not be read (corrupt or foreign data "
-                                                        "on the monitoring topics)"});
+                            std::to_string(malformed) +
+                                    " monitoring samples could not be read (corrupt or foreign data "
+                                    "on the monitoring topics)"});
     }
     if (console.options().json) {
         nlohmann::json out = nlohmann::json::array();

@@ -9,14 +9,14 @@ namespace {
 
 const char *instanceStateName(uint32_t state) {
     switch (state) {
-        case DDS_ALIVE_INSTANCE_STATE:
-            return "ALIVE";
-        case DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE:
-            return "NOT_ALIVE_DISPOSED";
-        case DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE:
-            return "NOT_ALIVE_NO_WRITERS";
-        default:
-            return "UNKNOWN";
+    case DDS_ALIVE_INSTANCE_STATE:
+        return "ALIVE";
+    case DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE:
+        return "NOT_ALIVE_DISPOSED";
+    case DDS_NOT_ALIVE_NO_WRITERS_INSTANCE_STATE:
+        return "NOT_ALIVE_NO_WRITERS";
+    default:
+        return "UNKNOWN";
     }
 }
 

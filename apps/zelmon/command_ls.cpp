@@ -11,8 +11,10 @@ namespace zelmon {
 namespace {
 
 nlohmann::json entityJson(const SystemModel &model, const Entity &entity, Clock::time_point now) {
-    nlohmann::json out = {{"kind", entityKindName(entity.kind)}, {"key", entity.key},
-                          {"parent", entity.parent},             {"stale", model.isStale(entity, now)}};
+    nlohmann::json out = {{"kind", entityKindName(entity.kind)},
+                          {"key", entity.key},
+                          {"parent", entity.parent},
+                          {"stale", model.isStale(entity, now)}};
     if (const Entity *participant = model.participantOf(entity); participant != nullptr) {
         out["participant"] = participant->key;
         out["participant_name"] = participant->name();
@@ -41,28 +43,28 @@ nlohmann::json entityJson(const SystemModel &model, const Entity &entity, Clock:
 std::string lineOf(const SystemModel &model, const Entity &entity, Clock::time_point now) {
     std::string line = std::string(entityKindName(entity.kind)) + " " + entity.key;
     switch (entity.kind) {
-        case EntityKind::Participant:
-            line += " \"" + entity.name() + "\" domain " +
-                    std::to_string(entity.get(entity.description, "/domain_id", int64_t{0}));
-            break;
-        case EntityKind::Topic:
-            line += " \"" + entity.topicName() + "\" type " + entity.typeName();
-            break;
-        case EntityKind::Writer:
-        case EntityKind::Reader: {
-            line += " topic \"" + entity.topicName() + "\" type " + entity.typeName() + " " +
-                    qosSummary(entity.description);
-            if (entity.get(entity.description, "/is_content_filtered", false)) {
-                line += " content-filtered";
-            }
-            const int64_t matched = entity.matchedCount(-1);
-            if (matched >= 0) {
-                line += " matched " + std::to_string(matched);
-            }
-            break;
+    case EntityKind::Participant:
+        line += " \"" + entity.name() + "\" domain " +
+                std::to_string(entity.get(entity.description, "/domain_id", int64_t{0}));
+        break;
+    case EntityKind::Topic:
+        line += " \"" + entity.topicName() + "\" type " + entity.typeName();
+        break;
+    case EntityKind::Writer:
+    case EntityKind::Reader: {
+        line += " topic \"" + entity.topicName() + "\" type " + entity.typeName() + " " +
+                qosSummary(entity.description);
+        if (entity.get(entity.description, "/is_content_filtered", false)) {
+            line += " content-filtered";
         }
-        default:
-            break;
+        const int64_t matched = entity.matchedCount(-1);
+        if (matched >= 0) {
+            line += " matched " + std::to_string(matched);
+        }
+        break;
+    }
+    default:
+        break;
     }
     if (model.isStale(entity, now) && entity.kind == EntityKind::Participant) {
         line += " [stale]";
@@ -73,8 +75,8 @@ std::string lineOf(const SystemModel &model, const Entity &entity, Clock::time_p
 void printTree(const Console &console, const SystemModel &model, const Entity &entity, int depth,
                Clock::time_point now) {
     const std::vector<const Entity *> children = model.childrenOf(entity.key);
-    const bool endpoint = entity.kind == EntityKind::Writer || entity.kind == EntityKind::Reader ||
-                          entity.kind == EntityKind::Topic;
+    const bool endpoint =
+            entity.kind == EntityKind::Writer || entity.kind == EntityKind::Reader || entity.kind == EntityKind::Topic;
     if (endpoint && !console.passesFilter(entity)) {
         return;
     }

@@ -41,8 +41,7 @@ std::vector<const Entity *> select(const SystemModel &model, const std::string &
                 names.size() == 1   ? entity.kind == EntityKind::Participant
                 : names.size() == 2 ? entity.kind == EntityKind::Topic && entity.topicName() == names[1]
                                     : (entity.kind == EntityKind::Writer || entity.kind == EntityKind::Reader) &&
-                                              entity.topicName() == names[1] &&
-                                              names[2] == entityKindName(entity.kind);
+                                              entity.topicName() == names[1] && names[2] == entityKindName(entity.kind);
         if (matches) {
             found.push_back(&entity);
         }

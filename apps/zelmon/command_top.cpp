@@ -28,8 +28,8 @@ int windowIndex(const std::string &name) {
 }
 
 std::string header(const Console &console) {
-    return "zelmon top - domain " + std::to_string(console.options().domain) + " - sort " +
-           console.options().sort + " - rates over " + console.options().window +
+    return "zelmon top - domain " + std::to_string(console.options().domain) + " - sort " + console.options().sort +
+           " - rates over " + console.options().window +
            (console.heardAnything() ? "" : " - waiting for monitoring data");
 }
 

@@ -22,8 +22,8 @@ std::unique_ptr<Console> Console::open(const Options &options) {
 }
 
 void Console::run(double seconds, const std::function<void(const MonitoringSample &)> &onSample) {
-    const Clock::time_point end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                                         std::chrono::duration<double>(seconds));
+    const Clock::time_point end =
+            Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
     do {
         const Clock::time_point now = Clock::now();
         for (const MonitoringSample &sample : session_->poll()) {

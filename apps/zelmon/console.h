@@ -18,13 +18,13 @@ enum ExitStatus { kExitOk = 0, kExitProblems = 1, kExitError = 2 };
 
 struct Options {
     int domain = 0;
-    std::string filter;     // only entities whose topic or participant name contains it, or matches it as a pattern
+    std::string filter;  // only entities whose topic or participant name contains it, or matches it as a pattern
     bool json = false;
-    double seconds = -1;    // how long to gather (ls, show, check) or run (top, echo); < 0: the command's default
-    double timeout = 15;    // nothing received for this long is an error
+    double seconds = -1;  // how long to gather (ls, show, check) or run (top, echo); < 0: the command's default
+    double timeout = 15;  // nothing received for this long is an error
     std::string sort = "cpu";
     std::string window = "period";  // top's rate column: period, 5s or 60s
-    std::string selector;   // show: a key, a key prefix, or participant[/topic[/writer|reader]]
+    std::string selector;           // show: a key, a key prefix, or participant[/topic[/writer|reader]]
 };
 
 // Set by SIGINT and SIGTERM: commands finish what they print and leave.

@@ -28,19 +28,23 @@ void addCommonOptions(CLI::App *command, zelmon::Options *options) {
 
 int main(int argc, char **argv) {
     zelmon::Options options;
-    CLI::App app{"zelmon: the console of zelmonitoring. It reads the monitoring topics "
-                 "\"zel/dds/monitoring/...\" of one domain."};
+    CLI::App app{
+            "zelmon: the console of zelmonitoring. It reads the monitoring topics "
+            "\"zel/dds/monitoring/...\" of one domain."};
     app.require_subcommand(1);
 
-    CLI::App *ls = app.add_subcommand("ls", "the system as a tree: hosts, processes, participants, topics, "
-                                            "publishers, subscribers, writers and readers");
-    CLI::App *top = app.add_subcommand("top", "live view of processes (CPU, memory), writers and readers (rates, "
-                                              "matches, deadline misses, lost and rejected samples)");
+    CLI::App *ls = app.add_subcommand("ls",
+                                      "the system as a tree: hosts, processes, participants, topics, "
+                                      "publishers, subscribers, writers and readers");
+    CLI::App *top = app.add_subcommand("top",
+                                       "live view of processes (CPU, memory), writers and readers (rates, "
+                                       "matches, deadline misses, lost and rejected samples)");
     CLI::App *show = app.add_subcommand("show", "one entity with its full QoS and newest statistics");
     CLI::App *echo = app.add_subcommand("echo", "every monitoring sample as one JSON object per line");
-    CLI::App *check = app.add_subcommand("check", "report problems (incompatible QoS, unmatched endpoints, "
-                                                  "type conflicts, deadline misses, lost or rejected samples); "
-                                                  "exit status 1 when there are any");
+    CLI::App *check = app.add_subcommand("check",
+                                         "report problems (incompatible QoS, unmatched endpoints, "
+                                         "type conflicts, deadline misses, lost or rejected samples); "
+                                         "exit status 1 when there are any");
     for (CLI::App *command : {ls, top, show, echo, check}) {
         addCommonOptions(command, &options);
     }
@@ -55,7 +59,8 @@ int main(int argc, char **argv) {
     top->add_option("-w,--window", options.window, "rates over the last period, or over 5s or 60s")
             ->check(CLI::IsMember({"period", "5s", "60s"}))
             ->capture_default_str();
-    show->add_option("entity", options.selector, "a key (or its unique start or end) or participant[/topic[/writer|reader]]")
+    show->add_option("entity", options.selector,
+                     "a key (or its unique start or end) or participant[/topic[/writer|reader]]")
             ->required();
 
     try {

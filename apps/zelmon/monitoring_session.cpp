@@ -31,8 +31,8 @@ std::unique_ptr<MonitoringSession> MonitoringSession::open(int32_t domain, std::
         *error = "cannot join domain " + std::to_string(domain) + " (domain ids go from 0 to 232)";
         return nullptr;
     }
-    DDS_Subscriber *subscriber = DDS_DomainParticipant_create_subscriber(
-            session->participant_, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
+    DDS_Subscriber *subscriber =
+            DDS_DomainParticipant_create_subscriber(session->participant_, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
     if (subscriber == nullptr) {
         *error = "cannot create a subscriber";
         return nullptr;
@@ -41,17 +41,16 @@ std::unique_ptr<MonitoringSession> MonitoringSession::open(int32_t domain, std::
         const ZELDefaultMonitorCatalogueEntry &entry = ZELDefaultMonitorCatalogue_g_entries[topic];
         PRESTypePlugin *plugin = entry.newPlugin();
         const DDS_ReturnCode_t registered =
-                plugin != nullptr ? DDS_DomainParticipant_register_type(session->participant_, entry.typeName, plugin,
-                                                                         nullptr)
-                                  : DDS_RETCODE_OUT_OF_RESOURCES;
+                plugin != nullptr
+                        ? DDS_DomainParticipant_register_type(session->participant_, entry.typeName, plugin, nullptr)
+                        : DDS_RETCODE_OUT_OF_RESOURCES;
         if (plugin != nullptr) {
             entry.deletePlugin(plugin);
         }
-        DDS_Topic *ddsTopic = registered == DDS_RETCODE_OK
-                                      ? DDS_DomainParticipant_create_topic(session->participant_, entry.topicName,
-                                                                           entry.typeName, &DDS_TOPIC_QOS_DEFAULT,
-                                                                           nullptr, 0)
-                                      : nullptr;
+        DDS_Topic *ddsTopic = registered == DDS_RETCODE_OK ? DDS_DomainParticipant_create_topic(
+                                                                     session->participant_, entry.topicName,
+                                                                     entry.typeName, &DDS_TOPIC_QOS_DEFAULT, nullptr, 0)
+                                                           : nullptr;
         DDS_DataReaderQos qos = DDS_DataReaderQos_INITIALIZER;
         if (ddsTopic != nullptr && readerQos(subscriber, entry.isDescription != 0, &qos) == DDS_RETCODE_OK) {
             session->readers_[topic] = DDS_Subscriber_create_datareader(

@@ -16,10 +16,10 @@
 namespace zelmon {
 
 struct MonitoringSample {
-    int topic;                // index into ZELDefaultMonitorCatalogue_g_entries
-    bool valid;               // false: an end-of-instance notice, only the key members are set
-    uint32_t instanceState;   // DDS_*_INSTANCE_STATE
-    int64_t sourceTimeNs;     // when the monitored application published it
+    int topic;               // index into ZELDefaultMonitorCatalogue_g_entries
+    bool valid;              // false: an end-of-instance notice, only the key members are set
+    uint32_t instanceState;  // DDS_*_INSTANCE_STATE
+    int64_t sourceTimeNs;    // when the monitored application published it
     nlohmann::json data;
 };
 

@@ -25,7 +25,8 @@ void RateSeries::update(int64_t value, int64_t timeNs, int64_t periodNs) {
 }
 
 double RateSeries::windowRate(int window) const {
-    const ZELDefaultMonitorStatisticsMetric &metric = metrics_.block[ZEL_DEFAULT_MONITOR_STATISTICS_FIRST_WINDOW + window];
+    const ZELDefaultMonitorStatisticsMetric &metric =
+            metrics_.block[ZEL_DEFAULT_MONITOR_STATISTICS_FIRST_WINDOW + window];
     // Times are in nanoseconds, so the mean is per nanosecond.
     return metric.span > 0 ? metric.mean * 1e9 : 0.0;
 }

@@ -33,13 +33,29 @@ constexpr EntityKind kDescribedKind[] = {EntityKind::Participant, EntityKind::To
 
 // The names of the QoS policy ids.
 const char *policyName(int id) {
-    static const char *const kNames[] = {
-            "INVALID",           "USER_DATA",          "DURABILITY",        "PRESENTATION",
-            "DEADLINE",          "LATENCY_BUDGET",     "OWNERSHIP",         "OWNERSHIP_STRENGTH",
-            "LIVELINESS",        "TIME_BASED_FILTER",  "PARTITION",         "RELIABILITY",
-            "DESTINATION_ORDER", "HISTORY",            "RESOURCE_LIMITS",   "ENTITY_FACTORY",
-            "WRITER_DATA_LIFECYCLE", "READER_DATA_LIFECYCLE", "TOPIC_DATA", "GROUP_DATA",
-            "TRANSPORT_PRIORITY", "LIFESPAN",          "DURABILITY_SERVICE"};
+    static const char *const kNames[] = {"INVALID",
+                                         "USER_DATA",
+                                         "DURABILITY",
+                                         "PRESENTATION",
+                                         "DEADLINE",
+                                         "LATENCY_BUDGET",
+                                         "OWNERSHIP",
+                                         "OWNERSHIP_STRENGTH",
+                                         "LIVELINESS",
+                                         "TIME_BASED_FILTER",
+                                         "PARTITION",
+                                         "RELIABILITY",
+                                         "DESTINATION_ORDER",
+                                         "HISTORY",
+                                         "RESOURCE_LIMITS",
+                                         "ENTITY_FACTORY",
+                                         "WRITER_DATA_LIFECYCLE",
+                                         "READER_DATA_LIFECYCLE",
+                                         "TOPIC_DATA",
+                                         "GROUP_DATA",
+                                         "TRANSPORT_PRIORITY",
+                                         "LIFESPAN",
+                                         "DURABILITY_SERVICE"};
     return id >= 0 && id < static_cast<int>(std::size(kNames)) ? kNames[id] : "UNKNOWN";
 }
 
@@ -47,24 +63,26 @@ int64_t durationNs(const nlohmann::json &duration) {
     return duration.value("sec", int64_t{0}) * 1'000'000'000 + duration.value("nanosec", int64_t{0});
 }
 
-int64_t counter(const Entity &entity, const char *pointer) { return entity.get(entity.statistics, pointer, int64_t{0}); }
+int64_t counter(const Entity &entity, const char *pointer) {
+    return entity.get(entity.statistics, pointer, int64_t{0});
+}
 
 }  // namespace
 
 const char *entityKindName(EntityKind kind) {
     switch (kind) {
-        case EntityKind::Participant:
-            return "participant";
-        case EntityKind::Topic:
-            return "topic";
-        case EntityKind::Publisher:
-            return "publisher";
-        case EntityKind::Subscriber:
-            return "subscriber";
-        case EntityKind::Writer:
-            return "writer";
-        case EntityKind::Reader:
-            return "reader";
+    case EntityKind::Participant:
+        return "participant";
+    case EntityKind::Topic:
+        return "topic";
+    case EntityKind::Publisher:
+        return "publisher";
+    case EntityKind::Subscriber:
+        return "subscriber";
+    case EntityKind::Writer:
+        return "writer";
+    case EntityKind::Reader:
+        return "reader";
     }
     return "entity";
 }
@@ -94,17 +112,17 @@ std::string Entity::typeName() const { return get(description, "/type_name", std
 
 std::string Entity::name() const {
     switch (kind) {
-        case EntityKind::Participant: {
-            const std::string name = get(description, "/qos/participant_name/name", std::string());
-            return name.empty() ? key : name;
-        }
-        case EntityKind::Topic:
-        case EntityKind::Writer:
-        case EntityKind::Reader:
-            return topicName();
-        case EntityKind::Publisher:
-        case EntityKind::Subscriber:
-            break;
+    case EntityKind::Participant: {
+        const std::string name = get(description, "/qos/participant_name/name", std::string());
+        return name.empty() ? key : name;
+    }
+    case EntityKind::Topic:
+    case EntityKind::Writer:
+    case EntityKind::Reader:
+        return topicName();
+    case EntityKind::Publisher:
+    case EntityKind::Subscriber:
+        break;
     }
     return key;
 }
@@ -189,25 +207,25 @@ void SystemModel::applyStatistics(EntityKind kind, const MonitoringSample &sampl
         entity.topic = keyString(sample.data["topic_key"]);
     }
     switch (kind) {
-        case EntityKind::Writer:
-            entity.samples.update(counter(entity, "/datawriter_protocol_status/status/pushed_sample_count"),
-                                  sample.sourceTimeNs, entity.periodNs);
-            entity.bytes.update(counter(entity, "/datawriter_protocol_status/status/pushed_sample_bytes"),
-                                sample.sourceTimeNs, entity.periodNs);
-            break;
-        case EntityKind::Reader:
-            entity.samples.update(counter(entity, "/datareader_protocol_status/status/received_sample_count"),
-                                  sample.sourceTimeNs, entity.periodNs);
-            entity.bytes.update(counter(entity, "/datareader_protocol_status/status/received_sample_bytes"),
-                                sample.sourceTimeNs, entity.periodNs);
-            break;
-        case EntityKind::Participant:
-            entity.cpuNs.update(durationNs(sample.data["process"]["user_cpu_time"]) +
-                                        durationNs(sample.data["process"]["kernel_cpu_time"]),
-                                sample.sourceTimeNs, entity.periodNs);
-            break;
-        default:
-            break;
+    case EntityKind::Writer:
+        entity.samples.update(counter(entity, "/datawriter_protocol_status/status/pushed_sample_count"),
+                              sample.sourceTimeNs, entity.periodNs);
+        entity.bytes.update(counter(entity, "/datawriter_protocol_status/status/pushed_sample_bytes"),
+                            sample.sourceTimeNs, entity.periodNs);
+        break;
+    case EntityKind::Reader:
+        entity.samples.update(counter(entity, "/datareader_protocol_status/status/received_sample_count"),
+                              sample.sourceTimeNs, entity.periodNs);
+        entity.bytes.update(counter(entity, "/datareader_protocol_status/status/received_sample_bytes"),
+                            sample.sourceTimeNs, entity.periodNs);
+        break;
+    case EntityKind::Participant:
+        entity.cpuNs.update(durationNs(sample.data["process"]["user_cpu_time"]) +
+                                    durationNs(sample.data["process"]["kernel_cpu_time"]),
+                            sample.sourceTimeNs, entity.periodNs);
+        break;
+    default:
+        break;
     }
 }
 
@@ -223,35 +241,35 @@ void SystemModel::applyMatch(const char *ownKey, const char *remoteKey, const Mo
 
 void SystemModel::apply(const MonitoringSample &sample, Clock::time_point now) {
     switch (sample.topic) {
-        case kParticipantDescription:
-        case kTopicDescription:
-        case kPublisherDescription:
-        case kSubscriberDescription:
-        case kReaderDescription:
-        case kWriterDescription:
-            applyDescription(kDescribedKind[sample.topic], sample, now);
-            break;
-        case kParticipantStatistics:
-            applyStatistics(EntityKind::Participant, sample, now);
-            break;
-        case kReaderStatistics:
-            applyStatistics(EntityKind::Reader, sample, now);
-            break;
-        case kWriterStatistics:
-            applyStatistics(EntityKind::Writer, sample, now);
-            break;
-        case kTopicStatistics:
-            applyStatistics(EntityKind::Topic, sample, now);
-            break;
-        case kReaderMatchedPublicationStatistics:
-            applyMatch("datareader_key", "publication_handle", sample);
-            break;
-        case kWriterMatchedSubscriptionStatistics:
-            applyMatch("datawriter_key", "subscription_handle", sample);
-            break;
-        default:
-            // Per-locator figures repeat the per-subscription ones.
-            break;
+    case kParticipantDescription:
+    case kTopicDescription:
+    case kPublisherDescription:
+    case kSubscriberDescription:
+    case kReaderDescription:
+    case kWriterDescription:
+        applyDescription(kDescribedKind[sample.topic], sample, now);
+        break;
+    case kParticipantStatistics:
+        applyStatistics(EntityKind::Participant, sample, now);
+        break;
+    case kReaderStatistics:
+        applyStatistics(EntityKind::Reader, sample, now);
+        break;
+    case kWriterStatistics:
+        applyStatistics(EntityKind::Writer, sample, now);
+        break;
+    case kTopicStatistics:
+        applyStatistics(EntityKind::Topic, sample, now);
+        break;
+    case kReaderMatchedPublicationStatistics:
+        applyMatch("datareader_key", "publication_handle", sample);
+        break;
+    case kWriterMatchedSubscriptionStatistics:
+        applyMatch("datawriter_key", "subscription_handle", sample);
+        break;
+    default:
+        // Per-locator figures repeat the per-subscription ones.
+        break;
     }
 }
 
@@ -354,8 +372,8 @@ std::vector<Problem> SystemModel::problems() const {
         const char *deadline = writer ? "/offered_deadline_missed_status/status/total_count"
                                       : "/requested_deadline_missed_status/status/total_count";
         if (const int64_t missed = counter(entity, deadline); missed > 0) {
-            problems.push_back({"deadline-missed", key, describe(entity) + " missed its deadline " +
-                                                                std::to_string(missed) + " times"});
+            problems.push_back({"deadline-missed", key,
+                                describe(entity) + " missed its deadline " + std::to_string(missed) + " times"});
         }
         if (writer) {
             continue;

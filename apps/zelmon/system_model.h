@@ -40,7 +40,7 @@ struct Entity {
     std::map<std::string, nlohmann::json> matches;
     RateSeries samples;  // pushed (writers) or received (readers)
     RateSeries bytes;
-    RateSeries cpuNs;    // participants: the process's user and kernel CPU time
+    RateSeries cpuNs;           // participants: the process's user and kernel CPU time
     Clock::time_point heard{};  // the newest sample of or about it
     bool writerGone = false;    // its descriptions lost their writer without being disposed
 

@@ -150,18 +150,19 @@ std::vector<std::string> topFrameLines(const TopFrame &frame, int window, int wi
     std::snprintf(line, sizeof(line), "%-8s %-7s %6s %10s  %s", "HOST", "PID", "CPU%", "MEMORY", "PARTICIPANTS");
     lines.push_back(line);
     for (const ProcessRow &row : frame.processes) {
-        std::snprintf(line, sizeof(line), "%08llx %-7lld %6.1f %10s  %s%s",
-                      static_cast<unsigned long long>(row.hostId), static_cast<long long>(row.processId),
-                      row.cpuPercent, humanBytes(static_cast<double>(row.memoryBytes)).c_str(),
-                      row.participants.c_str(), row.stale ? " [stale]" : "");
+        std::snprintf(line, sizeof(line), "%08llx %-7lld %6.1f %10s  %s%s", static_cast<unsigned long long>(row.hostId),
+                      static_cast<long long>(row.processId), row.cpuPercent,
+                      humanBytes(static_cast<double>(row.memoryBytes)).c_str(), row.participants.c_str(),
+                      row.stale ? " [stale]" : "");
         lines.push_back(line);
     }
     for (const auto *rows : {&frame.writers, &frame.readers}) {
         const bool writers = rows == &frame.writers;
         lines.emplace_back();
-        std::snprintf(line, sizeof(line), "%-20s %-18s %-17s %9s %11s %7s %8s%s", writers ? "WRITER TOPIC" : "READER TOPIC",
-                      "PARTICIPANT", "KEY", (std::string("SMP/S ") + kWindowNames[window]).c_str(), "BYTES/S",
-                      "MATCHED", "DEADLINE", writers ? "" : "     LOST REJECTED");
+        std::snprintf(line, sizeof(line), "%-20s %-18s %-17s %9s %11s %7s %8s%s",
+                      writers ? "WRITER TOPIC" : "READER TOPIC", "PARTICIPANT", "KEY",
+                      (std::string("SMP/S ") + kWindowNames[window]).c_str(), "BYTES/S", "MATCHED", "DEADLINE",
+                      writers ? "" : "     LOST REJECTED");
         lines.push_back(line);
         for (const EndpointRow &row : *rows) {
             std::snprintf(line, sizeof(line), "%-20s %-18s %-17s %9.1f %11s %7lld %8lld",

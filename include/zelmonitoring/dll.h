@@ -5,13 +5,13 @@
 #define ZELMONITORING_DLL_H
 
 #if defined(_WIN32)
-#  if defined(ZELMONITOR_BUILDING)
-#    define ZELMONITOR_API __declspec(dllexport)
-#  else
-#    define ZELMONITOR_API __declspec(dllimport)
-#  endif
+#if defined(ZELMONITOR_BUILDING)
+#define ZELMONITOR_API __declspec(dllexport)
 #else
-#  define ZELMONITOR_API __attribute__((visibility("default")))
+#define ZELMONITOR_API __declspec(dllimport)
+#endif
+#else
+#define ZELMONITOR_API __attribute__((visibility("default")))
 #endif
 
 #endif

@@ -75,12 +75,12 @@ struct ZELDefaultMonitorPublisher {
     struct ZELDefaultMonitorVersion version;
     uint32_t hostId;
     uint32_t processId;
-    struct REDAExclusiveArea *listEA;                      /* level 5 */
+    struct REDAExclusiveArea *listEA;                        /* level 5 */
     struct ZELDefaultMonitorParticipantList participantList; /* [listEA] */
-    DDS_Boolean firstAttach;                               /* until the first attach read its settings */
-    DDS_DomainParticipant *monitoringParticipant;          /* the separate one, or NULL */
-    DDS_Long newParticipantDomainId;                       /* its domain; -1 without one */
-    struct ZELDefaultMonitorEntitySet *sharedEntities;     /* on the separate participant, or NULL */
+    DDS_Boolean firstAttach;                                 /* until the first attach read its settings */
+    DDS_DomainParticipant *monitoringParticipant;            /* the separate one, or NULL */
+    DDS_Long newParticipantDomainId;                         /* its domain; -1 without one */
+    struct ZELDefaultMonitorEntitySet *sharedEntities;       /* on the separate participant, or NULL */
 };
 
 /* One attached participant; the handle the middleware passes back on every
@@ -107,8 +107,8 @@ struct ZELDefaultMonitorParticipantObject {
 /* The creation function named to the middleware: calls
  * ZELDefaultMonitorPublisher_create. */
 ZELMONITOR_API struct ZELDefaultMonitorPublisher *ZELDefaultMonitor_create(DDS_UnsignedLong *result,
-                                                                          DDS_DomainParticipantFactory *factory,
-                                                                          struct ZELDefaultMonitorVersion version);
+                                                                           DDS_DomainParticipantFactory *factory,
+                                                                           struct ZELDefaultMonitorVersion version);
 
 /* Versions before 4.5 release 'c' are refused (result 0, NULL). A publisher
  * whose factory has no worker factory, or whose list lock could not be
@@ -126,13 +126,13 @@ ZELMONITOR_API struct ZELDefaultMonitorParticipantObject *ZELDefaultMonitorPubli
         DDS_UnsignedLong *result, struct ZELDefaultMonitorPublisher *self, DDS_DomainParticipant *participant);
 
 /* Frees the participant object (NULL is nothing to do). */
-ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onDomainParticipantDetach(
-        struct ZELDefaultMonitorParticipantObject *participantObject);
+ZELMONITOR_API DDS_UnsignedLong
+ZELDefaultMonitorPublisher_onDomainParticipantDetach(struct ZELDefaultMonitorParticipantObject *participantObject);
 
 /* 2 when the event was handled or ignored, 1 when an action failed. */
-ZELMONITOR_API DDS_UnsignedLong ZELDefaultMonitorPublisher_onEventNotify(
-        struct ZELDefaultMonitorParticipantObject *participantObject, DDS_Long eventKind, DDS_Entity *entity,
-        const void *eventData);
+ZELMONITOR_API DDS_UnsignedLong
+ZELDefaultMonitorPublisher_onEventNotify(struct ZELDefaultMonitorParticipantObject *participantObject,
+                                         DDS_Long eventKind, DDS_Entity *entity, const void *eventData);
 
 ZEL_EXTERN_C_END
 

@@ -24,10 +24,8 @@ uint32_t ZEL_Monitor_Log_g_instrumentationMask = ZEL_MONITOR_LOG_INSTRUMENTATION
 const ZELLogMessage ZEL_MONITOR_LOG_INFO_s = {0x2131000, "monitor info: %s\n"};
 const ZELLogMessage ZEL_MONITOR_LOG_ENTITY_EVENT_s = {0x2131001, "receive event %s\n"};
 const ZELLogMessage ZEL_MONITOR_LOG_STAT_EVENT = {0x2131002, "calculating statistic\n"};
-const ZELLogMessage ZEL_MONITOR_LOG_PUBLISH_ENTITY_DATA_sxxxx = {0x2131003,
-                                                                 "publish %s data with key {%x %x %x %x}\n"};
-const ZELLogMessage ZEL_MONITOR_LOG_DISPOSE_ENTITY_DATA_sxxxx = {0x2131004,
-                                                                 "dispose %s data with key {%x %x %x %x}\n"};
+const ZELLogMessage ZEL_MONITOR_LOG_PUBLISH_ENTITY_DATA_sxxxx = {0x2131003, "publish %s data with key {%x %x %x %x}\n"};
+const ZELLogMessage ZEL_MONITOR_LOG_DISPOSE_ENTITY_DATA_sxxxx = {0x2131004, "dispose %s data with key {%x %x %x %x}\n"};
 const ZELLogMessage ZEL_MONITOR_LOG_SAMPLE_ENTITY_STAT_sxxxx = {0x2131005,
                                                                 "sample %s statistics with key {%x %x %x %x}\n"};
 const ZELLogMessage ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx = {0x2131006,

@@ -18,18 +18,17 @@ inline uint32_t ZELMonitorLog_loadMaskI(uint32_t &mask) {
     return std::atomic_ref<uint32_t>(mask).load(std::memory_order_relaxed);
 }
 
-#define ZELMonitorLog_printI(context, level, message, ...)                                                  \
-    do {                                                                                                    \
-        const uint32_t zelMonitorLogLevel_ = (level);                                                       \
-        if ((ZELMonitorLog_loadMaskI(ZEL_Monitor_Log_g_instrumentationMask) & zelMonitorLogLevel_) != 0u && \
-            (ZELMonitorLog_loadMaskI(ZEL_Monitor_Log_g_submoduleMask) & ZEL_MONITOR_LOG_SUBMODULE_MONITOR) != \
-                    0u) {                                                                                   \
-            const ZELLogSetLogLevelFunction zelMonitorLogHook_ = ZELLog_setLogLevel;                        \
-            if (zelMonitorLogHook_ != nullptr) {                                                            \
-                zelMonitorLogHook_(static_cast<int>(zelMonitorLogLevel_));                                  \
-            }                                                                                               \
-            ZELLog_printContextAndMsg((context), &(message) __VA_OPT__(, ) __VA_ARGS__);                   \
-        }                                                                                                   \
+#define ZELMonitorLog_printI(context, level, message, ...)                                                          \
+    do {                                                                                                            \
+        const uint32_t zelMonitorLogLevel_ = (level);                                                               \
+        if ((ZELMonitorLog_loadMaskI(ZEL_Monitor_Log_g_instrumentationMask) & zelMonitorLogLevel_) != 0u &&         \
+            (ZELMonitorLog_loadMaskI(ZEL_Monitor_Log_g_submoduleMask) & ZEL_MONITOR_LOG_SUBMODULE_MONITOR) != 0u) { \
+            const ZELLogSetLogLevelFunction zelMonitorLogHook_ = ZELLog_setLogLevel;                                \
+            if (zelMonitorLogHook_ != nullptr) {                                                                    \
+                zelMonitorLogHook_(static_cast<int>(zelMonitorLogLevel_));                                          \
+            }                                                                                                       \
+            ZELLog_printContextAndMsg((context), &(message)__VA_OPT__(, ) __VA_ARGS__);                             \
+        }                                                                                                           \
     } while (0)
 
 // Failures: a middleware failure record and a short fixed phrase, or an

@@ -217,7 +217,7 @@ bool ZELContentFilterParser_resolveOperandI(ZELContentFilterParserI *p, const ZE
         break;
     case ZELContentFilterTokenKindI::NUMBER:
         operand->source = ZELContentFilterSourceI::CONSTANT;
-        ZELContentFilter_parseNumberI(text, &operand->value); // the lexer checked it
+        ZELContentFilter_parseNumberI(text, &operand->value);  // the lexer checked it
         break;
     case ZELContentFilterTokenKindI::STRING: {
         char *out = filter->literalText + p->literalUsed;
@@ -234,7 +234,7 @@ bool ZELContentFilterParser_resolveOperandI(ZELContentFilterParserI *p, const ZE
         operand->value.kind = ZELContentFilterValueKindI::BOOLEAN;
         operand->value.boolean = token.kind == ZELContentFilterTokenKindI::TRUE_;
         break;
-    default: { // PARAMETER: its text is parsed for the anchor at binding
+    default: {  // PARAMETER: its text is parsed for the anchor at binding
         ZELContentFilterParameterUseI *use = &filter->parameterUses[filter->parameterUseCount];
         use->index = ZELContentFilter_parameterIndexI(text);
         use->position = position;
@@ -421,7 +421,7 @@ bool ZELContentFilterParser_parseOrI(ZELContentFilterParserI *p, uint32_t *node)
                                               ZELContentFilterParser_parseAndI);
 }
 
-} // namespace
+}  // namespace
 
 extern "C" {
 
@@ -440,7 +440,7 @@ VURNC_API ZELContentFilter *ZELContentFilter_compile(const ZELCdrTypeDesc *type,
         return nullptr;
     }
     const std::string_view text(expression);
-    if (text.size() >= UINT32_MAX) { // positions are 32 bits
+    if (text.size() >= UINT32_MAX) {  // positions are 32 bits
         ZELContentFilterError_setI(error, 0, "expression too long");
         return nullptr;
     }
@@ -523,4 +523,4 @@ VURNC_API void ZELContentFilter_delete(ZELContentFilter *self) {
     ZELOsapiHeap_freeStructure(self);
 }
 
-} // extern "C"
+}  // extern "C"

@@ -50,8 +50,7 @@ extern "C" {
 // is missing or does not parse for its member, or the heap is exhausted;
 // `error` (may be NULL) then says why. Nothing is logged: the caller reports
 // the failure in its own name.
-VURNC_API struct ZELContentFilter *ZELContentFilter_compile(const struct ZELCdrTypeDesc *type,
-                                                            const char *expression,
+VURNC_API struct ZELContentFilter *ZELContentFilter_compile(const struct ZELCdrTypeDesc *type, const char *expression,
                                                             const struct DDS_StringSeq *parameters,
                                                             struct ZELContentFilterError *error);
 
@@ -69,7 +68,7 @@ VURNC_API DDS_Boolean ZELContentFilter_evaluate(const struct ZELContentFilter *s
 
 VURNC_API void ZELContentFilter_delete(struct ZELContentFilter *self);
 
-} // extern "C"
+}  // extern "C"
 
 // ---- the compiled form, shared by the compiler, the binder and the evaluator ----
 
@@ -106,43 +105,56 @@ enum class ZELContentFilterNodeKindI : uint8_t { AND, OR, NOT, COMPARE, BETWEEN,
 // and recurses only into nesting.
 struct ZELContentFilterNodeI {
     ZELContentFilterNodeKindI kind;
-    ZELContentFilterOpI op;               /* COMPARE */
-    uint32_t left;                        /* AND, OR, NOT: child node indices */
+    ZELContentFilterOpI op; /* COMPARE */
+    uint32_t left;          /* AND, OR, NOT: child node indices */
     uint32_t right;
     ZELContentFilterOperandI operands[3]; /* COMPARE: 0 op 1; BETWEEN: 0 between 1 and 2 */
 };
 
 // Where a %n stands and the member type its text is parsed for.
 struct ZELContentFilterParameterUseI {
-    uint32_t index;                     /* n of %n */
-    uint32_t position;                  /* 1-based, for errors */
-    const struct ZELCdrTypeDesc *type;  /* the member compared with (aliases resolved) */
+    uint32_t index;                    /* n of %n */
+    uint32_t position;                 /* 1-based, for errors */
+    const struct ZELCdrTypeDesc *type; /* the member compared with (aliases resolved) */
 };
 
 struct ZELContentFilter {
     const struct ZELCdrTypeDesc *type;
-    ZELContentFilterNodeI *nodes;             /* heap array; root at `root` */
-    uint32_t nodeCount;                       /* 0: every sample passes */
+    ZELContentFilterNodeI *nodes; /* heap array; root at `root` */
+    uint32_t nodeCount;           /* 0: every sample passes */
     uint32_t root;
-    char *literalText;                        /* heap: the texts of string literals */
+    char *literalText;                            /* heap: the texts of string literals */
     ZELContentFilterParameterUseI *parameterUses; /* heap array, one per %n in the expression */
     uint32_t parameterUseCount;
     /* The binding, replaced as a whole by ZELContentFilter_setParameters. */
-    ZELContentFilterValueI *parameterValues;  /* heap array parallel to parameterUses */
-    char *parameterText;                      /* heap: the texts of string parameters */
+    ZELContentFilterValueI *parameterValues; /* heap array parallel to parameterUses */
+    char *parameterText;                     /* heap: the texts of string parameters */
 };
 
 // ---- tokens and literals (content_filter_lexer.cpp) ----
 
 enum class ZELContentFilterTokenKindI : uint8_t {
-    END, IDENTIFIER, NUMBER, STRING, PARAMETER, LEFT_PAREN, RIGHT_PAREN, COMPARISON,
-    AND, OR, NOT, BETWEEN, LIKE, TRUE_, FALSE_
+    END,
+    IDENTIFIER,
+    NUMBER,
+    STRING,
+    PARAMETER,
+    LEFT_PAREN,
+    RIGHT_PAREN,
+    COMPARISON,
+    AND,
+    OR,
+    NOT,
+    BETWEEN,
+    LIKE,
+    TRUE_,
+    FALSE_
 };
 
 struct ZELContentFilterTokenI {
     ZELContentFilterTokenKindI kind;
-    ZELContentFilterOpI op;  /* COMPARISON */
-    uint32_t start;          /* 0-based offset in the expression */
+    ZELContentFilterOpI op; /* COMPARISON */
+    uint32_t start;         /* 0-based offset in the expression */
     uint32_t length;
 };
 

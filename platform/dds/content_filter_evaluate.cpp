@@ -9,7 +9,8 @@ namespace {
 
 enum class ZELContentFilterOrderI { LESS, EQUAL, GREATER, UNORDERED };
 
-template <typename T> T ZELContentFilter_readI(const unsigned char *at) {
+template <typename T>
+T ZELContentFilter_readI(const unsigned char *at) {
     T value;
     std::memcpy(&value, at, sizeof(value));
     return value;
@@ -77,7 +78,7 @@ const ZELContentFilterValueI *ZELContentFilter_loadI(const ZELContentFilter *fil
         v.kind = ZELContentFilterValueKindI::FLOAT;
         v.floatValue = ZELContentFilter_readI<DDS_Double>(at);
         break;
-    default: { // ZEL_CDR_TK_STRING: compilation admits no other kind; an unset string reads as ""
+    default: {  // ZEL_CDR_TK_STRING: compilation admits no other kind; an unset string reads as ""
         const char *text = ZELContentFilter_readI<const char *>(at);
         v.kind = ZELContentFilterValueKindI::STRING;
         v.text = text != nullptr ? text : "";
@@ -106,7 +107,8 @@ long double ZELContentFilter_asLongDoubleI(const ZELContentFilterValueI &value) 
     }
 }
 
-template <typename T> ZELContentFilterOrderI ZELContentFilter_orderI(T a, T b) {
+template <typename T>
+ZELContentFilterOrderI ZELContentFilter_orderI(T a, T b) {
     return a < b ? ZELContentFilterOrderI::LESS
                  : (b < a ? ZELContentFilterOrderI::GREATER : ZELContentFilterOrderI::EQUAL);
 }
@@ -185,7 +187,7 @@ bool ZELContentFilter_holdsI(ZELContentFilterOpI op, ZELContentFilterOrderI orde
         return order == ZELContentFilterOrderI::LESS || order == ZELContentFilterOrderI::EQUAL;
     case ZELContentFilterOpI::GT:
         return order == ZELContentFilterOrderI::GREATER;
-    default: // GE (LIKE is matched, not ordered)
+    default:  // GE (LIKE is matched, not ordered)
         return order == ZELContentFilterOrderI::GREATER || order == ZELContentFilterOrderI::EQUAL;
     }
 }
@@ -234,7 +236,7 @@ bool ZELContentFilter_evaluateNodeI(const ZELContentFilter *filter, uint32_t ind
     }
 }
 
-} // namespace
+}  // namespace
 
 extern "C" VURNC_API DDS_Boolean ZELContentFilter_evaluate(const ZELContentFilter *self, const void *sample) {
     if (self == nullptr || sample == nullptr) {

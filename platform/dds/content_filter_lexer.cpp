@@ -29,9 +29,7 @@ bool ZELContentFilter_isIdentifierPartI(char c) {
     return ZELContentFilter_isIdentifierStartI(c) || (c >= '0' && c <= '9');
 }
 
-bool ZELContentFilter_isDigitI(char c) {
-    return c >= '0' && c <= '9';
-}
+bool ZELContentFilter_isDigitI(char c) { return c >= '0' && c <= '9'; }
 
 struct ZELContentFilterKeywordI {
     const char *text;
@@ -65,7 +63,7 @@ size_t ZELContentFilter_scanNumberI(std::string_view text, size_t i) {
     return i;
 }
 
-} // namespace
+}  // namespace
 
 void ZELContentFilterError_setI(ZELContentFilterError *error, uint32_t position, const char *format, ...) {
     if (error == nullptr) {
@@ -134,7 +132,7 @@ size_t ZELContentFilter_unquoteI(std::string_view quoted, char *out) {
     for (size_t i = 1; i + 1 < quoted.size(); ++i) {
         out[length++] = quoted[i];
         if (quoted[i] == '\'') {
-            ++i; // the second quote of a doubled pair
+            ++i;  // the second quote of a doubled pair
         }
     }
     out[length] = '\0';

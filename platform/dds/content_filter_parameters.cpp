@@ -113,7 +113,7 @@ bool ZELContentFilter_parseParameterI(const ZELContentFilterParameterUseI &use, 
     return true;
 }
 
-} // namespace
+}  // namespace
 
 bool ZELContentFilter_bindParametersI(ZELContentFilter *self, const DDS_StringSeq *parameters,
                                       ZELContentFilterError *error) {

@@ -166,16 +166,14 @@ VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_get_expression_parameters(co
     if (!guard.held()) {
         return guard.result();
     }
-    return DDS_StringSeq_copy(parameters, &self->parameters) != nullptr ? DDS_RETCODE_OK
-                                                                        : DDS_RETCODE_OUT_OF_RESOURCES;
+    return DDS_StringSeq_copy(parameters, &self->parameters) != nullptr ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
-VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(
-        DDS_ContentFilteredTopic *self, const struct DDS_StringSeq *parameters) {
+VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(DDS_ContentFilteredTopic *self,
+                                                                              const struct DDS_StringSeq *parameters) {
     const char *const context = "DDS_ContentFilteredTopic_set_expression_parameters";
     if (self == nullptr || parameters == nullptr) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s,
-                                  self == nullptr ? "self" : "parameters");
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "parameters");
         return DDS_RETCODE_BAD_PARAMETER;
     }
     DDS_EntityLockGuardI guard(&self->description.participant->entity);
@@ -201,4 +199,4 @@ VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(
     return DDS_RETCODE_OK;
 }
 
-} // extern "C"
+}  // extern "C"

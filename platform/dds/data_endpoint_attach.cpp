@@ -9,7 +9,8 @@
 namespace {
 
 // Frees what attach made, in reverse order; the wire endpoint is gone.
-template <typename Endpoint> void DDS_EndpointPath_deleteI(typename DDS_EndpointKindI<Endpoint>::Path *path) {
+template <typename Endpoint>
+void DDS_EndpointPath_deleteI(typename DDS_EndpointKindI<Endpoint>::Path *path) {
     using Path = typename DDS_EndpointKindI<Endpoint>::Path;
     DDS_EndpointKindI<Endpoint>::clear(path);
     if (path->endpointData != nullptr) {
@@ -30,7 +31,8 @@ template <typename Endpoint> void DDS_EndpointPath_deleteI(typename DDS_Endpoint
     ZELOsapiHeap_freeStructure(path);
 }
 
-template <typename Endpoint> bool DDS_EndpointPath_attachPluginI(typename DDS_EndpointKindI<Endpoint>::Path *path) {
+template <typename Endpoint>
+bool DDS_EndpointPath_attachPluginI(typename DDS_EndpointKindI<Endpoint>::Path *path) {
     const PRESTypePlugin *plugin = path->plugin;
     if (plugin->createSampleFnc == nullptr && plugin->onEndpointAttachedFnc == nullptr) {
         return true;  // a plug-in that cannot make samples: matches, but writes are refused, every sample rejected
@@ -56,7 +58,8 @@ template <typename Endpoint> bool DDS_EndpointPath_attachPluginI(typename DDS_En
            PRESTypePluginDefaultEndpointData_createMD5Stream(path->endpointData);
 }
 
-template <typename Endpoint> DDS_ReturnCode_t DDS_Endpoint_attachI(Endpoint *endpoint) {
+template <typename Endpoint>
+DDS_ReturnCode_t DDS_Endpoint_attachI(Endpoint *endpoint) {
     using Kind = DDS_EndpointKindI<Endpoint>;
     using Path = typename Kind::Path;
     const char *const context = Kind::enableContext;
@@ -123,7 +126,8 @@ template <typename Endpoint> DDS_ReturnCode_t DDS_Endpoint_attachI(Endpoint *end
     return DDS_RETCODE_OK;
 }
 
-template <typename Endpoint> void DDS_Endpoint_detachI(Endpoint *endpoint) {
+template <typename Endpoint>
+void DDS_Endpoint_detachI(Endpoint *endpoint) {
     using Kind = DDS_EndpointKindI<Endpoint>;
     typename Kind::Path *path = endpoint->path;
     if (path == nullptr) {
@@ -139,18 +143,10 @@ template <typename Endpoint> void DDS_Endpoint_detachI(Endpoint *endpoint) {
 
 }  // namespace
 
-DDS_ReturnCode_t DDS_DataWriter_attachI(DDS_DataWriter *writer) {
-    return DDS_Endpoint_attachI(writer);
-}
+DDS_ReturnCode_t DDS_DataWriter_attachI(DDS_DataWriter *writer) { return DDS_Endpoint_attachI(writer); }
 
-DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *reader) {
-    return DDS_Endpoint_attachI(reader);
-}
+DDS_ReturnCode_t DDS_DataReader_attachI(DDS_DataReader *reader) { return DDS_Endpoint_attachI(reader); }
 
-void DDS_DataWriter_detachI(DDS_DataWriter *writer) {
-    DDS_Endpoint_detachI(writer);
-}
+void DDS_DataWriter_detachI(DDS_DataWriter *writer) { DDS_Endpoint_detachI(writer); }
 
-void DDS_DataReader_detachI(DDS_DataReader *reader) {
-    DDS_Endpoint_detachI(reader);
-}
+void DDS_DataReader_detachI(DDS_DataReader *reader) { DDS_Endpoint_detachI(reader); }

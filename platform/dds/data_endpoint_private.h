@@ -11,9 +11,11 @@
 #include "data_writer_private.h"
 
 // The types, names and hooks of an endpoint kind, one specialization a kind.
-template <typename Endpoint> struct DDS_EndpointKindI;
+template <typename Endpoint>
+struct DDS_EndpointKindI;
 
-template <> struct DDS_EndpointKindI<DDS_DataWriter> {
+template <>
+struct DDS_EndpointKindI<DDS_DataWriter> {
     using Path = DDS_DataWriterPathI;
     using Listener = ZELWireWriterListener;
     static constexpr PRESTypePluginEndpointKind pluginKind = PRES_TYPEPLUGIN_ENDPOINT_WRITER;
@@ -41,7 +43,8 @@ template <> struct DDS_EndpointKindI<DDS_DataWriter> {
     static constexpr auto lockUpToDate = &DDS_DataWriterPath_lockUpToDateI;
 };
 
-template <> struct DDS_EndpointKindI<DDS_DataReader> {
+template <>
+struct DDS_EndpointKindI<DDS_DataReader> {
     using Path = DDS_DataReaderPathI;
     using Listener = ZELWireReaderListener;
     static constexpr PRESTypePluginEndpointKind pluginKind = PRES_TYPEPLUGIN_ENDPOINT_READER;

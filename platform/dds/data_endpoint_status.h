@@ -28,10 +28,8 @@ void DDS_ProtocolStatus_fillI(Status *status, uint32_t capabilities, const ZELWi
     const bool samples = supplies(ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS);
     bool outcomes = false;
     if constexpr (requires { status->pushed_sample_count; }) {
-        fill(&status->pushed_sample_count, &status->pushed_sample_count_change, &ZELWireCounters::sampleCount,
-             samples);
-        fill(&status->pushed_sample_bytes, &status->pushed_sample_bytes_change, &ZELWireCounters::sampleBytes,
-             samples);
+        fill(&status->pushed_sample_count, &status->pushed_sample_count_change, &ZELWireCounters::sampleCount, samples);
+        fill(&status->pushed_sample_bytes, &status->pushed_sample_bytes_change, &ZELWireCounters::sampleBytes, samples);
         fill(&status->pulled_sample_bytes, &status->pulled_sample_bytes_change, &ZELWireCounters::pulledSampleBytes,
              supplies(ZEL_WIRE_SUPPLIES_PULLED_BYTES));
         outcomes = supplies(ZEL_WIRE_SUPPLIES_WRITER_OUTCOMES);
@@ -47,12 +45,12 @@ void DDS_ProtocolStatus_fillI(Status *status, uint32_t capabilities, const ZELWi
              &ZELWireCounters::duplicateSampleBytes, duplicates);
         outcomes = supplies(ZEL_WIRE_SUPPLIES_READER_OUTCOMES);
     }
-    fill(&status->filtered_sample_count, &status->filtered_sample_count_change,
-         &ZELWireCounters::filteredSampleCount, outcomes);
-    fill(&status->filtered_sample_bytes, &status->filtered_sample_bytes_change,
-         &ZELWireCounters::filteredSampleBytes, outcomes);
-    fill(&status->rejected_sample_count, &status->rejected_sample_count_change,
-         &ZELWireCounters::rejectedSampleCount, outcomes);
+    fill(&status->filtered_sample_count, &status->filtered_sample_count_change, &ZELWireCounters::filteredSampleCount,
+         outcomes);
+    fill(&status->filtered_sample_bytes, &status->filtered_sample_bytes_change, &ZELWireCounters::filteredSampleBytes,
+         outcomes);
+    fill(&status->rejected_sample_count, &status->rejected_sample_count_change, &ZELWireCounters::rejectedSampleCount,
+         outcomes);
     if (reset) {
         *base = *current;
     }
@@ -79,8 +77,7 @@ DDS_ReturnCode_t DDS_Endpoint_withStatusI(Endpoint *self, const void *status, co
 // A communication status: before the endpoint is attached, the status as
 // nothing has happened yet, so that a disabled endpoint can still be reported.
 template <typename Endpoint, typename Status, typename Copy>
-DDS_ReturnCode_t DDS_Endpoint_withCommunicationStatusI(Endpoint *self, Status *status, const char *context,
-                                                       Copy copy) {
+DDS_ReturnCode_t DDS_Endpoint_withCommunicationStatusI(Endpoint *self, Status *status, const char *context, Copy copy) {
     if (self != nullptr && status != nullptr && self->path.load() == nullptr) {
         DDS_Status_setInitialI(status);
         return DDS_RETCODE_OK;
@@ -89,7 +86,8 @@ DDS_ReturnCode_t DDS_Endpoint_withCommunicationStatusI(Endpoint *self, Status *s
 }
 
 // Clears the change counts of a status that was read with reset.
-template <typename Status> void DDS_Status_clearChangesI(Status *status) {
+template <typename Status>
+void DDS_Status_clearChangesI(Status *status) {
     if constexpr (requires { status->total_count_change; }) {
         status->total_count_change = 0;
     }
@@ -117,7 +115,8 @@ DDS_ReturnCode_t DDS_Endpoint_copyStatusI(Endpoint *self, Status *status,
 }
 
 // An incompatible-QoS status but for its policies, which are the caller's.
-template <typename Status> void DDS_IncompatibleQosStatus_copyI(Status *status, Status *field, DDS_Boolean reset) {
+template <typename Status>
+void DDS_IncompatibleQosStatus_copyI(Status *status, Status *field, DDS_Boolean reset) {
     status->total_count = field->total_count;
     status->total_count_change = field->total_count_change;
     status->last_policy_id = field->last_policy_id;
@@ -154,8 +153,7 @@ DDS_ReturnCode_t DDS_Endpoint_getProtocolStatusI(Endpoint *self, Status *status,
         const ZELWireOps *ops = DDS_Entity_getWireI(&self->entity)->ops;
         ZELWireCounters counters{};
         DDS_EndpointPath_countersI<Endpoint>(ops, path, &counters);
-        DDS_ProtocolStatus_fillI(status, ops->capabilities, &counters, &path->protocolBase,
-                                 reset != DDS_BOOLEAN_FALSE);
+        DDS_ProtocolStatus_fillI(status, ops->capabilities, &counters, &path->protocolBase, reset != DDS_BOOLEAN_FALSE);
         return DDS_RETCODE_OK;
     });
 }
@@ -189,8 +187,7 @@ DDS_ReturnCode_t DDS_Endpoint_getMatchProtocolStatusI(Endpoint *self, Status *st
 
 // The handles of the matched remote endpoints that have a record.
 template <typename Endpoint>
-DDS_ReturnCode_t DDS_Endpoint_getMatchedHandlesI(Endpoint *self, DDS_InstanceHandleSeq *handles,
-                                                 const char *context) {
+DDS_ReturnCode_t DDS_Endpoint_getMatchedHandlesI(Endpoint *self, DDS_InstanceHandleSeq *handles, const char *context) {
     return DDS_Endpoint_withStatusI(self, handles, context, [&](auto *path) {
         DDS_Long count = 0;
         for (auto *match = path->matches; match != nullptr; match = match->next) {

@@ -33,9 +33,7 @@ DDS_InstanceHandle_t DDS_InstanceHandle_fromKeyHashI(const uint8_t keyHash[16]) 
     return handle;
 }
 
-bool DDS_Handle_isNilI(const DDS_InstanceHandle_t *handle) {
-    return handle == nullptr || !handle->isValid;
-}
+bool DDS_Handle_isNilI(const DDS_InstanceHandle_t *handle) { return handle == nullptr || !handle->isValid; }
 
 bool DDS_InstanceHandle_equalsI(const DDS_InstanceHandle_t *left, const DDS_InstanceHandle_t *right) {
     return left->isValid == right->isValid && left->length == right->length &&
@@ -58,8 +56,8 @@ static uint32_t DDS_Nanoseconds_toFractionI(DDS_UnsignedLong nanosec) {
 // A binary fraction to nanoseconds, rounded up, so that a round trip from
 // nanoseconds gives them back.
 static DDS_UnsignedLong DDS_Fraction_toNanosecondsI(uint32_t frac) {
-    return static_cast<DDS_UnsignedLong>((static_cast<uint64_t>(frac) * DDS_NANOSECONDS_PER_SECOND_I +
-                                          0xffffffffu) >> 32);
+    return static_cast<DDS_UnsignedLong>((static_cast<uint64_t>(frac) * DDS_NANOSECONDS_PER_SECOND_I + 0xffffffffu) >>
+                                         32);
 }
 
 struct ZELNtpTime DDS_Duration_toNtpI(const DDS_Duration_t *duration) {

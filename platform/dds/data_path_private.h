@@ -60,7 +60,8 @@ int64_t DDS_NtpTime_periodsSinceI(const struct ZELNtpTime *since, const struct Z
 
 // What matching needs of an endpoint's QoS: writers and readers name those
 // policies alike.
-template <typename Q> ZELWireEndpointQos DDS_WireEndpointQos_fromQosI(const Q *qos) {
+template <typename Q>
+ZELWireEndpointQos DDS_WireEndpointQos_fromQosI(const Q *qos) {
     ZELWireEndpointQos wire{};
     wire.reliabilityKind = static_cast<int32_t>(qos->reliability.kind);
     wire.durabilityKind = static_cast<int32_t>(qos->durability.kind);
@@ -74,9 +75,7 @@ template <typename Q> ZELWireEndpointQos DDS_WireEndpointQos_fromQosI(const Q *q
 }
 
 // The wire of the endpoint's factory.
-inline ZELWire *DDS_Entity_getWireI(const DDS_EntityImpl *entity) {
-    return entity->participant->factory->wire;
-}
+inline ZELWire *DDS_Entity_getWireI(const DDS_EntityImpl *entity) { return entity->participant->factory->wire; }
 
 // A communication status of an endpoint that is not enabled yet: nothing
 // has happened, every count is 0 and every last handle nil. A list in the

@@ -57,9 +57,9 @@ DDS_ReturnCode_t DDS_DataReader_deleteI(DDS_DataReader *reader) {
 extern "C" {
 
 VURNC_API DDS_DataReader *DDS_Subscriber_create_datareader(DDS_Subscriber *self, DDS_TopicDescription *topic,
-                                                          const struct DDS_DataReaderQos *qos,
-                                                          const struct DDS_DataReaderListener *listener,
-                                                          DDS_StatusMask mask) {
+                                                           const struct DDS_DataReaderQos *qos,
+                                                           const struct DDS_DataReaderListener *listener,
+                                                           DDS_StatusMask mask) {
     const char *const context = "DDS_Subscriber_create_datareader";
     if (self == nullptr || topic == nullptr || qos == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s,
@@ -101,8 +101,8 @@ VURNC_API DDS_DataReader *DDS_Subscriber_create_datareader(DDS_Subscriber *self,
         }
         DDS_EntityList_addI(&self->readers, &reader->entity.node);
         DDS_TopicDescription_addReaderI(topic, 1);
-        autoenable = self->entity.enabled && self->qos.entity_factory.autoenable_created_entities &&
-                     related->entity.enabled;
+        autoenable =
+                self->entity.enabled && self->qos.entity_factory.autoenable_created_entities && related->entity.enabled;
     }
     DDS_DomainParticipant_notifyMonitorI(participant, DDS_MONITOR_EVENT_DATAREADER_CREATE_AFTER, &reader->entity,
                                          nullptr);
@@ -175,4 +175,4 @@ VURNC_API void *DDS_DataReader_get_endpoint_dataI(const DDS_DataReader *self) {
     return self != nullptr ? self->endpointData : nullptr;
 }
 
-} // extern "C"
+}  // extern "C"

@@ -46,8 +46,8 @@ static void DDS_DataReaderPath_onMatchedI(void *context, const ZELWireMatchInfo 
         status->last_publication_handle = DDS_InstanceHandle_fromWireGuidI(&match->remoteGuid);
     }
     DDS_EntityImpl *entity = &path->reader->entity;
-    DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER,
-                                         entity, match->remoteGuid.value);
+    DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_CREATE_AFTER, entity,
+                                         match->remoteGuid.value);
 }
 
 static void DDS_DataReaderPath_onUnmatchedI(void *context, const ZELWireMatchInfo *match) {
@@ -80,8 +80,8 @@ static void DDS_DataReaderPath_onUnmatchedI(void *context, const ZELWireMatchInf
         DDS_DataReaderPath_releaseWriterI(path, &match->remoteGuid, true);
     }
     DDS_EntityImpl *entity = &path->reader->entity;
-    DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER,
-                                         entity, match->remoteGuid.value);
+    DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_MONITOR_EVENT_ENTITY_MATCH_PAIR_DELETE_AFTER, entity,
+                                         match->remoteGuid.value);
 }
 
 static void DDS_DataReaderPath_onIncompatibleI(void *context, const ZELWireGuid *, uint32_t policyId) {

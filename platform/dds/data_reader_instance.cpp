@@ -59,4 +59,4 @@ VURNC_API DDS_InstanceHandle_t DDS_DataReader_lookup_instance_untypedI(DDS_DataR
     return DDS_InstanceHandle_fromKeyHashI(hash.value);
 }
 
-} // extern "C"
+}  // extern "C"

@@ -111,8 +111,8 @@ bool DDS_DataReaderPath_admitI(DDS_DataReaderPathI *path, DDS_ReaderInstanceI *i
             DDS_DataReaderPath_noteLivelinessI(path, &match->guid, true);
         }
     }
-    const bool fromOwner = instance == nullptr || !instance->owned ||
-                           DDS_WireGuid_equalsI(&instance->owner, &sample->writerGuid);
+    const bool fromOwner =
+            instance == nullptr || !instance->owned || DDS_WireGuid_equalsI(&instance->owner, &sample->writerGuid);
     if (path->exclusive && !fromOwner && !DDS_ReaderInstance_outrankedByI(instance, sample)) {
         // Received, but the instance belongs to a stronger writer.
         if (sample->kind == ZEL_WIRE_SAMPLE_UNREGISTER) {

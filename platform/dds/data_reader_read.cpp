@@ -32,7 +32,7 @@ struct DDS_ReadRequestI {
     const char *context;
 };
 
-} // namespace
+}  // namespace
 
 // The instance's view state as the application sees it now.
 static DDS_UnsignedLong DDS_ReaderInstance_viewStateI(const DDS_ReaderInstanceI *instance) {
@@ -217,8 +217,7 @@ static DDS_ReturnCode_t DDS_DataReaderPath_copyOutI(DDS_DataReaderPathI *path, Z
     if (DDS_SampleInfoSeq_get_maximum(infoSeq) < count && !DDS_SampleInfoSeq_set_maximum(infoSeq, count)) {
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
-    if (!ZELSequence_set_length(data, elementType, count, context) ||
-        !DDS_SampleInfoSeq_set_length(infoSeq, count)) {
+    if (!ZELSequence_set_length(data, elementType, count, context) || !DDS_SampleInfoSeq_set_length(infoSeq, count)) {
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
     for (DDS_Long i = 0; i < count; i++) {
@@ -235,8 +234,7 @@ static DDS_ReturnCode_t DDS_DataReaderPath_copyOutI(DDS_DataReaderPathI *path, Z
 // The samples the request selects, in a new heap array; NO_DATA when there
 // are none. Under the path's mutex.
 static DDS_ReturnCode_t DDS_DataReaderPath_collectI(DDS_DataReaderPathI *path, const DDS_ReadRequestI *request,
-                                                    DDS_Long max, DDS_ReaderSelectionI **selected,
-                                                    DDS_Long *count) {
+                                                    DDS_Long max, DDS_ReaderSelectionI **selected, DDS_Long *count) {
     DDS_ReaderInstanceI *only = nullptr;
     if (request->instances == DDS_ReaderInstancesI::one) {
         only = DDS_ReaderCache_findInstanceI(path, request->handle->value);
@@ -266,8 +264,8 @@ static DDS_ReturnCode_t DDS_DataReaderPath_collectI(DDS_DataReaderPathI *path, c
 
 // Every read and take into a sequence: lends the selected samples or
 // copies them into the caller's elements.
-static DDS_ReturnCode_t DDS_DataReader_readOrTakeI(DDS_DataReader *self, ZELSequence *data,
-                                                   DDS_SampleInfoSeq *info_seq, const DDS_ReadRequestI *request) {
+static DDS_ReturnCode_t DDS_DataReader_readOrTakeI(DDS_DataReader *self, ZELSequence *data, DDS_SampleInfoSeq *info_seq,
+                                                   const DDS_ReadRequestI *request) {
     const char *const context = request->context;
     if (self == nullptr || data == nullptr || info_seq == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s,
@@ -316,8 +314,7 @@ static DDS_ReturnCode_t DDS_DataReader_readOrTakeI(DDS_DataReader *self, ZELSequ
 static DDS_ReturnCode_t DDS_ReadRequest_fromConditionI(DDS_ReadRequestI *request, const DDS_DataReader *reader,
                                                        const DDS_ReadCondition *condition) {
     if (reader == nullptr || condition == nullptr) {
-        ZELLog_printContextAndMsg(request->context, &ZEL_LOG_BAD_PARAMETER_s,
-                                  reader == nullptr ? "self" : "condition");
+        ZELLog_printContextAndMsg(request->context, &ZEL_LOG_BAD_PARAMETER_s, reader == nullptr ? "self" : "condition");
         return DDS_RETCODE_BAD_PARAMETER;
     }
     if (condition->reader != reader) {
@@ -347,24 +344,31 @@ extern "C" {
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_untypedI(DDS_DataReader *self, struct ZELSequence *data,
                                                                 struct DDS_SampleInfoSeq *info_seq,
-                                                                DDS_Long max_samples,
-                                                                DDS_SampleStateMask sample_states,
+                                                                DDS_Long max_samples, DDS_SampleStateMask sample_states,
                                                                 DDS_ViewStateMask view_states,
                                                                 DDS_InstanceStateMask instance_states,
                                                                 DDS_Boolean take) {
-    const DDS_ReadRequestI request{max_samples, sample_states, view_states, instance_states,
-                                   DDS_ReaderInstancesI::all, nullptr, take != DDS_BOOLEAN_FALSE,
+    const DDS_ReadRequestI request{max_samples,
+                                   sample_states,
+                                   view_states,
+                                   instance_states,
+                                   DDS_ReaderInstancesI::all,
+                                   nullptr,
+                                   take != DDS_BOOLEAN_FALSE,
                                    take ? "DDS_DataReader_take" : "DDS_DataReader_read"};
     return DDS_DataReader_readOrTakeI(self, data, info_seq, &request);
 }
 
-VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_w_condition_untypedI(DDS_DataReader *self,
-                                                                            struct ZELSequence *data,
-                                                                            struct DDS_SampleInfoSeq *info_seq,
-                                                                            DDS_Long max_samples,
-                                                                            DDS_ReadCondition *condition,
-                                                                            DDS_Boolean take) {
-    DDS_ReadRequestI request{max_samples, 0, 0, 0, DDS_ReaderInstancesI::all, nullptr, take != DDS_BOOLEAN_FALSE,
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_w_condition_untypedI(
+        DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
+        DDS_ReadCondition *condition, DDS_Boolean take) {
+    DDS_ReadRequestI request{max_samples,
+                             0,
+                             0,
+                             0,
+                             DDS_ReaderInstancesI::all,
+                             nullptr,
+                             take != DDS_BOOLEAN_FALSE,
                              take ? "DDS_DataReader_take_w_condition" : "DDS_DataReader_read_w_condition"};
     DDS_ReturnCode_t result = DDS_ReadRequest_fromConditionI(&request, self, condition);
     return result != DDS_RETCODE_OK ? result : DDS_DataReader_readOrTakeI(self, data, info_seq, &request);
@@ -374,18 +378,28 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_instance_untypedI(
         DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
         const DDS_InstanceHandle_t *a_handle, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states,
         DDS_InstanceStateMask instance_states, DDS_Boolean take) {
-    const DDS_ReadRequestI request{max_samples, sample_states, view_states, instance_states,
-                                   DDS_ReaderInstancesI::one, a_handle, take != DDS_BOOLEAN_FALSE,
+    const DDS_ReadRequestI request{max_samples,
+                                   sample_states,
+                                   view_states,
+                                   instance_states,
+                                   DDS_ReaderInstancesI::one,
+                                   a_handle,
+                                   take != DDS_BOOLEAN_FALSE,
                                    take ? "DDS_DataReader_take_instance" : "DDS_DataReader_read_instance"};
     return DDS_DataReader_readOrTakeI(self, data, info_seq, &request);
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_instance_untypedI(
         DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
-        const DDS_InstanceHandle_t *previous_handle, DDS_SampleStateMask sample_states,
-        DDS_ViewStateMask view_states, DDS_InstanceStateMask instance_states, DDS_Boolean take) {
-    const DDS_ReadRequestI request{max_samples, sample_states, view_states, instance_states,
-                                   DDS_ReaderInstancesI::next, previous_handle, take != DDS_BOOLEAN_FALSE,
+        const DDS_InstanceHandle_t *previous_handle, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states,
+        DDS_InstanceStateMask instance_states, DDS_Boolean take) {
+    const DDS_ReadRequestI request{max_samples,
+                                   sample_states,
+                                   view_states,
+                                   instance_states,
+                                   DDS_ReaderInstancesI::next,
+                                   previous_handle,
+                                   take != DDS_BOOLEAN_FALSE,
                                    take ? "DDS_DataReader_take_next_instance" : "DDS_DataReader_read_next_instance"};
     return DDS_DataReader_readOrTakeI(self, data, info_seq, &request);
 }
@@ -393,24 +407,34 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_instance_untypedI(
 VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_instance_w_condition_untypedI(
         DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
         const DDS_InstanceHandle_t *previous_handle, DDS_ReadCondition *condition, DDS_Boolean take) {
-    DDS_ReadRequestI request{max_samples, 0, 0, 0, DDS_ReaderInstancesI::next, previous_handle,
-                             take != DDS_BOOLEAN_FALSE,
-                             take ? "DDS_DataReader_take_next_instance_w_condition"
-                                  : "DDS_DataReader_read_next_instance_w_condition"};
+    DDS_ReadRequestI request{
+            max_samples,
+            0,
+            0,
+            0,
+            DDS_ReaderInstancesI::next,
+            previous_handle,
+            take != DDS_BOOLEAN_FALSE,
+            take ? "DDS_DataReader_take_next_instance_w_condition" : "DDS_DataReader_read_next_instance_w_condition"};
     DDS_ReturnCode_t result = DDS_ReadRequest_fromConditionI(&request, self, condition);
     return result != DDS_RETCODE_OK ? result : DDS_DataReader_readOrTakeI(self, data, info_seq, &request);
 }
 
-VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_sample_untypedI(DDS_DataReader *self,
-                                                                            void *received_data,
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_sample_untypedI(DDS_DataReader *self, void *received_data,
                                                                             struct DDS_SampleInfo *sample_info,
                                                                             DDS_Boolean take) {
-    const DDS_ReadRequestI request{1, DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_VIEW_STATE, DDS_ANY_INSTANCE_STATE,
-                                   DDS_ReaderInstancesI::all, nullptr, take != DDS_BOOLEAN_FALSE,
+    const DDS_ReadRequestI request{1,
+                                   DDS_NOT_READ_SAMPLE_STATE,
+                                   DDS_ANY_VIEW_STATE,
+                                   DDS_ANY_INSTANCE_STATE,
+                                   DDS_ReaderInstancesI::all,
+                                   nullptr,
+                                   take != DDS_BOOLEAN_FALSE,
                                    take ? "DDS_DataReader_take_next_sample" : "DDS_DataReader_read_next_sample"};
     if (self == nullptr || received_data == nullptr || sample_info == nullptr) {
-        ZELLog_printContextAndMsg(request.context, &ZEL_LOG_BAD_PARAMETER_s,
-                                  self == nullptr ? "self" : (received_data == nullptr ? "received_data" : "sample_info"));
+        ZELLog_printContextAndMsg(
+                request.context, &ZEL_LOG_BAD_PARAMETER_s,
+                self == nullptr ? "self" : (received_data == nullptr ? "received_data" : "sample_info"));
         return DDS_RETCODE_BAD_PARAMETER;
     }
     DDS_DataReaderPathI *path = self->path;
@@ -453,8 +477,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_return_loan_untypedI(DDS_DataReader *s
     while (*link != nullptr && *link != token) {
         link = &(*link)->next;
     }
-    if (owner != path || *link == nullptr ||
-        DDS_SampleInfoSeq_get_contiguous_bufferI(info_seq) != (*link)->infos) {
+    if (owner != path || *link == nullptr || DDS_SampleInfoSeq_get_contiguous_bufferI(info_seq) != (*link)->infos) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "samples not lent by this reader");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
@@ -467,4 +490,4 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_return_loan_untypedI(DDS_DataReader *s
     return DDS_RETCODE_OK;
 }
 
-} // extern "C"
+}  // extern "C"

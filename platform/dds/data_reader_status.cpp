@@ -11,8 +11,8 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status_ex(
                                     "DDS_DataReader_get_subscription_matched_status");
 }
 
-VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status(
-        DDS_DataReader *self, struct DDS_SubscriptionMatchedStatus *status) {
+VURNC_API DDS_ReturnCode_t
+DDS_DataReader_get_subscription_matched_status(DDS_DataReader *self, struct DDS_SubscriptionMatchedStatus *status) {
     return DDS_DataReader_get_subscription_matched_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
@@ -32,35 +32,35 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status(
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status_ex(DDS_DataReader *self,
-                                                                       struct DDS_SampleRejectedStatus *status,
-                                                                       DDS_Boolean reset) {
+                                                                        struct DDS_SampleRejectedStatus *status,
+                                                                        DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataReaderPathI::rejected, reset,
                                     "DDS_DataReader_get_sample_rejected_status");
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataReader *self,
-                                                                    struct DDS_SampleRejectedStatus *status) {
+                                                                     struct DDS_SampleRejectedStatus *status) {
     return DDS_DataReader_get_sample_rejected_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
 // Samples missing from a writer's sequence of sequence numbers.
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status_ex(DDS_DataReader *self,
-                                                                   struct DDS_SampleLostStatus *status,
-                                                                   DDS_Boolean reset) {
+                                                                    struct DDS_SampleLostStatus *status,
+                                                                    DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataReaderPathI::lost, reset,
                                     "DDS_DataReader_get_sample_lost_status");
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status(DDS_DataReader *self,
-                                                                struct DDS_SampleLostStatus *status) {
+                                                                 struct DDS_SampleLostStatus *status) {
     return DDS_DataReader_get_sample_lost_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
 // Samples held in the cache, invalid-data ones included; `reset` restarts
 // the peak from the current count.
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_DataReader *self,
-                                                                        struct DDS_DataReaderCacheStatus *status,
-                                                                        DDS_Boolean reset) {
+                                                                         struct DDS_DataReaderCacheStatus *status,
+                                                                         DDS_Boolean reset) {
     return DDS_Endpoint_withStatusI(self, status, "DDS_DataReader_get_datareader_cache_status",
                                     [&](DDS_DataReaderPathI *path) {
                                         status->sample_count = path->sampleCount;
@@ -73,14 +73,14 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_Dat
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status_ex(DDS_DataReader *self,
-                                                                          struct DDS_LivelinessChangedStatus *status,
-                                                                          DDS_Boolean reset) {
+                                                                           struct DDS_LivelinessChangedStatus *status,
+                                                                           DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataReaderPathI::liveliness, reset,
                                     "DDS_DataReader_get_liveliness_changed_status");
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status(DDS_DataReader *self,
-                                                                       struct DDS_LivelinessChangedStatus *status) {
+                                                                        struct DDS_LivelinessChangedStatus *status) {
     return DDS_DataReader_get_liveliness_changed_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
@@ -95,8 +95,9 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status(
     return DDS_DataReader_get_requested_deadline_missed_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
-VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_protocol_status_ex(
-        DDS_DataReader *self, struct DDS_DataReaderProtocolStatus *status, DDS_Boolean reset) {
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_protocol_status_ex(DDS_DataReader *self,
+                                                                            struct DDS_DataReaderProtocolStatus *status,
+                                                                            DDS_Boolean reset) {
     return DDS_Endpoint_getProtocolStatusI(self, status, reset, "DDS_DataReader_get_datareader_protocol_status");
 }
 
@@ -108,7 +109,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_matched_publication_datareader_pro
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_matched_publications(DDS_DataReader *self,
-                                                                  struct DDS_InstanceHandleSeq *handles) {
+                                                                   struct DDS_InstanceHandleSeq *handles) {
     return DDS_Endpoint_getMatchedHandlesI(self, handles, "DDS_DataReader_get_matched_publications");
 }
 
@@ -121,4 +122,4 @@ VURNC_API DDS_Boolean DDS_DataReader_compare_typeI(const DDS_DataReader *self, c
     return name != nullptr && std::strcmp(name, type_name) == 0 ? DDS_BOOLEAN_TRUE : DDS_BOOLEAN_FALSE;
 }
 
-} // extern "C"
+}  // extern "C"

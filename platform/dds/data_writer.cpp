@@ -83,8 +83,8 @@ VURNC_API DDS_DataWriter *DDS_Publisher_create_datawriter(DDS_Publisher *self, D
         }
         DDS_EntityList_addI(&self->writers, &writer->entity.node);
         ++topic->useCount;
-        autoenable = self->entity.enabled && self->qos.entity_factory.autoenable_created_entities &&
-                     topic->entity.enabled;
+        autoenable =
+                self->entity.enabled && self->qos.entity_factory.autoenable_created_entities && topic->entity.enabled;
     }
     DDS_DomainParticipant_notifyMonitorI(participant, DDS_MONITOR_EVENT_DATAWRITER_CREATE_AFTER, &writer->entity,
                                          nullptr);
@@ -139,8 +139,8 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_set_qos(DDS_DataWriter *self, const st
     const DDS_ReturnCode_t result = DDS_Entity_setQosI<DDS_DataWriterQos>(
             self != nullptr ? &self->entity : nullptr, self != nullptr ? &self->qos : nullptr, qos,
             &DDS_DATAWRITER_QOS_DEFAULT,
-            self != nullptr ? &reinterpret_cast<DDS_Publisher *>(self->entity.parent)->defaultWriterQos : nullptr,
-            true, DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, "DDS_DataWriter_set_qos");
+            self != nullptr ? &reinterpret_cast<DDS_Publisher *>(self->entity.parent)->defaultWriterQos : nullptr, true,
+            DDS_MONITOR_EVENT_DATAWRITER_QOS_CHANGE_AFTER, "DDS_DataWriter_set_qos");
     DDS_DataWriterPathI *path = result == DDS_RETCODE_OK ? self->path.load() : nullptr;
     if (path != nullptr) {
         // The data path's mutex is below the writer's lock.
@@ -157,4 +157,4 @@ VURNC_API void *DDS_DataWriter_get_endpoint_dataI(const DDS_DataWriter *self) {
     return self != nullptr ? self->endpointData : nullptr;
 }
 
-} // extern "C"
+}  // extern "C"

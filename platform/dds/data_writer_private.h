@@ -14,19 +14,19 @@ struct DDS_WriterSampleI {
     DDS_WriterSampleI *prev;  // oldest first, over all instances
     DDS_WriterSampleI *next;
     struct DDS_WriterInstanceI *instance;
-    ZELWireSample wire;       // wire.data points at the octets after the record
-    ZELNtpTime writtenAt;     // factory clock, for the lifespan
+    ZELWireSample wire;    // wire.data points at the octets after the record
+    ZELNtpTime writtenAt;  // factory clock, for the lifespan
 };
 
 struct DDS_WriterInstanceI {
     DDS_WriterInstanceI *next;
-    DDS_WriterInstanceI *bucketNext; // the next instance of its bucket in the path's index
+    DDS_WriterInstanceI *bucketNext;  // the next instance of its bucket in the path's index
     uint8_t keyHash[16];
-    uint32_t keySize;        // the key's serialized octets (with encapsulation) follow the record; 0 when keyless
+    uint32_t keySize;  // the key's serialized octets (with encapsulation) follow the record; 0 when keyless
     bool registered;
-    DDS_Long sampleCount;    // samples of this instance in the history
-    ZELNtpTime lastWrite;    // factory clock, for the offered deadline
-    int64_t missedDeadlines; // deadline periods since lastWrite already counted
+    DDS_Long sampleCount;     // samples of this instance in the history
+    ZELNtpTime lastWrite;     // factory clock, for the offered deadline
+    int64_t missedDeadlines;  // deadline periods since lastWrite already counted
 };
 
 struct DDS_WriterMatchI {
@@ -34,7 +34,7 @@ struct DDS_WriterMatchI {
     ZELWireGuid guid;
     uint32_t locatorCount;
     ZELNetioLocator *locators;
-    ZELWireCounters base;    // the match's counters at its last reset
+    ZELWireCounters base;  // the match's counters at its last reset
 };
 
 // Policy ids an incompatibility can name are below this.
@@ -42,49 +42,49 @@ constexpr uint32_t DDS_WRITER_POLICY_COUNT_I = 12;
 
 struct DDS_DataWriterPathI {
     std::mutex mutex;
-    DDS_DataWriter *writer;                 // fixed
-    const PRESTypePlugin *plugin;           // the topic's registered type, fixed
-    PRESTypePluginParticipantData participantData; // fixed
-    PRESTypePluginEndpointData endpointData;       // fixed
-    ZELWireWriter *wireWriter;              // fixed once created
-    bool keyed;                             // fixed
-    bool durable;                           // transient local or stronger; fixed
-    bool keepAll;                           // fixed
-    DDS_Long depth;                         // fixed
-    DDS_Long maxSamples;                    // fixed; -1 unlimited
-    DDS_Long maxInstances;                  // fixed; -1 unlimited
-    DDS_Long maxSamplesPerInstance;         // fixed; -1 unlimited
-    ZELNtpTime deadline;                    // [mutex] refreshed by set_qos
-    ZELNtpTime lifespan;                    // [mutex] refreshed by set_qos
-    DDS_Long strength;                      // [mutex] refreshed by set_qos
-    bool manualLiveliness;                  // fixed
-    ZELNtpTime leaseDuration;               // fixed
-    ZELNtpTime lastAssertion;               // [mutex] factory clock
-    bool livelinessLost;                    // [mutex] lost since the last assertion
-    DDS_LivelinessLostStatus liveliness;    // [mutex]
-    ZELWireCounters protocolBase;           // [mutex] the writer's counters at the last reset
-    int64_t nextSequenceNumber;             // [mutex]
-    DDS_WriterInstanceI *instances;         // [mutex]
-    DDS_Long instanceCount;                 // [mutex]
+    DDS_DataWriter *writer;                         // fixed
+    const PRESTypePlugin *plugin;                   // the topic's registered type, fixed
+    PRESTypePluginParticipantData participantData;  // fixed
+    PRESTypePluginEndpointData endpointData;        // fixed
+    ZELWireWriter *wireWriter;                      // fixed once created
+    bool keyed;                                     // fixed
+    bool durable;                                   // transient local or stronger; fixed
+    bool keepAll;                                   // fixed
+    DDS_Long depth;                                 // fixed
+    DDS_Long maxSamples;                            // fixed; -1 unlimited
+    DDS_Long maxInstances;                          // fixed; -1 unlimited
+    DDS_Long maxSamplesPerInstance;                 // fixed; -1 unlimited
+    ZELNtpTime deadline;                            // [mutex] refreshed by set_qos
+    ZELNtpTime lifespan;                            // [mutex] refreshed by set_qos
+    DDS_Long strength;                              // [mutex] refreshed by set_qos
+    bool manualLiveliness;                          // fixed
+    ZELNtpTime leaseDuration;                       // fixed
+    ZELNtpTime lastAssertion;                       // [mutex] factory clock
+    bool livelinessLost;                            // [mutex] lost since the last assertion
+    DDS_LivelinessLostStatus liveliness;            // [mutex]
+    ZELWireCounters protocolBase;                   // [mutex] the writer's counters at the last reset
+    int64_t nextSequenceNumber;                     // [mutex]
+    DDS_WriterInstanceI *instances;                 // [mutex]
+    DDS_Long instanceCount;                         // [mutex]
     // [mutex] Every instance by its key hash, so that finding one does not
     // walk them all; NULL (no index yet, or it could not be allocated):
     // instances are found by walking the list.
     DDS_WriterInstanceI **buckets;
-    uint32_t bucketCount;                   // [mutex]
-    DDS_WriterSampleI *oldest;              // [mutex]
-    DDS_WriterSampleI *newest;              // [mutex]
-    DDS_Long sampleCount;                   // [mutex]
-    DDS_Long sampleCountPeak;               // [mutex]
-    DDS_WriterMatchI *matches;              // [mutex]
-    DDS_PublicationMatchedStatus matched;   // [mutex]
-    DDS_OfferedDeadlineMissedStatus deadlineMissed; // [mutex]
-    DDS_OfferedIncompatibleQosStatus incompatible;  // [mutex]; its policies stay empty
-    DDS_Long incompatiblePolicyCounts[DDS_WRITER_POLICY_COUNT_I]; // [mutex] by policy id
+    uint32_t bucketCount;                                          // [mutex]
+    DDS_WriterSampleI *oldest;                                     // [mutex]
+    DDS_WriterSampleI *newest;                                     // [mutex]
+    DDS_Long sampleCount;                                          // [mutex]
+    DDS_Long sampleCountPeak;                                      // [mutex]
+    DDS_WriterMatchI *matches;                                     // [mutex]
+    DDS_PublicationMatchedStatus matched;                          // [mutex]
+    DDS_OfferedDeadlineMissedStatus deadlineMissed;                // [mutex]
+    DDS_OfferedIncompatibleQosStatus incompatible;                 // [mutex]; its policies stay empty
+    DDS_Long incompatiblePolicyCounts[DDS_WRITER_POLICY_COUNT_I];  // [mutex] by policy id
     // [mutex] Where samples are serialized: kept from write to write up to
     // DDS_WRITER_SCRATCH_KEPT_MAX_I octets, so that a write needs neither
     // a sizing pass nor an allocation once it has grown.
     uint8_t *scratch;
-    uint32_t scratchSize;                   // [mutex]
+    uint32_t scratchSize;  // [mutex]
 };
 
 constexpr uint32_t DDS_WRITER_SCRATCH_KEPT_MAX_I = 64u * 1024u;
@@ -110,8 +110,7 @@ bool DDS_WriterHistory_keepI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *ins
                              const ZELNtpTime *now, const char *context);
 // Releases the samples of an instance, and the instance itself when
 // `removeInstance`.
-void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance,
-                                        bool removeInstance);
+void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance, bool removeInstance);
 // Drops samples whose lifespan ended by `now`.
 void DDS_WriterHistory_expireI(DDS_DataWriterPathI *path, const ZELNtpTime *now);
 // Frees everything the history holds.

@@ -111,8 +111,9 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status_ex
     });
 }
 
-VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status_ex(
-        DDS_DataWriter *self, struct DDS_PublicationMatchedStatus *status, DDS_Boolean reset) {
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status_ex(DDS_DataWriter *self,
+                                                                            struct DDS_PublicationMatchedStatus *status,
+                                                                            DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataWriterPathI::matched, reset,
                                     "DDS_DataWriter_get_publication_matched_status");
 }
@@ -153,8 +154,9 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_cache_status_ex(DDS_Dat
                                     });
 }
 
-VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_protocol_status_ex(
-        DDS_DataWriter *self, struct DDS_DataWriterProtocolStatus *status, DDS_Boolean reset) {
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_protocol_status_ex(DDS_DataWriter *self,
+                                                                            struct DDS_DataWriterProtocolStatus *status,
+                                                                            DDS_Boolean reset) {
     return DDS_Endpoint_getProtocolStatusI(self, status, reset, "DDS_DataWriter_get_datawriter_protocol_status");
 }
 
@@ -220,8 +222,8 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status(
     return DDS_DataWriter_get_offered_incompatible_qos_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
-VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status(
-        DDS_DataWriter *self, struct DDS_PublicationMatchedStatus *status) {
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status(DDS_DataWriter *self,
+                                                                         struct DDS_PublicationMatchedStatus *status) {
     return DDS_DataWriter_get_publication_matched_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
@@ -250,8 +252,7 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_locators(DDS_
                     continue;
                 }
                 const DDS_Long grown = length < 4 ? 4 : length * 2;
-                if ((length == DDS_LocatorSeq_get_maximum(locators) &&
-                     !DDS_LocatorSeq_set_maximum(locators, grown)) ||
+                if ((length == DDS_LocatorSeq_get_maximum(locators) && !DDS_LocatorSeq_set_maximum(locators, grown)) ||
                     !DDS_LocatorSeq_set_length(locators, length + 1)) {
                     ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "locators");
                     return DDS_RETCODE_OUT_OF_RESOURCES;
@@ -267,4 +268,3 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_locators(DDS_
 }
 
 }  // extern "C"
-

@@ -22,9 +22,7 @@ struct DDS_WriteRequestI {
     const char *context;
 };
 
-bool DDS_Time_isInvalidI(const DDS_Time_t *time) {
-    return time == nullptr || time->sec < 0;
-}
+bool DDS_Time_isInvalidI(const DDS_Time_t *time) { return time == nullptr || time->sec < 0; }
 
 }  // namespace
 
@@ -74,8 +72,8 @@ static const uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, c
     const PRESTypePlugin *plugin = path->plugin;
     const uint16_t encapsulation = ZEL_CDR_ENCAPSULATION_ID_CDR_LE;
     const PRESTypePluginSerializeFunction serialize = keyOnly ? plugin->serializeKeyFnc : plugin->serializeFnc;
-    if (serialize == nullptr || (keyOnly ? plugin->serializedKeyMaxSizeFnc == nullptr
-                                         : plugin->serializedSampleSizeFnc == nullptr)) {
+    if (serialize == nullptr ||
+        (keyOnly ? plugin->serializedKeyMaxSizeFnc == nullptr : plugin->serializedSampleSizeFnc == nullptr)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "type plug-in cannot serialize");
         return nullptr;
     }
@@ -107,8 +105,7 @@ static const uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, c
     }
     ZELCdrStream stream{};
     ZELCdrStream_init(&stream, reinterpret_cast<char *>(buffer), length, ZEL_CDR_LITTLE_ENDIAN);
-    if (!serialize(path->endpointData, sample, &stream, DDS_BOOLEAN_TRUE, encapsulation, DDS_BOOLEAN_TRUE,
-                   nullptr)) {
+    if (!serialize(path->endpointData, sample, &stream, DDS_BOOLEAN_TRUE, encapsulation, DDS_BOOLEAN_TRUE, nullptr)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, "serialization");
         ZELOsapiHeap_freeArray(*owned);
         *owned = nullptr;
@@ -216,11 +213,11 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
     // Without a sample (dispose or unregister by handle) the kept key is sent.
     uint32_t size = instance->keySize;
     uint8_t *owned = nullptr;
-    const uint8_t *data = request->sample != nullptr
-                                  ? DDS_DataWriterPath_serializeI(path, request->sample,
-                                                                  request->kind != ZEL_WIRE_SAMPLE_DATA, &size, &owned,
-                                                                  request->context)
-                                  : DDS_WriterInstance_keyI(instance);
+    const uint8_t *data =
+            request->sample != nullptr
+                    ? DDS_DataWriterPath_serializeI(path, request->sample, request->kind != ZEL_WIRE_SAMPLE_DATA, &size,
+                                                    &owned, request->context)
+                    : DDS_WriterInstance_keyI(instance);
     if (data == nullptr) {
         if (created) {
             DDS_WriterHistory_releaseInstanceI(path, instance, true);
@@ -385,8 +382,9 @@ VURNC_API DDS_InstanceHandle_t DDS_DataWriter_register_instance_untypedI(DDS_Dat
 }
 
 // The timestamp would only stamp a registration message, which this wire does not send.
-VURNC_API DDS_InstanceHandle_t DDS_DataWriter_register_instance_w_timestamp_untypedI(
-        DDS_DataWriter *self, const void *instance_data, const struct DDS_Time_t *) {
+VURNC_API DDS_InstanceHandle_t DDS_DataWriter_register_instance_w_timestamp_untypedI(DDS_DataWriter *self,
+                                                                                     const void *instance_data,
+                                                                                     const struct DDS_Time_t *) {
     return DDS_DataWriter_registerI(self, instance_data, "DDS_DataWriter_register_instance_w_timestamp");
 }
 

@@ -5,7 +5,8 @@
 
 namespace {
 // Replaces `*qos` by a freshly initialized QoS filled with the defaults.
-template <typename Q> bool DDS_Qos_resetToDefaultI(Q *qos, DDS_ReturnCode_t (*setDefaults)(Q *)) {
+template <typename Q>
+bool DDS_Qos_resetToDefaultI(Q *qos, DDS_ReturnCode_t (*setDefaults)(Q *)) {
     Q fresh;
     if (!DDS_QosOpsI<Q>::initialize(&fresh)) {
         return false;
@@ -16,7 +17,7 @@ template <typename Q> bool DDS_Qos_resetToDefaultI(Q *qos, DDS_ReturnCode_t (*se
     DDS_QosOpsI<Q>::finalize(&old);
     return true;
 }
-} // namespace
+}  // namespace
 
 bool DDS_DomainParticipantFactoryQos_get_defaultI(DDS_DomainParticipantFactoryQos *qos) {
     return DDS_Qos_resetToDefaultI(qos, DDS_DomainParticipantFactoryQos_set_defaultsI);
@@ -26,9 +27,7 @@ bool DDS_DomainParticipantQos_get_defaultI(DDS_DomainParticipantQos *qos) {
     return DDS_Qos_resetToDefaultI(qos, DDS_DomainParticipantQos_set_defaultsI);
 }
 
-bool DDS_TopicQos_get_defaultI(DDS_TopicQos *qos) {
-    return DDS_Qos_resetToDefaultI(qos, DDS_TopicQos_set_defaultsI);
-}
+bool DDS_TopicQos_get_defaultI(DDS_TopicQos *qos) { return DDS_Qos_resetToDefaultI(qos, DDS_TopicQos_set_defaultsI); }
 
 bool DDS_PublisherQos_get_defaultI(DDS_PublisherQos *qos) {
     return DDS_Qos_resetToDefaultI(qos, DDS_PublisherQos_set_defaultsI);

@@ -51,13 +51,12 @@ DDS_ReturnCode_t DDS_DomainParticipant_checkEmptyI(DDS_DomainParticipant *self, 
     if (!lock.held()) {
         return lock.result();
     }
-    const bool empty =
-            self->contentFilteredTopics.count == 0 &&
-            (includingVendorSpecific
-                     ? self->topics.count == 0 && self->publishers.count == 0 && self->subscribers.count == 0
-                     : DDS_EntityList_firstOfApplicationI(&self->topics) == nullptr &&
-                               DDS_EntityList_firstOfApplicationI(&self->publishers) == nullptr &&
-                               DDS_EntityList_firstOfApplicationI(&self->subscribers) == nullptr);
+    const bool empty = self->contentFilteredTopics.count == 0 &&
+                       (includingVendorSpecific
+                                ? self->topics.count == 0 && self->publishers.count == 0 && self->subscribers.count == 0
+                                : DDS_EntityList_firstOfApplicationI(&self->topics) == nullptr &&
+                                          DDS_EntityList_firstOfApplicationI(&self->publishers) == nullptr &&
+                                          DDS_EntityList_firstOfApplicationI(&self->subscribers) == nullptr);
     if (!empty) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "participant has entities");
         return DDS_RETCODE_PRECONDITION_NOT_MET;
@@ -110,19 +109,18 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_set_qos(DDS_DomainParticipant *
                               DDS_MONITOR_EVENT_PARTICIPANT_QOS_CHANGE_AFTER, "DDS_DomainParticipant_set_qos");
 }
 
-#define DDS_PARTICIPANT_DEFAULT_QOS_I(KIND, Q, FIELD, MARKER)                                                  \
-    VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_default_##KIND##_qos(DDS_DomainParticipant *self,    \
-                                                                             struct Q *qos) {                 \
-        return DDS_Entity_getQosI(self != nullptr ? &self->entity : nullptr,                                  \
-                                  self != nullptr ? &self->FIELD : nullptr, qos,                              \
-                                  "DDS_DomainParticipant_get_default_" #KIND "_qos");                         \
-    }                                                                                                         \
-    VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_set_default_##KIND##_qos(DDS_DomainParticipant *self,    \
-                                                                             const struct Q *qos) {           \
-        return DDS_Entity_setQosI<Q>(self != nullptr ? &self->entity : nullptr,                               \
-                                     self != nullptr ? &self->FIELD : nullptr, qos, &MARKER,                  \
-                                     self != nullptr ? &self->factory->FIELD : nullptr, false, 0,             \
-                                     "DDS_DomainParticipant_set_default_" #KIND "_qos");                      \
+#define DDS_PARTICIPANT_DEFAULT_QOS_I(KIND, Q, FIELD, MARKER)                                                          \
+    VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_default_##KIND##_qos(DDS_DomainParticipant *self,             \
+                                                                              struct Q *qos) {                         \
+        return DDS_Entity_getQosI(self != nullptr ? &self->entity : nullptr, self != nullptr ? &self->FIELD : nullptr, \
+                                  qos, "DDS_DomainParticipant_get_default_" #KIND "_qos");                             \
+    }                                                                                                                  \
+    VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_set_default_##KIND##_qos(DDS_DomainParticipant *self,             \
+                                                                              const struct Q *qos) {                   \
+        return DDS_Entity_setQosI<Q>(self != nullptr ? &self->entity : nullptr,                                        \
+                                     self != nullptr ? &self->FIELD : nullptr, qos, &MARKER,                           \
+                                     self != nullptr ? &self->factory->FIELD : nullptr, false, 0,                      \
+                                     "DDS_DomainParticipant_set_default_" #KIND "_qos");                               \
     }
 DDS_PARTICIPANT_DEFAULT_QOS_I(topic, DDS_TopicQos, defaultTopicQos, DDS_TOPIC_QOS_DEFAULT)
 DDS_PARTICIPANT_DEFAULT_QOS_I(publisher, DDS_PublisherQos, defaultPublisherQos, DDS_PUBLISHER_QOS_DEFAULT)
@@ -214,8 +212,7 @@ VURNC_API const struct PRESTypePlugin *DDS_DomainParticipant_get_type_pluginI(DD
 
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_contained_entities(DDS_DomainParticipant *self) {
     if (self == nullptr) {
-        ZELLog_printContextAndMsg("DDS_DomainParticipant_delete_contained_entities", &ZEL_LOG_BAD_PARAMETER_s,
-                                  "self");
+        ZELLog_printContextAndMsg("DDS_DomainParticipant_delete_contained_entities", &ZEL_LOG_BAD_PARAMETER_s, "self");
         return DDS_RETCODE_BAD_PARAMETER;
     }
     DDS_DomainParticipant_notifyMonitorI(self, DDS_MONITOR_EVENT_PARTICIPANT_DELETE_CONTAINED_ENTITIES_BEFORE,
@@ -272,24 +269,24 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_contained_entities(DDS_D
     }
 }
 
-#define DDS_PARTICIPANT_LIST_I(NAME, SEQ, T, LIST)                                                               \
-    VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_##NAME(DDS_DomainParticipant *self, struct SEQ *seq) {  \
-        if (self == nullptr || seq == nullptr) {                                                                 \
-            ZELLog_printContextAndMsg("DDS_DomainParticipant_get_" #NAME, &ZEL_LOG_BAD_PARAMETER_s,              \
-                                      self == nullptr ? "self" : "seq");                                         \
-            return DDS_RETCODE_BAD_PARAMETER;                                                                    \
-        }                                                                                                        \
-        DDS_EntityLockGuardI guard(&self->entity);                                                               \
-        if (!guard.held()) {                                                                                     \
-            return guard.result();                                                                               \
-        }                                                                                                        \
-        return DDS_EntityList_toSequenceI<SEQ, T>(&self->LIST, seq, SEQ##_ensure_length, SEQ##_get_reference)    \
-                       ? DDS_RETCODE_OK                                                                          \
-                       : DDS_RETCODE_OUT_OF_RESOURCES;                                                           \
+#define DDS_PARTICIPANT_LIST_I(NAME, SEQ, T, LIST)                                                              \
+    VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_##NAME(DDS_DomainParticipant *self, struct SEQ *seq) { \
+        if (self == nullptr || seq == nullptr) {                                                                \
+            ZELLog_printContextAndMsg("DDS_DomainParticipant_get_" #NAME, &ZEL_LOG_BAD_PARAMETER_s,             \
+                                      self == nullptr ? "self" : "seq");                                        \
+            return DDS_RETCODE_BAD_PARAMETER;                                                                   \
+        }                                                                                                       \
+        DDS_EntityLockGuardI guard(&self->entity);                                                              \
+        if (!guard.held()) {                                                                                    \
+            return guard.result();                                                                              \
+        }                                                                                                       \
+        return DDS_EntityList_toSequenceI<SEQ, T>(&self->LIST, seq, SEQ##_ensure_length, SEQ##_get_reference)   \
+                       ? DDS_RETCODE_OK                                                                         \
+                       : DDS_RETCODE_OUT_OF_RESOURCES;                                                          \
     }
 DDS_PARTICIPANT_LIST_I(topics, DDS_TopicSeq, DDS_Topic, topics)
 DDS_PARTICIPANT_LIST_I(publishers, DDS_PublisherSeq, DDS_Publisher, publishers)
 DDS_PARTICIPANT_LIST_I(subscribers, DDS_SubscriberSeq, DDS_Subscriber, subscribers)
 #undef DDS_PARTICIPANT_LIST_I
 
-} // extern "C"
+}  // extern "C"

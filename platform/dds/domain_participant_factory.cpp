@@ -27,17 +27,16 @@ const DDS_DataReaderQos DDS_DATAREADER_QOS_DEFAULT{};
 }
 
 namespace {
-std::mutex g_instanceMutex;                               // guards g_instance
-DDS_DomainParticipantFactory *g_instance = nullptr;      // [g_instanceMutex]
-std::atomic<DDS_UnsignedLong> g_participantCounter{0};    // numbers participants in the process
-} // namespace
+std::mutex g_instanceMutex;                             // guards g_instance
+DDS_DomainParticipantFactory *g_instance = nullptr;     // [g_instanceMutex]
+std::atomic<DDS_UnsignedLong> g_participantCounter{0};  // numbers participants in the process
+}  // namespace
 
 // The wire that a participant QoS names; NULL when "zel.wire" is absent or
 // empty.
 static const char *DDS_DomainParticipantQos_getWireNameI(const DDS_DomainParticipantQos *qos) {
     const DDS_Property_t *property = DDS_PropertyQosPolicyHelper_lookup_property(&qos->property, "zel.wire");
-    return property != nullptr && property->value != nullptr && property->value[0] != '\0' ? property->value
-                                                                                           : nullptr;
+    return property != nullptr && property->value != nullptr && property->value[0] != '\0' ? property->value : nullptr;
 }
 
 // Makes in `*created` a wire of `ops` when the factory's is another one:
@@ -52,8 +51,8 @@ static DDS_ReturnCode_t DDS_DomainParticipantFactory_prepareWireI(DDS_DomainPart
     }
     if (self->participants.count != 0 || self->participantsCreating != 0) {
         char text[96];
-        std::snprintf(text, sizeof(text), "participants use the %s wire: it cannot change to %s",
-                      self->wire->ops->name, ops->name);
+        std::snprintf(text, sizeof(text), "participants use the %s wire: it cannot change to %s", self->wire->ops->name,
+                      ops->name);
         ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, text);
         return DDS_RETCODE_PRECONDITION_NOT_MET;
     }
@@ -154,15 +153,15 @@ static DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_newI() {
 // `includingVendorSpecific` false, vendor-specific ones (a monitor's own,
 // which the monitor deletes itself) do not count.
 static DDS_ReturnCode_t DDS_DomainParticipantFactory_checkNoParticipantsI(DDS_DomainParticipantFactory *factory,
-                                                                         bool includingVendorSpecific) {
+                                                                          bool includingVendorSpecific) {
     DDS_EntityLockGuardI lock(factory, factory->lock);
     if (!lock.held()) {
         return lock.result();
     }
     for (DDS_EntityListNodeI *node = factory->participants.head; node != nullptr; node = node->next) {
         if (includingVendorSpecific || !DDS_EntityList_entryI<DDS_EntityImpl>(node)->vendorSpecific) {
-            ZELLog_printContextAndMsg("DDS_DomainParticipantFactory_finalize_instance",
-                                      &ZEL_LOG_PRECONDITION_NOT_MET_s, "participants exist");
+            ZELLog_printContextAndMsg("DDS_DomainParticipantFactory_finalize_instance", &ZEL_LOG_PRECONDITION_NOT_MET_s,
+                                      "participants exist");
             return DDS_RETCODE_PRECONDITION_NOT_MET;
         }
     }
@@ -225,8 +224,8 @@ VURNC_API const char *DDS_DomainParticipantFactory_get_wire_nameI(DDS_DomainPart
     return lock.held() ? self->wire->ops->name : nullptr;
 }
 
-VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(
-        DDS_DomainParticipantFactory *self, int reserved) {
+VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(DDS_DomainParticipantFactory *self,
+                                                                                     int reserved) {
     if (self == nullptr || reserved != 0) {
         return nullptr;
     }
@@ -274,7 +273,7 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_default_participant_
         return lock.result();
     }
     return DDS_DomainParticipantQos_copy(qos, &self->defaultParticipantQos) ? DDS_RETCODE_OK
-                                                                           : DDS_RETCODE_OUT_OF_RESOURCES;
+                                                                            : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_default_participant_qos(
@@ -343,9 +342,8 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant
     {
         DDS_EntityLockGuardI lock(self, self->lock);
         filled = lock.held() &&
-                 DDS_Qos_replaceI(&participant->qos, qos == &DDS_PARTICIPANT_QOS_DEFAULT
-                                                             ? &self->defaultParticipantQos
-                                                             : qos) &&
+                 DDS_Qos_replaceI(&participant->qos,
+                                  qos == &DDS_PARTICIPANT_QOS_DEFAULT ? &self->defaultParticipantQos : qos) &&
                  DDS_Qos_replaceI(&participant->defaultTopicQos, &self->defaultTopicQos) &&
                  DDS_Qos_replaceI(&participant->defaultPublisherQos, &self->defaultPublisherQos) &&
                  DDS_Qos_replaceI(&participant->defaultSubscriberQos, &self->defaultSubscriberQos);
@@ -455,7 +453,7 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_lookup_participant
     }
     for (DDS_EntityListNodeI *node = self->participants.head; node != nullptr; node = node->next) {
         auto *participant = reinterpret_cast<DDS_DomainParticipant *>(reinterpret_cast<char *>(node) -
-                                                                     offsetof(DDS_DomainParticipantImpl, entity.node));
+                                                                      offsetof(DDS_DomainParticipantImpl, entity.node));
         if (participant->domainId == domainId) {
             return participant;
         }
@@ -463,4 +461,4 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_lookup_participant
     return nullptr;
 }
 
-} // extern "C"
+}  // extern "C"

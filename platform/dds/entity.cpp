@@ -9,12 +9,9 @@
 
 ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_TopicSeq, DDS_Topic *, &zel::plainSequenceElementType<DDS_Topic *>);
 ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_PublisherSeq, DDS_Publisher *, &zel::plainSequenceElementType<DDS_Publisher *>);
-ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_SubscriberSeq, DDS_Subscriber *,
-                    &zel::plainSequenceElementType<DDS_Subscriber *>);
-ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_DataWriterSeq, DDS_DataWriter *,
-                    &zel::plainSequenceElementType<DDS_DataWriter *>);
-ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_DataReaderSeq, DDS_DataReader *,
-                    &zel::plainSequenceElementType<DDS_DataReader *>);
+ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_SubscriberSeq, DDS_Subscriber *, &zel::plainSequenceElementType<DDS_Subscriber *>);
+ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_DataWriterSeq, DDS_DataWriter *, &zel::plainSequenceElementType<DDS_DataWriter *>);
+ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_DataReaderSeq, DDS_DataReader *, &zel::plainSequenceElementType<DDS_DataReader *>);
 ZEL_SEQUENCE_DEFINE(VURNC_API, DDS_DomainParticipantSeq, DDS_DomainParticipant *,
                     &zel::plainSequenceElementType<DDS_DomainParticipant *>);
 
@@ -49,9 +46,7 @@ void DDS_Entity_logOutOfHeapI(const char *context, size_t size) {
     ZELLog_printContextAndMsg(context, &ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d, static_cast<int>(size));
 }
 
-DDS_DomainParticipantFactory *DDS_Entity_get_factoryI(const DDS_EntityImpl *self) {
-    return self->participant->factory;
-}
+DDS_DomainParticipantFactory *DDS_Entity_get_factoryI(const DDS_EntityImpl *self) { return self->participant->factory; }
 
 static int DDS_Entity_lockLevelI(DDS_EntityKind_t kind) {
     switch (kind) {
@@ -66,8 +61,8 @@ static int DDS_Entity_lockLevelI(DDS_EntityKind_t kind) {
 }
 
 bool DDS_Entity_initializeI(DDS_EntityImpl *self, DDS_EntityKind_t kind, DDS_DomainParticipant *participant,
-                            DDS_Entity *parent, DDS_Octet kindOctet, bool vendorSpecific,
-                            const DDS_Listener *listener, DDS_StatusMask mask) {
+                            DDS_Entity *parent, DDS_Octet kindOctet, bool vendorSpecific, const DDS_Listener *listener,
+                            DDS_StatusMask mask) {
     self->kind = kind;
     self->enabled = false;
     self->enabling = false;
@@ -76,8 +71,8 @@ bool DDS_Entity_initializeI(DDS_EntityImpl *self, DDS_EntityKind_t kind, DDS_Dom
     self->participant = participant;
     self->listener = listener != nullptr ? *listener : DDS_Listener{nullptr};
     self->mask = mask;
-    self->lock = REDAWorkerFactory_createExclusiveArea(participant->factory->workerFactory,
-                                                      DDS_Entity_lockLevelI(kind));
+    self->lock =
+            REDAWorkerFactory_createExclusiveArea(participant->factory->workerFactory, DDS_Entity_lockLevelI(kind));
     if (self->lock == nullptr) {
         return false;
     }
@@ -115,7 +110,7 @@ DDS_EntityLockGuardI::DDS_EntityLockGuardI(DDS_DomainParticipantFactory *factory
 }
 
 DDS_EntityLockGuardI::DDS_EntityLockGuardI(DDS_EntityImpl *entity)
-        : DDS_EntityLockGuardI(DDS_Entity_get_factoryI(entity), entity->lock) {}
+    : DDS_EntityLockGuardI(DDS_Entity_get_factoryI(entity), entity->lock) {}
 
 DDS_EntityLockGuardI::~DDS_EntityLockGuardI() {
     if (area_ != nullptr) {
@@ -123,8 +118,8 @@ DDS_EntityLockGuardI::~DDS_EntityLockGuardI() {
     }
 }
 
-void DDS_DomainParticipant_notifyMonitorI(DDS_DomainParticipant *participant, DDS_Long eventKind,
-                                          DDS_Entity *entity, const void *eventData) {
+void DDS_DomainParticipant_notifyMonitorI(DDS_DomainParticipant *participant, DDS_Long eventKind, DDS_Entity *entity,
+                                          const void *eventData) {
     const DDS_MonitorAttachmentI monitor = participant->monitor;
     if (monitor.onEventNotify != nullptr) {
         monitor.onEventNotify(monitor.participantObject, eventKind, entity, eventData);
@@ -187,8 +182,8 @@ static DDS_Long DDS_Entity_enableEventI(DDS_EntityKind_t kind) {
 // The first disabled child of `list` that can be enabled now, or NULL.
 static DDS_EntityImpl *DDS_EntityList_findEnableableI(const DDS_EntityListI *list) {
     for (DDS_EntityListNodeI *node = list->head; node != nullptr; node = node->next) {
-        auto *child = reinterpret_cast<DDS_EntityImpl *>(reinterpret_cast<char *>(node) -
-                                                         offsetof(DDS_EntityImpl, node));
+        auto *child =
+                reinterpret_cast<DDS_EntityImpl *>(reinterpret_cast<char *>(node) - offsetof(DDS_EntityImpl, node));
         if (!child->enabled && DDS_Entity_canEnableI(child) == DDS_RETCODE_OK) {
             return child;
         }
@@ -273,8 +268,7 @@ DDS_ReturnCode_t DDS_Entity_enableI(DDS_EntityImpl *entity) {
     if (result != DDS_RETCODE_OK) {
         return result;
     }
-    DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_Entity_enableEventI(entity->kind), entity,
-                                         nullptr);
+    DDS_DomainParticipant_notifyMonitorI(entity->participant, DDS_Entity_enableEventI(entity->kind), entity, nullptr);
     if (DDS_Entity_autoenablesI(entity)) {
         return DDS_Entity_enableChildrenI(entity);
     }
@@ -354,4 +348,4 @@ VURNC_API DDS_InstanceHandle_t DDS_Entity_get_instance_handle(const DDS_Entity *
     return handle;
 }
 
-} // extern "C"
+}  // extern "C"

@@ -61,7 +61,7 @@ struct DDS_EntityImpl {
 // when it attaches the participant and clears it at detach; no event is
 // reported without it.
 typedef DDS_UnsignedLong (*DDS_MonitorEventNotifyFunctionI)(void *participantObject, DDS_Long eventKind,
-                                                             DDS_Entity *entity, const void *eventData);
+                                                            DDS_Entity *entity, const void *eventData);
 struct DDS_MonitorAttachmentI {
     DDS_MonitorEventNotifyFunctionI onEventNotify = nullptr;
     void *participantObject = nullptr;
@@ -86,7 +86,7 @@ struct DDS_QosProfileI;
 struct DDS_DomainParticipantFactoryImpl {
     struct REDAWorkerFactory *workerFactory;
     struct REDAExclusiveArea *lock;
-    DDS_DomainParticipantFactoryQos qos;           /* [lock] */
+    DDS_DomainParticipantFactoryQos qos;            /* [lock] */
     DDS_DomainParticipantQos defaultParticipantQos; /* [lock] */
     DDS_TopicQos defaultTopicQos;                   /* read only after creation */
     DDS_PublisherQos defaultPublisherQos;           /* read only after creation */
@@ -98,9 +98,9 @@ struct DDS_DomainParticipantFactoryImpl {
     DDS_MonitorHooksI monitorHooks;                 /* set by the monitoring hook */
     // Replaced only while no participant exists or is being created, so a
     // participant's wire is its factory's for its whole life.
-    struct ZELWire *wire;                           /* [lock] */
-    std::atomic<DDS_Long> participantsCreating;     /* raised under lock */
-    struct ZELHighResolutionClock *clock;           /* the data path's time; tests may replace getTime */
+    struct ZELWire *wire;                       /* [lock] */
+    std::atomic<DDS_Long> participantsCreating; /* raised under lock */
+    struct ZELHighResolutionClock *clock;       /* the data path's time; tests may replace getTime */
 };
 
 // A registered type: the participant's copy of the plug-in record.
@@ -116,18 +116,18 @@ struct DDS_DomainParticipantImpl {
     DDS_EntityImpl entity;
     DDS_DomainParticipantFactory *factory;
     DDS_DomainId_t domainId;
-    DDS_DomainParticipantQos qos;            /* [lock] */
-    DDS_TopicQos defaultTopicQos;            /* [lock] */
-    DDS_PublisherQos defaultPublisherQos;    /* [lock] */
-    DDS_SubscriberQos defaultSubscriberQos;  /* [lock] */
-    DDS_EntityListI topics;                  /* [lock] */
-    DDS_EntityListI contentFilteredTopics;   /* [lock]; nodes of DDS_ContentFilteredTopicImpl */
-    DDS_EntityListI publishers;              /* [lock] */
-    DDS_EntityListI subscribers;             /* [lock] */
-    DDS_RegisteredTypeI *types;              /* [lock] */
+    DDS_DomainParticipantQos qos;                /* [lock] */
+    DDS_TopicQos defaultTopicQos;                /* [lock] */
+    DDS_PublisherQos defaultPublisherQos;        /* [lock] */
+    DDS_SubscriberQos defaultSubscriberQos;      /* [lock] */
+    DDS_EntityListI topics;                      /* [lock] */
+    DDS_EntityListI contentFilteredTopics;       /* [lock]; nodes of DDS_ContentFilteredTopicImpl */
+    DDS_EntityListI publishers;                  /* [lock] */
+    DDS_EntityListI subscribers;                 /* [lock] */
+    DDS_RegisteredTypeI *types;                  /* [lock] */
     std::atomic<DDS_UnsignedLong> entityCounter; /* numbers the children's keys */
-    DDS_MonitorAttachmentI monitor;          /* set by the monitoring hook */
-    struct ZELWireParticipant *wireParticipant; /* fixed at creation */
+    DDS_MonitorAttachmentI monitor;              /* set by the monitoring hook */
+    struct ZELWireParticipant *wireParticipant;  /* fixed at creation */
 };
 
 enum DDS_TopicDescriptionKindI { DDS_TOPIC_DESCRIPTION_TOPIC_I, DDS_TOPIC_DESCRIPTION_CONTENT_FILTERED_I };
@@ -143,42 +143,42 @@ struct DDS_TopicImpl {
     DDS_EntityImpl entity;
     DDS_TopicDescriptionImpl description;
     DDS_RegisteredTypeI *type;
-    DDS_TopicQos qos;      /* [lock] */
-    DDS_Long useCount;     /* writers, readers and content-filtered topics [participant lock] */
-    DDS_Long findCount;    /* references handed out by find_topic [participant lock] */
+    DDS_TopicQos qos;   /* [lock] */
+    DDS_Long useCount;  /* writers, readers and content-filtered topics [participant lock] */
+    DDS_Long findCount; /* references handed out by find_topic [participant lock] */
 };
 
 struct DDS_ContentFilteredTopicImpl {
     DDS_TopicDescriptionImpl description;
-    DDS_EntityListNodeI node;       /* in the participant's list [participant lock] */
+    DDS_EntityListNodeI node; /* in the participant's list [participant lock] */
     DDS_Topic *relatedTopic;
-    char *filterExpression;         /* fixed at creation */
-    DDS_StringSeq parameters;       /* [participant lock] */
-    DDS_Long readerCount;           /* [participant lock] */
+    char *filterExpression;          /* fixed at creation */
+    DDS_StringSeq parameters;        /* [participant lock] */
+    DDS_Long readerCount;            /* [participant lock] */
     struct ZELContentFilter *filter; /* compiled at creation against the related type [filterMutex] */
-    std::mutex filterMutex;         /* leaf lock: readers evaluate while parameters may be rebound */
+    std::mutex filterMutex;          /* leaf lock: readers evaluate while parameters may be rebound */
 };
 
 struct DDS_PublisherImpl {
     DDS_EntityImpl entity;
-    DDS_PublisherQos qos;                 /* [lock] */
-    DDS_DataWriterQos defaultWriterQos;   /* [lock] */
-    DDS_EntityListI writers;              /* [participant lock and lock] */
+    DDS_PublisherQos qos;               /* [lock] */
+    DDS_DataWriterQos defaultWriterQos; /* [lock] */
+    DDS_EntityListI writers;            /* [participant lock and lock] */
 };
 
 struct DDS_SubscriberImpl {
     DDS_EntityImpl entity;
-    DDS_SubscriberQos qos;                /* [lock] */
-    DDS_DataReaderQos defaultReaderQos;   /* [lock] */
-    DDS_EntityListI readers;              /* [participant lock and lock] */
+    DDS_SubscriberQos qos;              /* [lock] */
+    DDS_DataReaderQos defaultReaderQos; /* [lock] */
+    DDS_EntityListI readers;            /* [participant lock and lock] */
 };
 
 struct DDS_DataWriterImpl {
     DDS_EntityImpl entity;
     DDS_Topic *topic;
-    DDS_DataWriterQos qos;  /* [lock] */
-    void *endpointData;     /* type plug-in endpoint data, owned by the data path */
-    void *wireWriter;       /* owned by the data path */
+    DDS_DataWriterQos qos; /* [lock] */
+    void *endpointData;    /* type plug-in endpoint data, owned by the data path */
+    void *wireWriter;      /* owned by the data path */
     // The data path, set while attached. Published before the wire may
     // report the first match, which the monitor reads statuses for while
     // the writer is still being enabled.
@@ -188,9 +188,9 @@ struct DDS_DataWriterImpl {
 struct DDS_DataReaderImpl {
     DDS_EntityImpl entity;
     DDS_TopicDescription *topicDescription; /* a topic or a content-filtered topic */
-    DDS_DataReaderQos qos;  /* [lock] */
-    void *endpointData;     /* type plug-in endpoint data, owned by the data path */
-    void *wireReader;       /* owned by the data path */
+    DDS_DataReaderQos qos;                  /* [lock] */
+    void *endpointData;                     /* type plug-in endpoint data, owned by the data path */
+    void *wireReader;                       /* owned by the data path */
     // The data path; set by attach (before the first match is reported),
     // cleared by detach.
     std::atomic<struct DDS_DataReaderPathI *> path;
@@ -215,8 +215,8 @@ void DDS_DomainParticipant_freeI(DDS_DomainParticipant *participant);
 // Fills the common part: makes the lock (false when out of heap) and the
 // key from the participant's numbering and the kind octet.
 bool DDS_Entity_initializeI(DDS_EntityImpl *self, DDS_EntityKind_t kind, DDS_DomainParticipant *participant,
-                            DDS_Entity *parent, DDS_Octet kindOctet, bool vendorSpecific,
-                            const DDS_Listener *listener, DDS_StatusMask mask);
+                            DDS_Entity *parent, DDS_Octet kindOctet, bool vendorSpecific, const DDS_Listener *listener,
+                            DDS_StatusMask mask);
 void DDS_Entity_finalizeI(DDS_EntityImpl *self);
 DDS_DomainParticipantFactory *DDS_Entity_get_factoryI(const DDS_EntityImpl *self);
 
@@ -239,8 +239,8 @@ private:
 };
 
 // Reports an event to the participant's monitor, if one is attached.
-void DDS_DomainParticipant_notifyMonitorI(DDS_DomainParticipant *participant, DDS_Long eventKind,
-                                          DDS_Entity *entity, const void *eventData);
+void DDS_DomainParticipant_notifyMonitorI(DDS_DomainParticipant *participant, DDS_Long eventKind, DDS_Entity *entity,
+                                          const void *eventData);
 
 // Enables `entity` (parent checks, flag, events), then, if its QoS
 // autoenables, its disabled children.
@@ -294,8 +294,7 @@ DDS_ReturnCode_t DDS_DataReaderQos_checkI(const DDS_DataReaderQos *qos, const ch
 bool DDS_DomainParticipantQos_changesImmutableI(const DDS_DomainParticipantQos *old,
                                                 const DDS_DomainParticipantQos *next, const char *context);
 bool DDS_TopicQos_changesImmutableI(const DDS_TopicQos *old, const DDS_TopicQos *next, const char *context);
-bool DDS_PublisherQos_changesImmutableI(const DDS_PublisherQos *old, const DDS_PublisherQos *next,
-                                        const char *context);
+bool DDS_PublisherQos_changesImmutableI(const DDS_PublisherQos *old, const DDS_PublisherQos *next, const char *context);
 bool DDS_SubscriberQos_changesImmutableI(const DDS_SubscriberQos *old, const DDS_SubscriberQos *next,
                                          const char *context);
 bool DDS_DataWriterQos_changesImmutableI(const DDS_DataWriterQos *old, const DDS_DataWriterQos *next,
@@ -305,9 +304,11 @@ bool DDS_DataReaderQos_changesImmutableI(const DDS_DataReaderQos *old, const DDS
 
 // ---- QoS copies ----
 // The generated operations of each QoS type, for the templates below.
-template <typename Q> struct DDS_QosOpsI;
-#define DDS_QOS_OPS_I(Q)                                                              \
-    template <> struct DDS_QosOpsI<Q> {                                              \
+template <typename Q>
+struct DDS_QosOpsI;
+#define DDS_QOS_OPS_I(Q)                                                             \
+    template <>                                                                      \
+    struct DDS_QosOpsI<Q> {                                                          \
         static DDS_Boolean initialize(Q *qos) { return Q##_initialize(qos); }        \
         static void finalize(Q *qos) { Q##_finalize(qos); }                          \
         static DDS_Boolean copy(Q *dst, const Q *src) { return Q##_copy(dst, src); } \
@@ -323,7 +324,8 @@ DDS_QOS_OPS_I(DDS_DataReaderQos);
 
 // Replaces `*dst` by a copy of `src` all at once: on failure (out of heap)
 // `*dst` is unchanged.
-template <typename Q> bool DDS_Qos_replaceI(Q *dst, const Q *src) {
+template <typename Q>
+bool DDS_Qos_replaceI(Q *dst, const Q *src) {
     Q copy;
     if (!DDS_QosOpsI<Q>::initialize(&copy)) {
         return false;
@@ -342,18 +344,41 @@ template <typename Q> bool DDS_Qos_replaceI(Q *dst, const Q *src) {
 void DDS_Entity_logOutOfHeapI(const char *context, size_t size);
 
 // ---- QoS get and set shared by every entity ----
-inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DomainParticipantQos *q, const char *c) { return DDS_DomainParticipantQos_checkI(q, c); }
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DomainParticipantQos *q, const char *c) {
+    return DDS_DomainParticipantQos_checkI(q, c);
+}
 inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_TopicQos *q, const char *c) { return DDS_TopicQos_checkI(q, c); }
-inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_PublisherQos *q, const char *c) { return DDS_PublisherQos_checkI(q, c); }
-inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_SubscriberQos *q, const char *c) { return DDS_SubscriberQos_checkI(q, c); }
-inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DataWriterQos *q, const char *c) { return DDS_DataWriterQos_checkI(q, c); }
-inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DataReaderQos *q, const char *c) { return DDS_DataReaderQos_checkI(q, c); }
-inline bool DDS_Qos_changesImmutableI(const DDS_DomainParticipantQos *o, const DDS_DomainParticipantQos *n, const char *c) { return DDS_DomainParticipantQos_changesImmutableI(o, n, c); }
-inline bool DDS_Qos_changesImmutableI(const DDS_TopicQos *o, const DDS_TopicQos *n, const char *c) { return DDS_TopicQos_changesImmutableI(o, n, c); }
-inline bool DDS_Qos_changesImmutableI(const DDS_PublisherQos *o, const DDS_PublisherQos *n, const char *c) { return DDS_PublisherQos_changesImmutableI(o, n, c); }
-inline bool DDS_Qos_changesImmutableI(const DDS_SubscriberQos *o, const DDS_SubscriberQos *n, const char *c) { return DDS_SubscriberQos_changesImmutableI(o, n, c); }
-inline bool DDS_Qos_changesImmutableI(const DDS_DataWriterQos *o, const DDS_DataWriterQos *n, const char *c) { return DDS_DataWriterQos_changesImmutableI(o, n, c); }
-inline bool DDS_Qos_changesImmutableI(const DDS_DataReaderQos *o, const DDS_DataReaderQos *n, const char *c) { return DDS_DataReaderQos_changesImmutableI(o, n, c); }
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_PublisherQos *q, const char *c) {
+    return DDS_PublisherQos_checkI(q, c);
+}
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_SubscriberQos *q, const char *c) {
+    return DDS_SubscriberQos_checkI(q, c);
+}
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DataWriterQos *q, const char *c) {
+    return DDS_DataWriterQos_checkI(q, c);
+}
+inline DDS_ReturnCode_t DDS_Qos_checkI(const DDS_DataReaderQos *q, const char *c) {
+    return DDS_DataReaderQos_checkI(q, c);
+}
+inline bool DDS_Qos_changesImmutableI(const DDS_DomainParticipantQos *o, const DDS_DomainParticipantQos *n,
+                                      const char *c) {
+    return DDS_DomainParticipantQos_changesImmutableI(o, n, c);
+}
+inline bool DDS_Qos_changesImmutableI(const DDS_TopicQos *o, const DDS_TopicQos *n, const char *c) {
+    return DDS_TopicQos_changesImmutableI(o, n, c);
+}
+inline bool DDS_Qos_changesImmutableI(const DDS_PublisherQos *o, const DDS_PublisherQos *n, const char *c) {
+    return DDS_PublisherQos_changesImmutableI(o, n, c);
+}
+inline bool DDS_Qos_changesImmutableI(const DDS_SubscriberQos *o, const DDS_SubscriberQos *n, const char *c) {
+    return DDS_SubscriberQos_changesImmutableI(o, n, c);
+}
+inline bool DDS_Qos_changesImmutableI(const DDS_DataWriterQos *o, const DDS_DataWriterQos *n, const char *c) {
+    return DDS_DataWriterQos_changesImmutableI(o, n, c);
+}
+inline bool DDS_Qos_changesImmutableI(const DDS_DataReaderQos *o, const DDS_DataReaderQos *n, const char *c) {
+    return DDS_DataReaderQos_changesImmutableI(o, n, c);
+}
 
 // Copies `*field` (guarded by the entity's lock) into `qos`.
 template <typename Q>
@@ -407,7 +432,8 @@ DDS_ReturnCode_t DDS_Entity_setQosI(DDS_EntityImpl *entity, Q *field, const Q *q
 }
 
 // The entity record that holds list node `node`.
-template <typename T> T *DDS_EntityList_entryI(DDS_EntityListNodeI *node) {
+template <typename T>
+T *DDS_EntityList_entryI(DDS_EntityListNodeI *node) {
     return reinterpret_cast<T *>(reinterpret_cast<char *>(node) - offsetof(DDS_EntityImpl, node));
 }
 

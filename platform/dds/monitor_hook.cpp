@@ -36,10 +36,10 @@ struct DDS_MonitorHookI {
     // function may create a participant on the same thread.
     std::recursive_mutex loadMutex;
     DDS_MonitorVersion version = DDS_MONITOR_VERSION_DEFAULT; /* [loadMutex] */
-    bool creating = false;                                     /* [loadMutex] the create function runs */
-    ZELOsapiLibrary *library = nullptr;                        /* [loadMutex] NULL for a linked-in plug-in */
-    char *libraryName = nullptr;                               /* [loadMutex] as the participant named it */
-    DDS_MonitorCreateFunction createFunction = nullptr;        /* [loadMutex] */
+    bool creating = false;                                    /* [loadMutex] the create function runs */
+    ZELOsapiLibrary *library = nullptr;                       /* [loadMutex] NULL for a linked-in plug-in */
+    char *libraryName = nullptr;                              /* [loadMutex] as the participant named it */
+    DDS_MonitorCreateFunction createFunction = nullptr;       /* [loadMutex] */
     // Set once under loadMutex, read without it.
     std::atomic<DDS_Monitor *> monitor{nullptr};
 };
@@ -151,7 +151,7 @@ static bool DDS_MonitorHook_isSameSourceI(const DDS_MonitorHookI *self, const DD
     }
     char what[256];
     std::snprintf(what, sizeof what, "monitor %s: another monitor is loaded",
-                  request->library != nullptr ? request->library
+                  request->library != nullptr             ? request->library
                   : request->createFunctionPtr != nullptr ? request->createFunctionPtr
                                                           : request->createFunction);
     ZELLog_printContextAndMsg("DDS_MonitorHook_obtainMonitorI", &ZEL_LOG_PRECONDITION_NOT_MET_s, what);
@@ -363,7 +363,7 @@ void DDS_DomainParticipantFactory_installMonitorHookI(DDS_DomainParticipantFacto
 extern "C" {
 
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_monitor_versionI(DDS_DomainParticipantFactory *self,
-                                                                          struct DDS_MonitorVersion version) {
+                                                                             struct DDS_MonitorVersion version) {
     if (self == nullptr) {
         ZELLog_printContextAndMsg("DDS_DomainParticipantFactory_set_monitor_versionI", &ZEL_LOG_BAD_PARAMETER_s,
                                   "self");

@@ -100,9 +100,7 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_publisher(DDS_DomainPart
     return DDS_RETCODE_OK;
 }
 
-VURNC_API DDS_Entity *DDS_Publisher_as_entity(DDS_Publisher *self) {
-    return self != nullptr ? &self->entity : nullptr;
-}
+VURNC_API DDS_Entity *DDS_Publisher_as_entity(DDS_Publisher *self) { return self != nullptr ? &self->entity : nullptr; }
 
 VURNC_API DDS_Publisher *DDS_Publisher_narrow(DDS_Entity *entity) {
     if (entity == nullptr || entity->kind != DDS_PUBLISHER_ENTITY_KIND) {
@@ -207,4 +205,4 @@ VURNC_API DDS_ReturnCode_t DDS_Publisher_delete_contained_entities(DDS_Publisher
     }
 }
 
-} // extern "C"
+}  // extern "C"

@@ -16,7 +16,8 @@ bool DDS_Duration_equalsI(const DDS_Duration_t &a, const DDS_Duration_t &b) {
 }
 
 // History and resource limits that every topic-related QoS shares.
-template <typename Q> DDS_ReturnCode_t DDS_EndpointQos_checkI(const Q *qos, const char *context) {
+template <typename Q>
+DDS_ReturnCode_t DDS_EndpointQos_checkI(const Q *qos, const char *context) {
     const char *reason = nullptr;
     const DDS_ResourceLimitsQosPolicy &limits = qos->resource_limits;
     if (qos->history.kind == DDS_KEEP_LAST_HISTORY_QOS && qos->history.depth <= 0) {
@@ -39,7 +40,8 @@ template <typename Q> DDS_ReturnCode_t DDS_EndpointQos_checkI(const Q *qos, cons
 
 // Whether a publisher or subscriber QoS changes a policy fixed at enable:
 // presentation and the vendor-specific mark.
-template <typename Q> const char *DDS_GroupQos_changedImmutableI(const Q *a, const Q *b) {
+template <typename Q>
+const char *DDS_GroupQos_changedImmutableI(const Q *a, const Q *b) {
     if (a->presentation.access_scope != b->presentation.access_scope ||
         a->presentation.coherent_access != b->presentation.coherent_access ||
         a->presentation.ordered_access != b->presentation.ordered_access) {
@@ -52,7 +54,8 @@ template <typename Q> const char *DDS_GroupQos_changedImmutableI(const Q *a, con
 }
 
 // Whether an endpoint or topic QoS changes a policy fixed at enable.
-template <typename Q> const char *DDS_EndpointQos_changedImmutableI(const Q *a, const Q *b) {
+template <typename Q>
+const char *DDS_EndpointQos_changedImmutableI(const Q *a, const Q *b) {
     if (a->durability.kind != b->durability.kind) {
         return "durability";
     }
@@ -88,7 +91,7 @@ bool DDS_Qos_reportImmutableI(const char *policy, const char *context) {
     ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, policy);
     return true;
 }
-} // namespace
+}  // namespace
 
 DDS_ReturnCode_t DDS_DomainParticipantQos_checkI(const DDS_DomainParticipantQos *, const char *) {
     return DDS_RETCODE_OK;
@@ -98,13 +101,9 @@ DDS_ReturnCode_t DDS_TopicQos_checkI(const DDS_TopicQos *qos, const char *contex
     return DDS_EndpointQos_checkI(qos, context);
 }
 
-DDS_ReturnCode_t DDS_PublisherQos_checkI(const DDS_PublisherQos *, const char *) {
-    return DDS_RETCODE_OK;
-}
+DDS_ReturnCode_t DDS_PublisherQos_checkI(const DDS_PublisherQos *, const char *) { return DDS_RETCODE_OK; }
 
-DDS_ReturnCode_t DDS_SubscriberQos_checkI(const DDS_SubscriberQos *, const char *) {
-    return DDS_RETCODE_OK;
-}
+DDS_ReturnCode_t DDS_SubscriberQos_checkI(const DDS_SubscriberQos *, const char *) { return DDS_RETCODE_OK; }
 
 DDS_ReturnCode_t DDS_DataWriterQos_checkI(const DDS_DataWriterQos *qos, const char *context) {
     return DDS_EndpointQos_checkI(qos, context);
@@ -144,17 +143,14 @@ bool DDS_PublisherQos_changesImmutableI(const DDS_PublisherQos *a, const DDS_Pub
     return DDS_Qos_reportImmutableI(DDS_GroupQos_changedImmutableI(a, b), context);
 }
 
-bool DDS_SubscriberQos_changesImmutableI(const DDS_SubscriberQos *a, const DDS_SubscriberQos *b,
-                                         const char *context) {
+bool DDS_SubscriberQos_changesImmutableI(const DDS_SubscriberQos *a, const DDS_SubscriberQos *b, const char *context) {
     return DDS_Qos_reportImmutableI(DDS_GroupQos_changedImmutableI(a, b), context);
 }
 
-bool DDS_DataWriterQos_changesImmutableI(const DDS_DataWriterQos *a, const DDS_DataWriterQos *b,
-                                         const char *context) {
+bool DDS_DataWriterQos_changesImmutableI(const DDS_DataWriterQos *a, const DDS_DataWriterQos *b, const char *context) {
     return DDS_Qos_reportImmutableI(DDS_EndpointQos_changedImmutableI(a, b), context);
 }
 
-bool DDS_DataReaderQos_changesImmutableI(const DDS_DataReaderQos *a, const DDS_DataReaderQos *b,
-                                         const char *context) {
+bool DDS_DataReaderQos_changesImmutableI(const DDS_DataReaderQos *a, const DDS_DataReaderQos *b, const char *context) {
     return DDS_Qos_reportImmutableI(DDS_EndpointQos_changedImmutableI(a, b), context);
 }

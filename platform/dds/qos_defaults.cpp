@@ -10,9 +10,7 @@ namespace {
 
 constexpr DDS_Long kUnlimited = DDS_LENGTH_UNLIMITED;
 
-constexpr DDS_Duration_t durationI(DDS_Long sec, DDS_UnsignedLong nanosec) {
-    return DDS_Duration_t{sec, nanosec};
-}
+constexpr DDS_Duration_t durationI(DDS_Long sec, DDS_UnsignedLong nanosec) { return DDS_Duration_t{sec, nanosec}; }
 
 constexpr DDS_Duration_t kInfinite = DDS_DURATION_INFINITE;
 constexpr DDS_Duration_t kZero = DDS_DURATION_ZERO;
@@ -185,7 +183,7 @@ void setBuiltinReaderLimitsDefaultsI(DDS_BuiltinTopicReaderResourceLimits_t *lim
 
 void setExclusiveAreaDefaultsI(DDS_ExclusiveAreaQosPolicy *policy) {
     policy->use_shared_exclusive_area = DDS_BOOLEAN_FALSE;
-    policy->level = -1;   // chosen by the entity's kind
+    policy->level = -1;  // chosen by the entity's kind
 }
 
 void setPresentationDefaultsI(DDS_PresentationQosPolicy *policy) {
@@ -361,7 +359,7 @@ void setWriterResourceLimitsDefaultsI(DDS_DataWriterResourceLimitsQosPolicy *lim
 }
 
 void setWriterProtocolDefaultsI(DDS_DataWriterProtocolQosPolicy *protocol) {
-    protocol->virtual_guid = DDS_GUID_t{};   // all zero: the writer's own GUID
+    protocol->virtual_guid = DDS_GUID_t{};  // all zero: the writer's own GUID
     protocol->rtps_object_id = DDS_RTPS_AUTO_ID;
     protocol->push_on_write = DDS_BOOLEAN_TRUE;
     protocol->disable_positive_acks = DDS_BOOLEAN_FALSE;
@@ -470,9 +468,8 @@ DDS_ReturnCode_t DDS_TopicQos_set_defaultsI(DDS_TopicQos *qos) {
     if (!checkQosI(qos, "DDS_TopicQos_set_defaultsI")) {
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    setEndpointDefaultsI({&qos->durability, &qos->deadline, &qos->latency_budget, &qos->liveliness,
-                          &qos->reliability, &qos->destination_order, &qos->history, &qos->resource_limits,
-                          &qos->ownership},
+    setEndpointDefaultsI({&qos->durability, &qos->deadline, &qos->latency_budget, &qos->liveliness, &qos->reliability,
+                          &qos->destination_order, &qos->history, &qos->resource_limits, &qos->ownership},
                          DDS_BEST_EFFORT_RELIABILITY_QOS);
     setDurabilityServiceDefaultsI(&qos->durability_service);
     qos->transport_priority.value = 0;
@@ -508,9 +505,8 @@ DDS_ReturnCode_t DDS_DataWriterQos_set_defaultsI(DDS_DataWriterQos *qos) {
     if (!checkQosI(qos, "DDS_DataWriterQos_set_defaultsI")) {
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    setEndpointDefaultsI({&qos->durability, &qos->deadline, &qos->latency_budget, &qos->liveliness,
-                          &qos->reliability, &qos->destination_order, &qos->history, &qos->resource_limits,
-                          &qos->ownership},
+    setEndpointDefaultsI({&qos->durability, &qos->deadline, &qos->latency_budget, &qos->liveliness, &qos->reliability,
+                          &qos->destination_order, &qos->history, &qos->resource_limits, &qos->ownership},
                          DDS_RELIABLE_RELIABILITY_QOS);
     setDurabilityServiceDefaultsI(&qos->durability_service);
     qos->transport_priority.value = 0;
@@ -531,9 +527,8 @@ DDS_ReturnCode_t DDS_DataReaderQos_set_defaultsI(DDS_DataReaderQos *qos) {
     if (!checkQosI(qos, "DDS_DataReaderQos_set_defaultsI")) {
         return DDS_RETCODE_BAD_PARAMETER;
     }
-    setEndpointDefaultsI({&qos->durability, &qos->deadline, &qos->latency_budget, &qos->liveliness,
-                          &qos->reliability, &qos->destination_order, &qos->history, &qos->resource_limits,
-                          &qos->ownership},
+    setEndpointDefaultsI({&qos->durability, &qos->deadline, &qos->latency_budget, &qos->liveliness, &qos->reliability,
+                          &qos->destination_order, &qos->history, &qos->resource_limits, &qos->ownership},
                          DDS_BEST_EFFORT_RELIABILITY_QOS);
     qos->time_based_filter.minimum_separation = kZero;
     qos->reader_data_lifecycle.autopurge_nowriter_samples_delay = kInfinite;

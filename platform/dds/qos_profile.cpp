@@ -97,11 +97,13 @@ static DDS_ReturnCode_t DDS_QosProfile_withI(DDS_DomainParticipantFactory *facto
     return action(profile);
 }
 
-template <typename Q> static DDS_ReturnCode_t DDS_QosProfile_copyOutI(Q *dst, const Q *src) {
+template <typename Q>
+static DDS_ReturnCode_t DDS_QosProfile_copyOutI(Q *dst, const Q *src) {
     return DDS_QosOpsI<Q>::copy(dst, src) ? DDS_RETCODE_OK : DDS_RETCODE_OUT_OF_RESOURCES;
 }
 
-template <typename Q> static DDS_ReturnCode_t DDS_QosProfile_copyInI(Q *dst, const Q *src, const char *context) {
+template <typename Q>
+static DDS_ReturnCode_t DDS_QosProfile_copyInI(Q *dst, const Q *src, const char *context) {
     DDS_ReturnCode_t result = DDS_Qos_checkI(src, context);
     if (result != DDS_RETCODE_OK) {
         return result;
@@ -110,16 +112,16 @@ template <typename Q> static DDS_ReturnCode_t DDS_QosProfile_copyInI(Q *dst, con
 }
 
 // The per-topic entry of `pattern` (writers or readers), made on first use.
-static DDS_QosProfileTopicI *DDS_QosProfile_assertTopicI(DDS_QosProfileI *profile, const char *pattern,
-                                                         bool isWriter, const char *context) {
+static DDS_QosProfileTopicI *DDS_QosProfile_assertTopicI(DDS_QosProfileI *profile, const char *pattern, bool isWriter,
+                                                         const char *context) {
     DDS_QosProfileTopicI **link = &profile->topics;
     for (; *link != nullptr; link = &(*link)->next) {
         if ((*link)->isWriter == isWriter && std::strcmp((*link)->pattern, pattern) == 0) {
             return *link;
         }
     }
-    auto *topic = static_cast<DDS_QosProfileTopicI *>(
-            ZELOsapiHeap_allocateStructure(sizeof(DDS_QosProfileTopicI), "DQPT"));
+    auto *topic =
+            static_cast<DDS_QosProfileTopicI *>(ZELOsapiHeap_allocateStructure(sizeof(DDS_QosProfileTopicI), "DQPT"));
     if (topic == nullptr) {
         DDS_Entity_logOutOfHeapI(context, sizeof(DDS_QosProfileTopicI));
         return nullptr;
@@ -127,8 +129,7 @@ static DDS_QosProfileTopicI *DDS_QosProfile_assertTopicI(DDS_QosProfileI *profil
     topic->isWriter = isWriter;
     topic->pattern = DDS_String_dup(pattern);
     if (topic->pattern == nullptr || !DDS_DataWriterQos_initialize(&topic->writerQos) ||
-        !DDS_DataReaderQos_initialize(&topic->readerQos) ||
-        !DDS_Qos_replaceI(&topic->writerQos, &profile->writerQos) ||
+        !DDS_DataReaderQos_initialize(&topic->readerQos) || !DDS_Qos_replaceI(&topic->writerQos, &profile->writerQos) ||
         !DDS_Qos_replaceI(&topic->readerQos, &profile->readerQos)) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "topic qos");
         DDS_QosProfileTopic_freeI(topic);
@@ -142,7 +143,8 @@ static DDS_QosProfileTopicI *DDS_QosProfile_assertTopicI(DDS_QosProfileI *profil
 static const DDS_QosProfileTopicI *DDS_QosProfile_matchTopicI(const DDS_QosProfileI *profile, const char *topicName,
                                                               bool isWriter) {
     for (const DDS_QosProfileTopicI *topic = profile->topics; topic != nullptr; topic = topic->next) {
-        if (topic->isWriter == isWriter && topicName != nullptr && REDAString_fnmatch(topic->pattern, topicName, 0) == 0) {
+        if (topic->isWriter == isWriter && topicName != nullptr &&
+            REDAString_fnmatch(topic->pattern, topicName, 0) == 0) {
             return topic;
         }
     }
@@ -164,7 +166,8 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_add_qos_profile(DDS_Doma
         return guard.result();
     }
     for (DDS_QosProfileI *profile = self->profiles; profile != nullptr; profile = profile->next) {
-        if (std::strcmp(profile->libraryName, libraryName) == 0 && std::strcmp(profile->profileName, profileName) == 0) {
+        if (std::strcmp(profile->libraryName, libraryName) == 0 &&
+            std::strcmp(profile->profileName, profileName) == 0) {
             ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "profile exists");
             return DDS_RETCODE_PRECONDITION_NOT_MET;
         }
@@ -212,39 +215,38 @@ DDS_PROFILE_QOS_I(publisher, DDS_PublisherQos, publisherQos)
 DDS_PROFILE_QOS_I(subscriber, DDS_SubscriberQos, subscriberQos)
 #undef DDS_PROFILE_QOS_I
 
-#define DDS_PROFILE_ENDPOINT_QOS_I(KIND, Q, FIELD, IS_WRITER)                                                      \
-    VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_##KIND##_qos_in_profile(                          \
-            DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,                 \
-            const char *topicPattern, const Q *qos) {                                                             \
-        const char *const context = "DDS_DomainParticipantFactory_set_" #KIND "_qos_in_profile";                  \
-        return DDS_QosProfile_withI(self, qos, libraryName, profileName, context, [&](DDS_QosProfileI *p) {       \
-            if (topicPattern == nullptr) {                                                                        \
-                return DDS_QosProfile_copyInI(&p->FIELD, qos, context);                                           \
-            }                                                                                                     \
-            DDS_QosProfileTopicI *topic = DDS_QosProfile_assertTopicI(p, topicPattern, IS_WRITER, context);       \
-            return topic == nullptr ? DDS_RETCODE_OUT_OF_RESOURCES                                                \
-                                    : DDS_QosProfile_copyInI(&topic->FIELD, qos, context);                        \
-        });                                                                                                       \
-    }                                                                                                             \
-    VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_##KIND##_qos_from_profile_w_topic_name(           \
-            DDS_DomainParticipantFactory *self, Q *qos, const char *libraryName, const char *profileName,         \
-            const char *topicName) {                                                                              \
-        return DDS_QosProfile_withI(                                                                              \
-                self, qos, libraryName, profileName,                                                              \
-                "DDS_DomainParticipantFactory_get_" #KIND "_qos_from_profile_w_topic_name",                       \
-                [&](DDS_QosProfileI *p) {                                                                         \
-                    const DDS_QosProfileTopicI *topic = DDS_QosProfile_matchTopicI(p, topicName, IS_WRITER);      \
-                    return DDS_QosProfile_copyOutI(qos, topic != nullptr ? &topic->FIELD : &p->FIELD);            \
-                });                                                                                               \
-    }                                                                                                             \
-    VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_##KIND##_qos_from_profile(                        \
-            DDS_DomainParticipantFactory *self, Q *qos, const char *libraryName, const char *profileName) {       \
-        return DDS_QosProfile_withI(self, qos, libraryName, profileName,                                          \
-                                    "DDS_DomainParticipantFactory_get_" #KIND "_qos_from_profile",                \
-                                    [&](DDS_QosProfileI *p) { return DDS_QosProfile_copyOutI(qos, &p->FIELD); }); \
+#define DDS_PROFILE_ENDPOINT_QOS_I(KIND, Q, FIELD, IS_WRITER)                                                         \
+    VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_##KIND##_qos_in_profile(                              \
+            DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,                     \
+            const char *topicPattern, const Q *qos) {                                                                 \
+        const char *const context = "DDS_DomainParticipantFactory_set_" #KIND "_qos_in_profile";                      \
+        return DDS_QosProfile_withI(self, qos, libraryName, profileName, context, [&](DDS_QosProfileI *p) {           \
+            if (topicPattern == nullptr) {                                                                            \
+                return DDS_QosProfile_copyInI(&p->FIELD, qos, context);                                               \
+            }                                                                                                         \
+            DDS_QosProfileTopicI *topic = DDS_QosProfile_assertTopicI(p, topicPattern, IS_WRITER, context);           \
+            return topic == nullptr ? DDS_RETCODE_OUT_OF_RESOURCES                                                    \
+                                    : DDS_QosProfile_copyInI(&topic->FIELD, qos, context);                            \
+        });                                                                                                           \
+    }                                                                                                                 \
+    VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_##KIND##_qos_from_profile_w_topic_name(               \
+            DDS_DomainParticipantFactory *self, Q *qos, const char *libraryName, const char *profileName,             \
+            const char *topicName) {                                                                                  \
+        return DDS_QosProfile_withI(                                                                                  \
+                self, qos, libraryName, profileName,                                                                  \
+                "DDS_DomainParticipantFactory_get_" #KIND "_qos_from_profile_w_topic_name", [&](DDS_QosProfileI *p) { \
+                    const DDS_QosProfileTopicI *topic = DDS_QosProfile_matchTopicI(p, topicName, IS_WRITER);          \
+                    return DDS_QosProfile_copyOutI(qos, topic != nullptr ? &topic->FIELD : &p->FIELD);                \
+                });                                                                                                   \
+    }                                                                                                                 \
+    VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_##KIND##_qos_from_profile(                            \
+            DDS_DomainParticipantFactory *self, Q *qos, const char *libraryName, const char *profileName) {           \
+        return DDS_QosProfile_withI(self, qos, libraryName, profileName,                                              \
+                                    "DDS_DomainParticipantFactory_get_" #KIND "_qos_from_profile",                    \
+                                    [&](DDS_QosProfileI *p) { return DDS_QosProfile_copyOutI(qos, &p->FIELD); });     \
     }
 DDS_PROFILE_ENDPOINT_QOS_I(datawriter, DDS_DataWriterQos, writerQos, true)
 DDS_PROFILE_ENDPOINT_QOS_I(datareader, DDS_DataReaderQos, readerQos, false)
 #undef DDS_PROFILE_ENDPOINT_QOS_I
 
-} // extern "C"
+}  // extern "C"

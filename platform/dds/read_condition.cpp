@@ -21,16 +21,16 @@ void DDS_DataReader_deleteReadConditionsI(DDS_DataReader *reader) {
 extern "C" {
 
 VURNC_API DDS_ReadCondition *DDS_DataReader_create_readcondition(DDS_DataReader *self,
-                                                                DDS_SampleStateMask sample_states,
-                                                                DDS_ViewStateMask view_states,
-                                                                DDS_InstanceStateMask instance_states) {
+                                                                 DDS_SampleStateMask sample_states,
+                                                                 DDS_ViewStateMask view_states,
+                                                                 DDS_InstanceStateMask instance_states) {
     const char *const context = "DDS_DataReader_create_readcondition";
     if (self == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, "self");
         return nullptr;
     }
-    auto *condition = static_cast<DDS_ReadConditionImpl *>(
-            ZELOsapiHeap_allocateStructure(sizeof(DDS_ReadConditionImpl), "DRRC"));
+    auto *condition =
+            static_cast<DDS_ReadConditionImpl *>(ZELOsapiHeap_allocateStructure(sizeof(DDS_ReadConditionImpl), "DRRC"));
     if (condition == nullptr) {
         DDS_Entity_logOutOfHeapI(context, sizeof(DDS_ReadConditionImpl));
         return nullptr;
@@ -98,10 +98,9 @@ VURNC_API DDS_Boolean DDS_ReadCondition_get_trigger_value(const DDS_ReadConditio
     if (self == nullptr) {
         return DDS_BOOLEAN_FALSE;
     }
-    return DDS_DataReader_hasSamplesInStatesI(self->reader, self->sampleStates, self->viewStates,
-                                              self->instanceStates)
+    return DDS_DataReader_hasSamplesInStatesI(self->reader, self->sampleStates, self->viewStates, self->instanceStates)
                    ? DDS_BOOLEAN_TRUE
                    : DDS_BOOLEAN_FALSE;
 }
 
-} // extern "C"
+}  // extern "C"

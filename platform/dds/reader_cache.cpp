@@ -28,8 +28,8 @@ static DDS_ReaderInstanceI *DDS_ReaderCache_addInstanceI(DDS_DataReaderPathI *pa
             return nullptr;
         }
     }
-    auto *instance = static_cast<DDS_ReaderInstanceI *>(
-            ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderInstanceI), "DRIN"));
+    auto *instance =
+            static_cast<DDS_ReaderInstanceI *>(ZELOsapiHeap_allocateStructure(sizeof(DDS_ReaderInstanceI), "DRIN"));
     if (instance == nullptr) {
         if (key != nullptr) {
             path->plugin->deleteSampleFnc(key);
@@ -72,8 +72,8 @@ static void *DDS_ReaderCache_deserializeI(DDS_DataReaderPathI *path, const ZELWi
                       ZEL_CDR_LITTLE_ENDIAN);
     PRESTypePluginDeserializeFunction deserialize =
             sample->kind == ZEL_WIRE_SAMPLE_DATA ? path->plugin->deserializeFnc : path->plugin->deserializeKeyFnc;
-    if (deserialize == nullptr || !deserialize(path->endpointData, data, &stream, DDS_BOOLEAN_TRUE,
-                                               DDS_BOOLEAN_TRUE, nullptr)) {
+    if (deserialize == nullptr ||
+        !deserialize(path->endpointData, data, &stream, DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE, nullptr)) {
         path->plugin->deleteSampleFnc(data);
         return nullptr;
     }

@@ -34,9 +34,9 @@ static DDS_ReturnCode_t DDS_Subscriber_checkEmptyI(DDS_Subscriber *subscriber, b
 extern "C" {
 
 VURNC_API DDS_Subscriber *DDS_DomainParticipant_create_subscriber(DDS_DomainParticipant *self,
-                                                                const struct DDS_SubscriberQos *qos,
-                                                                const struct DDS_SubscriberListener *listener,
-                                                                DDS_StatusMask mask) {
+                                                                  const struct DDS_SubscriberQos *qos,
+                                                                  const struct DDS_SubscriberListener *listener,
+                                                                  DDS_StatusMask mask) {
     const char *const context = "DDS_DomainParticipant_create_subscriber";
     if (self == nullptr || qos == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "qos");
@@ -56,7 +56,8 @@ VURNC_API DDS_Subscriber *DDS_DomainParticipant_create_subscriber(DDS_DomainPart
     {
         DDS_EntityLockGuardI guard(&self->entity);
         if (!guard.held() ||
-            !DDS_Qos_replaceI(&subscriber->qos, qos == &DDS_SUBSCRIBER_QOS_DEFAULT ? &self->defaultSubscriberQos : qos) ||
+            !DDS_Qos_replaceI(&subscriber->qos,
+                              qos == &DDS_SUBSCRIBER_QOS_DEFAULT ? &self->defaultSubscriberQos : qos) ||
             !DDS_Qos_replaceI(&subscriber->defaultReaderQos, &self->factory->defaultReaderQos) ||
             !DDS_Entity_initializeI(&subscriber->entity, DDS_SUBSCRIBER_ENTITY_KIND, self, &self->entity,
                                     DDS_ENTITY_KIND_OCTET_SUBSCRIBER, subscriber->qos.protocol.vendor_specific_entity,
@@ -76,7 +77,7 @@ VURNC_API DDS_Subscriber *DDS_DomainParticipant_create_subscriber(DDS_DomainPart
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_subscriber(DDS_DomainParticipant *self,
-                                                                  DDS_Subscriber *subscriber) {
+                                                                   DDS_Subscriber *subscriber) {
     const char *const context = "DDS_DomainParticipant_delete_subscriber";
     if (self == nullptr || subscriber == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, self == nullptr ? "self" : "subscriber");
@@ -91,7 +92,8 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_subscriber(DDS_DomainPar
     if (result != DDS_RETCODE_OK) {
         return result;
     }
-    DDS_DomainParticipant_notifyMonitorI(self, DDS_MONITOR_EVENT_SUBSCRIBER_DELETE_BEFORE, &subscriber->entity, nullptr);
+    DDS_DomainParticipant_notifyMonitorI(self, DDS_MONITOR_EVENT_SUBSCRIBER_DELETE_BEFORE, &subscriber->entity,
+                                         nullptr);
     result = DDS_Subscriber_checkEmptyI(subscriber, true, context);
     if (result != DDS_RETCODE_OK) {
         return result;
@@ -132,14 +134,14 @@ VURNC_API DDS_ReturnCode_t DDS_Subscriber_set_qos(DDS_Subscriber *self, const st
 }
 
 VURNC_API DDS_ReturnCode_t DDS_Subscriber_get_default_datareader_qos(DDS_Subscriber *self,
-                                                                    struct DDS_DataReaderQos *qos) {
+                                                                     struct DDS_DataReaderQos *qos) {
     return DDS_Entity_getQosI(self != nullptr ? &self->entity : nullptr,
                               self != nullptr ? &self->defaultReaderQos : nullptr, qos,
                               "DDS_Subscriber_get_default_datareader_qos");
 }
 
 VURNC_API DDS_ReturnCode_t DDS_Subscriber_set_default_datareader_qos(DDS_Subscriber *self,
-                                                                    const struct DDS_DataReaderQos *qos) {
+                                                                     const struct DDS_DataReaderQos *qos) {
     return DDS_Entity_setQosI<DDS_DataReaderQos>(
             self != nullptr ? &self->entity : nullptr, self != nullptr ? &self->defaultReaderQos : nullptr, qos,
             &DDS_DATAREADER_QOS_DEFAULT,
@@ -208,4 +210,4 @@ VURNC_API DDS_ReturnCode_t DDS_Subscriber_delete_contained_entities(DDS_Subscrib
     }
 }
 
-} // extern "C"
+}  // extern "C"

@@ -72,8 +72,7 @@ extern "C" {
 
 VURNC_API DDS_Topic *DDS_DomainParticipant_create_topic(DDS_DomainParticipant *self, const char *topicName,
                                                         const char *typeName, const struct DDS_TopicQos *qos,
-                                                        const struct DDS_TopicListener *listener,
-                                                        DDS_StatusMask mask) {
+                                                        const struct DDS_TopicListener *listener, DDS_StatusMask mask) {
     const char *const context = "DDS_DomainParticipant_create_topic";
     if (self == nullptr || topicName == nullptr || typeName == nullptr || qos == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s,
@@ -143,7 +142,7 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_topic(DDS_DomainParticip
 }
 
 VURNC_API DDS_TopicDescription *DDS_DomainParticipant_lookup_topicdescription(DDS_DomainParticipant *self,
-                                                                             const char *topicName) {
+                                                                              const char *topicName) {
     if (self == nullptr || topicName == nullptr) {
         return nullptr;
     }
@@ -167,9 +166,7 @@ VURNC_API DDS_Topic *DDS_DomainParticipant_find_topic(DDS_DomainParticipant *sel
     return topic;
 }
 
-VURNC_API DDS_Entity *DDS_Topic_as_entity(DDS_Topic *self) {
-    return self != nullptr ? &self->entity : nullptr;
-}
+VURNC_API DDS_Entity *DDS_Topic_as_entity(DDS_Topic *self) { return self != nullptr ? &self->entity : nullptr; }
 
 VURNC_API DDS_TopicDescription *DDS_Topic_as_topicdescription(DDS_Topic *self) {
     return self != nullptr ? &self->description : nullptr;
@@ -199,10 +196,10 @@ VURNC_API DDS_ReturnCode_t DDS_Topic_get_qos(DDS_Topic *self, struct DDS_TopicQo
 }
 
 VURNC_API DDS_ReturnCode_t DDS_Topic_set_qos(DDS_Topic *self, const struct DDS_TopicQos *qos) {
-    return DDS_Entity_setQosI<DDS_TopicQos>(
-            self != nullptr ? &self->entity : nullptr, self != nullptr ? &self->qos : nullptr, qos,
-            &DDS_TOPIC_QOS_DEFAULT, self != nullptr ? &self->entity.participant->defaultTopicQos : nullptr, true,
-            DDS_MONITOR_EVENT_TOPIC_QOS_CHANGE_AFTER, "DDS_Topic_set_qos");
+    return DDS_Entity_setQosI<DDS_TopicQos>(self != nullptr ? &self->entity : nullptr,
+                                            self != nullptr ? &self->qos : nullptr, qos, &DDS_TOPIC_QOS_DEFAULT,
+                                            self != nullptr ? &self->entity.participant->defaultTopicQos : nullptr,
+                                            true, DDS_MONITOR_EVENT_TOPIC_QOS_CHANGE_AFTER, "DDS_Topic_set_qos");
 }
 
 VURNC_API const char *DDS_TopicDescription_get_name(const DDS_TopicDescription *self) {
@@ -217,4 +214,4 @@ VURNC_API DDS_DomainParticipant *DDS_TopicDescription_get_participant(const DDS_
     return self != nullptr ? self->participant : nullptr;
 }
 
-} // extern "C"
+}  // extern "C"

@@ -29,18 +29,19 @@ constexpr DDS_Long VURN_LONG_MAX_I = 0x7fffffff;
     (offsetof(RECORD, parent) + offsetof(struct VURN_Transport_Property_t, MEMBER))
 
 // UDPv4 and UDPv6 records share their layout and members.
-#define VURN_UDP_MEMBERS_I(PREFIX, RECORD)                                                                    \
-    {PREFIX "parent.gather_send_buffer_count_max", VURN_PARENT_MEMBER_I(RECORD, gather_send_buffer_count_max), \
-     VURN_TRANSPORT_MEMBER_LONG_I, 1, 1024},                                                                   \
-    {PREFIX "parent.message_size_max", VURN_PARENT_MEMBER_I(RECORD, message_size_max),                        \
-     VURN_TRANSPORT_MEMBER_LONG_I, 1, 65507},                                                                  \
-    {PREFIX "send_socket_buffer_size", offsetof(RECORD, send_socket_buffer_size),                             \
-     VURN_TRANSPORT_MEMBER_LONG_I, 1, VURN_LONG_MAX_I},                                                        \
-    {PREFIX "recv_socket_buffer_size", offsetof(RECORD, recv_socket_buffer_size),                             \
-     VURN_TRANSPORT_MEMBER_LONG_I, 1, VURN_LONG_MAX_I},                                                        \
-    {PREFIX "unicast_enabled", offsetof(RECORD, unicast_enabled), VURN_TRANSPORT_MEMBER_FLAG_I, 0, 0},        \
-    {PREFIX "multicast_enabled", offsetof(RECORD, multicast_enabled), VURN_TRANSPORT_MEMBER_FLAG_I, 0, 0},    \
-    {PREFIX "multicast_ttl", offsetof(RECORD, multicast_ttl), VURN_TRANSPORT_MEMBER_LONG_I, 0, 255}
+#define VURN_UDP_MEMBERS_I(PREFIX, RECORD)                                                                           \
+    {PREFIX "parent.gather_send_buffer_count_max", VURN_PARENT_MEMBER_I(RECORD, gather_send_buffer_count_max),       \
+     VURN_TRANSPORT_MEMBER_LONG_I, 1, 1024},                                                                         \
+            {PREFIX "parent.message_size_max", VURN_PARENT_MEMBER_I(RECORD, message_size_max),                       \
+             VURN_TRANSPORT_MEMBER_LONG_I, 1, 65507},                                                                \
+            {PREFIX "send_socket_buffer_size", offsetof(RECORD, send_socket_buffer_size),                            \
+             VURN_TRANSPORT_MEMBER_LONG_I, 1, VURN_LONG_MAX_I},                                                      \
+            {PREFIX "recv_socket_buffer_size", offsetof(RECORD, recv_socket_buffer_size),                            \
+             VURN_TRANSPORT_MEMBER_LONG_I, 1, VURN_LONG_MAX_I},                                                      \
+            {PREFIX "unicast_enabled", offsetof(RECORD, unicast_enabled), VURN_TRANSPORT_MEMBER_FLAG_I, 0, 0},       \
+            {PREFIX "multicast_enabled", offsetof(RECORD, multicast_enabled), VURN_TRANSPORT_MEMBER_FLAG_I, 0, 0}, { \
+        PREFIX "multicast_ttl", offsetof(RECORD, multicast_ttl), VURN_TRANSPORT_MEMBER_LONG_I, 0, 255                \
+    }
 
 static const VURN_TransportMemberI VURN_UDPv4Transport_g_membersI[] = {
         VURN_UDP_MEMBERS_I(VURN_UDPv4_TRANSPORT_PROPERTY_PREFIX, VURN_UDPv4Transport_Property_t)};
@@ -84,7 +85,8 @@ static void VURN_Transport_setParentDefaultsI(struct VURN_Transport_Property_t *
     parent->message_size_max = messageSizeMax;
 }
 
-template <typename Record> static void VURN_UdpTransport_setDefaultsI(Record *udp) {
+template <typename Record>
+static void VURN_UdpTransport_setDefaultsI(Record *udp) {
     udp->send_socket_buffer_size = 131072;
     udp->recv_socket_buffer_size = 131072;
     udp->unicast_enabled = DDS_BOOLEAN_TRUE;

@@ -142,8 +142,7 @@ bool DDS_WriterHistory_keepI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *ins
     return true;
 }
 
-void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance,
-                                        bool removeInstance) {
+void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance, bool removeInstance) {
     for (DDS_WriterSampleI *sample = path->oldest; sample != nullptr && instance->sampleCount > 0;) {
         DDS_WriterSampleI *next = sample->next;
         if (sample->instance == instance) {

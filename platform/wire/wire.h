@@ -166,11 +166,7 @@ struct ZELWireCounters {
 // and whether it is vendor-specific is not known (reported false).
 #define ZEL_WIRE_ENTITY_ID_PARTICIPANT 0x000001c1u
 
-enum ZELWireEntityKind {
-    ZEL_WIRE_ENTITY_PARTICIPANT = 0,
-    ZEL_WIRE_ENTITY_WRITER = 1,
-    ZEL_WIRE_ENTITY_READER = 2
-};
+enum ZELWireEntityKind { ZEL_WIRE_ENTITY_PARTICIPANT = 0, ZEL_WIRE_ENTITY_WRITER = 1, ZEL_WIRE_ENTITY_READER = 2 };
 
 struct ZELWireDiscoveredEntity {
     struct ZELWireGuid guid;

@@ -217,34 +217,54 @@ TEST_F(CdrStreamTest, EveryOperationWritesItsOctetsReadsThemBackAndRefusesToRunP
         };
     };
     const std::vector<Operation> operations = {
-            {"short", BE, [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitive(s, shorts, 2); }, {0, 0, 1},
+            {"short",
+             BE,
+             [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitive(s, shorts, 2); },
+             {0, 0, 1},
              {readsValue<uint16_t>(1), [](ZELCdrStream *s) { return ZELCdrStream_skipPrimitive(s, 2); }}},
-            {"long long", BE, [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitive(s, &u64s[1], 8); },
-             {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7}, {readsValue<uint64_t>(7)}},
-            {"array", BE, [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitiveArray(s, shorts, 3, 2); },
+            {"long long",
+             BE,
+             [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitive(s, &u64s[1], 8); },
+             {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7},
+             {readsValue<uint64_t>(7)}},
+            {"array",
+             BE,
+             [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitiveArray(s, shorts, 3, 2); },
              {0, 0, 1, 0, 2, 0, 3},
              {readShorts, [](ZELCdrStream *s) { return ZELCdrStream_skipPrimitiveArray(s, 3, 2); }}},
-            {"little-endian array, each element swapped", LE,
+            {"little-endian array, each element swapped",
+             LE,
              [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitiveArray(s, shorts, 3, 2); },
-             {0, 1, 0, 2, 0, 3, 0}, {readShorts}},
-            {"empty array, not aligned", BE,
-             [](ZELCdrStream *s) { return ZELCdrStream_serializePrimitiveArray(s, nullptr, 0, 8); }, {},
+             {0, 1, 0, 2, 0, 3, 0},
+             {readShorts}},
+            {"empty array, not aligned",
+             BE,
+             [](ZELCdrStream *s) { return ZELCdrStream_serializePrimitiveArray(s, nullptr, 0, 8); },
+             {},
              {[&](ZELCdrStream *s) { return ZELCdrStream_deserializePrimitiveArray(s, text, 0, 8); }}},
-            {"string", BE, [](ZELCdrStream *s) { return ZELCdrStream_serializeString(s, "hello", 6); },
+            {"string",
+             BE,
+             [](ZELCdrStream *s) { return ZELCdrStream_serializeString(s, "hello", 6); },
              {0, 0, 0, 0, 0, 0, 6, 'h', 'e', 'l', 'l', 'o', 0},
              {[&](ZELCdrStream *s) {
                   return ZELCdrStream_deserializeString(s, text, 6) && std::strcmp(text, "hello") == 0;
               },
               [](ZELCdrStream *s) { return ZELCdrStream_skipString(s, 6); }}},
-            {"empty string", BE, [](ZELCdrStream *s) { return ZELCdrStream_serializeString(s, "", 1); },
+            {"empty string",
+             BE,
+             [](ZELCdrStream *s) { return ZELCdrStream_serializeString(s, "", 1); },
              {0, 0, 0, 0, 0, 0, 1, 0},
              {[&](ZELCdrStream *s) { return ZELCdrStream_deserializeString(s, text, 1) && text[0] == 0; }}},
-            {"sequence length", BE, [](ZELCdrStream *s) { return ZELCdrStream_serializeSequenceLength(s, 3, 3); },
-             {0, 0, 0, 0, 0, 0, 3}, {[](ZELCdrStream *s) {
+            {"sequence length",
+             BE,
+             [](ZELCdrStream *s) { return ZELCdrStream_serializeSequenceLength(s, 3, 3); },
+             {0, 0, 0, 0, 0, 0, 3},
+             {[](ZELCdrStream *s) {
                  uint32_t length = 0;
                  return ZELCdrStream_deserializeSequenceLength(s, &length, 3) && length == 3;
              }}},
-            {"primitive sequence", BE,
+            {"primitive sequence",
+             BE,
              [&](ZELCdrStream *s) { return ZELCdrStream_serializePrimitiveSequence(s, u64s, 2, 2, 8); },
              {0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 6, 0, 0, 0, 0, 0, 0, 0, 7},
              {[](ZELCdrStream *s) {
@@ -253,15 +273,18 @@ TEST_F(CdrStreamTest, EveryOperationWritesItsOctetsReadsThemBackAndRefusesToRunP
                          read.elements == std::vector<uint64_t>{6, 7};
               },
               [](ZELCdrStream *s) { return ZELCdrStream_skipPrimitiveSequence(s, 2, 8); }}},
-            {"empty primitive sequence, its elements dropped", BE,
+            {"empty primitive sequence, its elements dropped",
+             BE,
              [](ZELCdrStream *s) { return ZELCdrStream_serializePrimitiveSequence(s, nullptr, 0, 1, 8); },
-             {0, 0, 0, 0, 0, 0, 0}, {[](ZELCdrStream *s) {
+             {0, 0, 0, 0, 0, 0, 0},
+             {[](ZELCdrStream *s) {
                  VectorSequence<uint64_t> read;
                  read.elements = {9};
                  return ZELCdrStream_deserializePrimitiveSequence(s, &read, read.reserve, 1, 8) &&
                         read.elements.empty();
              }}},
-            {"string sequence", BE,
+            {"string sequence",
+             BE,
              [&](ZELCdrStream *s) { return ZELCdrStream_serializeStringSequence(s, strings, 2, 2, 3); },
              {0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 2, 'a', 0, 0, 0, 0, 0, 0, 3, 'b', 'c', 0},
              {[&](ZELCdrStream *s) {
@@ -272,7 +295,8 @@ TEST_F(CdrStreamTest, EveryOperationWritesItsOctetsReadsThemBackAndRefusesToRunP
                   return ok;
               },
               [](ZELCdrStream *s) { return ZELCdrStream_skipStringSequence(s, 2, 3); }}},
-            {"non-primitive sequence, through the callback with its parameter", BE,
+            {"non-primitive sequence, through the callback with its parameter",
+             BE,
              [&](ZELCdrStream *s) {
                  return ZELCdrStream_serializeNonPrimitiveSequence(s, pairs, 2, 2, sizeof(Pair), serializePair, &calls);
              },
@@ -284,24 +308,40 @@ TEST_F(CdrStreamTest, EveryOperationWritesItsOctetsReadsThemBackAndRefusesToRunP
                          read.elements.size() == 2 && read.elements[1].number == 3 && read.elements[1].flag == 4;
               },
               [](ZELCdrStream *s) { return ZELCdrStream_skipNonPrimitiveSequence(s, 2, skipPair, nullptr); }}},
-            {"parameter, its value padded", BE, parameter(3, ZEL_FALSE, ZEL_FALSE, &octet, 1),
-             {0, 0, 0, 0, 3, 0, 4, 1, 0, 0, 0}, {readParameter}},
-            {"extended must-understand parameter", BE, parameter(5, ZEL_TRUE, ZEL_TRUE, &port, 2),
-             {0, 0, 0, 0x7F, 0x01, 0, 8, 0x40, 0, 0, 5, 0, 0, 0, 4, 0x12, 0x34, 0, 0}, {readParameter}},
-            {"sentinel", BE, [](ZELCdrStream *s) { return ZELCdrStream_serializeSentinel(s); },
-             {0, 0, 0, 0x7F, 0x02, 0, 0}, {readSentinel}},
-            {"little-endian must-understand parameter and sentinel", LE,
+            {"parameter, its value padded",
+             BE,
+             parameter(3, ZEL_FALSE, ZEL_FALSE, &octet, 1),
+             {0, 0, 0, 0, 3, 0, 4, 1, 0, 0, 0},
+             {readParameter}},
+            {"extended must-understand parameter",
+             BE,
+             parameter(5, ZEL_TRUE, ZEL_TRUE, &port, 2),
+             {0, 0, 0, 0x7F, 0x01, 0, 8, 0x40, 0, 0, 5, 0, 0, 0, 4, 0x12, 0x34, 0, 0},
+             {readParameter}},
+            {"sentinel",
+             BE,
+             [](ZELCdrStream *s) { return ZELCdrStream_serializeSentinel(s); },
+             {0, 0, 0, 0x7F, 0x02, 0, 0},
+             {readSentinel}},
+            {"little-endian must-understand parameter and sentinel",
+             LE,
              [&](ZELCdrStream *s) {
                  return parameter(2, ZEL_TRUE, ZEL_FALSE, nullptr, 0)(s) && ZELCdrStream_serializeSentinel(s);
              },
              {0, 0, 0, 0x02, 0x40, 0, 0, 0x02, 0x7F, 0, 0},
              {[&](ZELCdrStream *s) { return readParameter(s) && readSentinel(s); }}},
-            {"encapsulation", BE, [](ZELCdrStream *s) { return ZELCdrStream_serializeEncapsulation(s, 1); },
-             {0, 1, 0, 0}, {[](ZELCdrStream *s) {
+            {"encapsulation",
+             BE,
+             [](ZELCdrStream *s) { return ZELCdrStream_serializeEncapsulation(s, 1); },
+             {0, 1, 0, 0},
+             {[](ZELCdrStream *s) {
                  uint16_t id = 0;
                  return ZELCdrStream_deserializeEncapsulation(s, &id) && id == 1;
              }}},
-            {"padding", BE, [](ZELCdrStream *s) { return ZELCdrStream_pad(s, 8); }, {0, 0, 0, 0, 0, 0, 0},
+            {"padding",
+             BE,
+             [](ZELCdrStream *s) { return ZELCdrStream_pad(s, 8); },
+             {0, 0, 0, 0, 0, 0, 0},
              {[](ZELCdrStream *s) { return ZELCdrStream_align(s, 8); }}},
     };
     for (const Operation &operation : operations) {
@@ -361,13 +401,16 @@ TEST_F(CdrStreamTest, WritersRefuseValuesOverTheirBoundsOrOutsideTheirForm) {
              [&](ZELCdrStream *s) { return ZELCdrStream_serializeStringSequence(s, strings, 2, 1, 7); }},
             {"string over the element bound",
              [&](ZELCdrStream *s) { return ZELCdrStream_serializeStringSequence(s, strings, 2, 2, 6); }},
-            {"non-primitive sequence over its bound", [&](ZELCdrStream *s) {
+            {"non-primitive sequence over its bound",
+             [&](ZELCdrStream *s) {
                  return ZELCdrStream_serializeNonPrimitiveSequence(s, pairs, 2, 1, sizeof(Pair), serializePair, &calls);
              }},
-            {"reserved id in a short header", [&](ZELCdrStream *s) {
+            {"reserved id in a short header",
+             [&](ZELCdrStream *s) {
                  return ZELCdrStream_serializeParameterHeader(s, &header, 0x3f01, ZEL_FALSE, ZEL_FALSE);
              }},
-            {"id over 28 bits", [&](ZELCdrStream *s) {
+            {"id over 28 bits",
+             [&](ZELCdrStream *s) {
                  return ZELCdrStream_serializeParameterHeader(s, &header, 0x10000000, ZEL_FALSE, ZEL_TRUE);
              }},
             {"unknown encapsulation", [](ZELCdrStream *s) { return ZELCdrStream_serializeEncapsulation(s, 6); }},
@@ -428,11 +471,14 @@ TEST_F(CdrStreamTest, ReadersRefuseMalformedEncodingsAndCountsOverTheirBounds) {
             {"primitive count the remainder cannot hold", huge, primitives(UINT32_MAX)},
             {"string count the remainder cannot hold", huge, stringSequence(UINT32_MAX, 10)},
             {"non-primitive count the remainder cannot hold", huge, pairs(UINT32_MAX)},
-            {"unknown encapsulation, not consumed", {0, 6, 0, 0}, [](ZELCdrStream *s) {
+            {"unknown encapsulation, not consumed",
+             {0, 6, 0, 0},
+             [](ZELCdrStream *s) {
                  uint16_t id = 0;
                  return ZELCdrStream_deserializeEncapsulation(s, &id) || ZELCdrStream_getCurrentPositionOffset(s) != 0;
              }},
-            {"extended header announcing 4 octets", {0x7F, 0x01, 0x00, 0x04, 0, 0, 0, 1, 0, 0, 0, 0},
+            {"extended header announcing 4 octets",
+             {0x7F, 0x01, 0x00, 0x04, 0, 0, 0, 1, 0, 0, 0, 0},
              [](ZELCdrStream *s) {
                  ZELCdrParameterHeader header{};
                  return ZELCdrStream_deserializeParameterHeader(s, &header) != 0;

@@ -102,22 +102,22 @@ TEST_F(ContentFilterTest, EveryOperatorOnEveryMemberKind) {
         const char *member, *below, *equal, *above;
     };
     const Case cases[] = {
-        {"o", "199", "200", "0xC9"},
-        {"s", "-301", "-0x12C", "-299"},
-        {"us", "59999", "60000", "60001"},
-        {"l", "-70001", "-70000", "-69999.5"},
-        {"ul", "-1", "0xEE6B2800", "4000000001"},
-        {"ll", "-5000000000001", "-5e12", "-4999999999999"},
-        {"ull", "9223372036854775807", "18000000000000000000", "0xFFFFFFFFFFFFFFFF"},
-        {"f", "2.4999", "2.5", "3"},
-        {"d", "-1", "-1.25e-1", ".5"},
-        {"distance", "41", "42", "43"},
-        {"color", "GREEN", "BLUE", "11"},
-        {"place.paint", "RED", "GREEN", "BLUE"},
-        {"name", "'sensor-6'", "'sensor-7'", "'sensor-70'"},
-        {"note", "'it'", "'it''s'", "'its'"},
-        {"c", "'j'", "'k'", "'ka'"},
-        {"place.tag", "''", "'roof'", "'roog'"},
+            {"o", "199", "200", "0xC9"},
+            {"s", "-301", "-0x12C", "-299"},
+            {"us", "59999", "60000", "60001"},
+            {"l", "-70001", "-70000", "-69999.5"},
+            {"ul", "-1", "0xEE6B2800", "4000000001"},
+            {"ll", "-5000000000001", "-5e12", "-4999999999999"},
+            {"ull", "9223372036854775807", "18000000000000000000", "0xFFFFFFFFFFFFFFFF"},
+            {"f", "2.4999", "2.5", "3"},
+            {"d", "-1", "-1.25e-1", ".5"},
+            {"distance", "41", "42", "43"},
+            {"color", "GREEN", "BLUE", "11"},
+            {"place.paint", "RED", "GREEN", "BLUE"},
+            {"name", "'sensor-6'", "'sensor-7'", "'sensor-70'"},
+            {"note", "'it'", "'it''s'", "'its'"},
+            {"c", "'j'", "'k'", "'ka'"},
+            {"place.tag", "''", "'roof'", "'roog'"},
     };
     for (const Case &c : cases) {
         const std::string m = c.member;
@@ -184,8 +184,8 @@ TEST_F(ContentFilterTest, NotBindsTighterThanAndWhichBindsTighterThanOr) {
 }
 
 TEST_F(ContentFilterTest, LikeMatchesPercentAndUnderscore) {
-    const char *matching[] = {"'sensor-7'", "'sensor-%'", "'%-7'", "'s_nsor%'", "'%'", "'%%'", "'________'",
-                              "'%s%r%7'", "'%e%o%'", "'s%n%r-_'"};
+    const char *matching[] = {"'sensor-7'", "'sensor-%'", "'%-7'",    "'s_nsor%'", "'%'",
+                              "'%%'",       "'________'", "'%s%r%7'", "'%e%o%'",   "'s%n%r-_'"};
     for (const char *pattern : matching) {
         EXPECT_TRUE(passes((std::string("name LIKE ") + pattern).c_str())) << pattern;
     }
@@ -237,8 +237,8 @@ TEST_F(ContentFilterTest, ParametersAreParsedForTheirMemberAndRebound) {
 
 TEST_F(ContentFilterTest, ThreadsEvaluateOneFilterTogether) {
     ZELContentFilterError error;
-    ZELContentFilter *filter = ZELContentFilter_compile(
-            &cft_Reading_g_desc, "name LIKE %0 AND (o > %1 OR note = 'x')", Parameters{"'%-7'", "100"}.get(), &error);
+    ZELContentFilter *filter = ZELContentFilter_compile(&cft_Reading_g_desc, "name LIKE %0 AND (o > %1 OR note = 'x')",
+                                                        Parameters{"'%-7'", "100"}.get(), &error);
     ASSERT_NE(filter, nullptr) << error.message;
     cft_Reading other;
     ASSERT_TRUE(cft_Reading_initialize(&other));
@@ -260,47 +260,47 @@ TEST_F(ContentFilterTest, ThreadsEvaluateOneFilterTogether) {
 
 TEST_F(ContentFilterTest, RefusalsNameWhatAndWhere) {
     const std::pair<const char *, const char *> cases[] = {
-        {"colr = 'red'", "unknown member 'colr' at 1"},
-        {"l = ", "unexpected end of expression at 5"},
-        {"l = 1 AND", "unexpected end of expression at 10"},
-        {"l == 1", "unexpected '=' at 4"},
-        {"(l = 1", "unexpected end of expression at 7"},
-        {"l = 1) OR o = 1", "unexpected ')' at 6"},
-        {"l = 1 o = 1", "unexpected 'o' at 7"},
-        {"AND l = 1", "unexpected 'AND' at 1"},
-        {"l BETWEEN 1 OR 2", "unexpected 'OR' at 13"},
-        {"l NOT LIKE 'a'", "unexpected 'LIKE' at 7"},
-        {"name = 'abc", "unterminated string at 8"},
-        {"l = 12abc", "bad number '12abc' at 5"},
-        {"l = 0x", "bad number '0x' at 5"},
-        {"l = 1.2.3", "bad number '1.2.3' at 5"},
-        {"ull = 18446744073709551616", "bad number '18446744073709551616' at 7"},
-        {"l = %100", "bad parameter '%100' at 5"},
-        {"l = %", "bad parameter '%' at 5"},
-        {"l = %1a", "bad parameter '%1a' at 5"},
-        {"l # 1", "unexpected character '#' at 3"},
-        {"place.nope = 1", "unknown member 'nope' at 7"},
-        {"l.x = 1", "'l' has no members at 1"},
-        {"place = 1", "member 'place' cannot be compared at 1"},
-        {"counts = 1", "member 'counts' cannot be compared at 1"},
-        {"window = 1", "member 'window' cannot be compared at 1"},
-        {"1 = 1", "comparison without a member at 1"},
-        {"5 BETWEEN l AND 6", "BETWEEN needs a member on its left at 1"},
-        // Operands must fit the member they are compared with.
-        {"name = 5", "cannot compare string with number at 8"},
-        {"5 < name", "cannot compare string with number at 1"},
-        {"l = 'x'", "cannot compare number with string at 5"},
-        {"l = name", "cannot compare number with string at 5"},
-        {"c = 1", "cannot compare character with number at 5"},
-        {"flag = 1", "cannot compare boolean with number at 8"},
-        {"o = TRUE", "cannot compare number with boolean at 5"},
-        {"color = 'BLUE'", "cannot compare enumeration with string at 9"},
-        {"color = PURPLE", "unknown member or enumerator 'PURPLE' at 9"},
-        {"l = RED", "unknown member 'RED' at 5"},
-        {"name BETWEEN 'a' AND 3", "cannot compare string with number at 22"},
-        {"flag < TRUE", "'<' does not apply to booleans at 6"},
-        {"flag BETWEEN FALSE AND TRUE", "'BETWEEN' does not apply to booleans at 6"},
-        {"l LIKE '5%'", "LIKE applies to strings only at 3"},
+            {"colr = 'red'", "unknown member 'colr' at 1"},
+            {"l = ", "unexpected end of expression at 5"},
+            {"l = 1 AND", "unexpected end of expression at 10"},
+            {"l == 1", "unexpected '=' at 4"},
+            {"(l = 1", "unexpected end of expression at 7"},
+            {"l = 1) OR o = 1", "unexpected ')' at 6"},
+            {"l = 1 o = 1", "unexpected 'o' at 7"},
+            {"AND l = 1", "unexpected 'AND' at 1"},
+            {"l BETWEEN 1 OR 2", "unexpected 'OR' at 13"},
+            {"l NOT LIKE 'a'", "unexpected 'LIKE' at 7"},
+            {"name = 'abc", "unterminated string at 8"},
+            {"l = 12abc", "bad number '12abc' at 5"},
+            {"l = 0x", "bad number '0x' at 5"},
+            {"l = 1.2.3", "bad number '1.2.3' at 5"},
+            {"ull = 18446744073709551616", "bad number '18446744073709551616' at 7"},
+            {"l = %100", "bad parameter '%100' at 5"},
+            {"l = %", "bad parameter '%' at 5"},
+            {"l = %1a", "bad parameter '%1a' at 5"},
+            {"l # 1", "unexpected character '#' at 3"},
+            {"place.nope = 1", "unknown member 'nope' at 7"},
+            {"l.x = 1", "'l' has no members at 1"},
+            {"place = 1", "member 'place' cannot be compared at 1"},
+            {"counts = 1", "member 'counts' cannot be compared at 1"},
+            {"window = 1", "member 'window' cannot be compared at 1"},
+            {"1 = 1", "comparison without a member at 1"},
+            {"5 BETWEEN l AND 6", "BETWEEN needs a member on its left at 1"},
+            // Operands must fit the member they are compared with.
+            {"name = 5", "cannot compare string with number at 8"},
+            {"5 < name", "cannot compare string with number at 1"},
+            {"l = 'x'", "cannot compare number with string at 5"},
+            {"l = name", "cannot compare number with string at 5"},
+            {"c = 1", "cannot compare character with number at 5"},
+            {"flag = 1", "cannot compare boolean with number at 8"},
+            {"o = TRUE", "cannot compare number with boolean at 5"},
+            {"color = 'BLUE'", "cannot compare enumeration with string at 9"},
+            {"color = PURPLE", "unknown member or enumerator 'PURPLE' at 9"},
+            {"l = RED", "unknown member 'RED' at 5"},
+            {"name BETWEEN 'a' AND 3", "cannot compare string with number at 22"},
+            {"flag < TRUE", "'<' does not apply to booleans at 6"},
+            {"flag BETWEEN FALSE AND TRUE", "'BETWEEN' does not apply to booleans at 6"},
+            {"l LIKE '5%'", "LIKE applies to strings only at 3"},
     };
     for (const auto &[expression, message] : cases) {
         EXPECT_EQ(refusal(expression), message) << expression;
@@ -345,4 +345,4 @@ TEST_F(ContentFilterTest, EveryAllocationFailureIsRefusedCleanly) {
     ZELContentFilter_delete(filter);
 }
 
-} // namespace
+}  // namespace

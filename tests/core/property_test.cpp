@@ -120,9 +120,9 @@ TEST_F(PropertyTest, NamesAndValuesStayWithinTheirBoundsAndFillBuffersOfThatSize
               DDS_RETCODE_OK);
     EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, (longestName + "n").c_str(), "", DDS_BOOLEAN_FALSE),
               DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_EQ(DDS_PropertyQosPolicyHelper_assert_property(&policy, "a", (longestValue + "v").c_str(),
-                                                          DDS_BOOLEAN_FALSE),
-              DDS_RETCODE_BAD_PARAMETER);
+    EXPECT_EQ(
+            DDS_PropertyQosPolicyHelper_assert_property(&policy, "a", (longestValue + "v").c_str(), DDS_BOOLEAN_FALSE),
+            DDS_RETCODE_BAD_PARAMETER);
     EXPECT_EQ(DDS_PropertyQosPolicyHelper_assert_property(&policy, longestName.c_str(), (longestValue + "v").c_str(),
                                                           DDS_BOOLEAN_FALSE),
               DDS_RETCODE_BAD_PARAMETER);

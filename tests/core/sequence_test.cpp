@@ -377,7 +377,9 @@ TEST_F(SequenceTest, EveryAllocationFailureLeavesTheStringSequenceAsItWas) {
             {"copy within the maximum", {"x", "y", "z"}, copy, {"one", "two"}, 6},
             {"from an array",
              {"keep"},
-             [](TestStringSeq *seq, const TestStringSeq *) { return fromTexts(seq, {"p", "q"}) != 0; },
+             [](TestStringSeq *seq, const TestStringSeq *) {
+                 return fromTexts(seq, {"p", "q"}) != 0;
+             },
              {"p", "q"},
              6},
     };
@@ -409,8 +411,7 @@ TEST_F(SequenceTest, EveryAllocationFailureLeavesTheStringSequenceAsItWas) {
                              "out of heap: array of 6 elements of 8 octets\n"));
     EXPECT_TRUE(log.contains("TestStringSeq_set_maximum", ZEL_LOG_INIT_FAILURE_s, "failed to initialize element\n"));
     EXPECT_TRUE(log.contains("TestStringSeq_from_array", ZEL_LOG_ANY_FAILURE_s, "failure: copy element\n"));
-    EXPECT_TRUE(log.contains("TestStringSeq_from_array", ZEL_LOG_ANY_FAILURE_s,
-                             "failure: copying array sequence\n"));
+    EXPECT_TRUE(log.contains("TestStringSeq_from_array", ZEL_LOG_ANY_FAILURE_s, "failure: copying array sequence\n"));
 }
 
 }  // namespace

@@ -124,7 +124,7 @@ TEST(ICompareTest, ComparesIgnoringAsciiCase) {
     EXPECT_LT(REDAString_iCompare("abc", "ABD"), 0);
     EXPECT_GT(REDAString_iCompare("abcd", "ABC"), 0);
     EXPECT_LT(REDAString_iCompare("", "a"), 0);
-    EXPECT_NE(REDAString_iCompare("[", "{"), 0);  // only letters fold
+    EXPECT_NE(REDAString_iCompare("[", "{"), 0);     // only letters fold
     EXPECT_GT(REDAString_iCompare("\xe9", "a"), 0);  // octets above 127 compare unsigned
     EXPECT_EQ(REDAString_iCompare(nullptr, nullptr), 0);
     EXPECT_LT(REDAString_iCompare(nullptr, ""), 0);

@@ -81,15 +81,15 @@ protected:
         HeapCheckedTest::SetUp();
         factory = DDS_DomainParticipantFactory_get_instance();
         ASSERT_NE(factory, nullptr);
-        participant = DDS_DomainParticipantFactory_create_participant(factory, 7, &DDS_PARTICIPANT_QOS_DEFAULT,
-                                                                      nullptr, DDS_STATUS_MASK_NONE);
+        participant = DDS_DomainParticipantFactory_create_participant(factory, 7, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr,
+                                                                      DDS_STATUS_MASK_NONE);
         ASSERT_NE(participant, nullptr);
         ASSERT_EQ(dp_ShapeTypeSupport_register_type(participant, nullptr), DDS_RETCODE_OK);
         ASSERT_EQ(dp_TickTypeSupport_register_type(participant, nullptr), DDS_RETCODE_OK);
         shapes = DDS_DomainParticipant_create_topic(participant, "Shapes", dp_ShapeTypeSupport_get_type_name(),
                                                     &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-        ticks = DDS_DomainParticipant_create_topic(participant, "Ticks", "dp::Tick", &DDS_TOPIC_QOS_DEFAULT,
-                                                   nullptr, 0);
+        ticks = DDS_DomainParticipant_create_topic(participant, "Ticks", "dp::Tick", &DDS_TOPIC_QOS_DEFAULT, nullptr,
+                                                   0);
         publisher = DDS_DomainParticipant_create_publisher(participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
         subscriber = DDS_DomainParticipant_create_subscriber(participant, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
         ASSERT_TRUE(shapes != nullptr && ticks != nullptr && publisher != nullptr && subscriber != nullptr);
@@ -171,8 +171,8 @@ protected:
 
     const ZELWireOps *wireOps() const { return DDS_Entity_getWireI(&participant->entity)->ops; }
 
-    static DDS_ReturnCode_t readOrTake(DDS_DataReader *reader, dp_ShapeSeq *data, DDS_SampleInfoSeq *infos,
-                                       bool take, DDS_SampleStateMask sampleStates = DDS_ANY_SAMPLE_STATE,
+    static DDS_ReturnCode_t readOrTake(DDS_DataReader *reader, dp_ShapeSeq *data, DDS_SampleInfoSeq *infos, bool take,
+                                       DDS_SampleStateMask sampleStates = DDS_ANY_SAMPLE_STATE,
                                        DDS_ViewStateMask viewStates = DDS_ANY_VIEW_STATE,
                                        DDS_InstanceStateMask instanceStates = DDS_ANY_INSTANCE_STATE) {
         return DDS_DataReader_read_or_take_untypedI(reader, reinterpret_cast<ZELSequence *>(data), infos,

@@ -61,11 +61,10 @@ TEST_F(ReaderWriterStressTest, StatusesAndCachesStayConsistentWhileEverythingHap
     // through the weak writer while its own thread does too.
     threads.emplace_back([&] {
         for (int i = 0; i < 40; ++i) {
-            readerQos.durability.kind =
-                    i % 2 == 0 ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS : DDS_VOLATILE_DURABILITY_QOS;
+            readerQos.durability.kind = i % 2 == 0 ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS : DDS_VOLATILE_DURABILITY_QOS;
             DDS_DataWriter *writer = createWriter();
-            DDS_DataReader *reader = createReader(i % 2 == 0 ? DDS_ContentFilteredTopic_as_topicdescription(filter)
-                                                             : nullptr);
+            DDS_DataReader *reader =
+                    createReader(i % 2 == 0 ? DDS_ContentFilteredTopic_as_topicdescription(filter) : nullptr);
             ASSERT_TRUE(writer != nullptr && reader != nullptr);
             writeMany(i % 2 == 0 ? writer : weak, "blue", 20);
             take(reader);
@@ -77,8 +76,7 @@ TEST_F(ReaderWriterStressTest, StatusesAndCachesStayConsistentWhileEverythingHap
         DDS_DataReaderQos changed = DDS_DataReaderQos_INITIALIZER;
         DDS_StringSeq parameters{};
         DDS_InstanceHandleSeq handles = ZEL_SEQUENCE_INITIALIZER;
-        ASSERT_TRUE(DDS_DataReader_get_qos(owned, &changed) == DDS_RETCODE_OK &&
-                    DDS_StringSeq_initialize(&parameters));
+        ASSERT_TRUE(DDS_DataReader_get_qos(owned, &changed) == DDS_RETCODE_OK && DDS_StringSeq_initialize(&parameters));
         for (int i = 0; finished.load() < 3; ++i) {
             ASSERT_TRUE(setParameter(&parameters, i % 2 == 0 ? "150" : "100"));
             EXPECT_EQ(DDS_ContentFilteredTopic_set_expression_parameters(filter, &parameters), DDS_RETCODE_OK);

@@ -8,8 +8,8 @@
 
 namespace {
 
-using zeltest::Sample;
 using zeltest::sameHandle;
+using zeltest::Sample;
 using zeltest::statusOf;
 using Xs = zeltest::Xs;
 
@@ -184,8 +184,8 @@ TEST_F(ReaderCacheTest, MatchedWritersAreCountedListedAliveAndReceivedFromUntilT
     liveliness = statusOf(DDS_DataReader_get_liveliness_changed_status, reader);
     EXPECT_EQ(liveliness.alive_count, 1);
     EXPECT_EQ(liveliness.alive_count_change, -1);
-    for (const DDS_InstanceHandle_t *unknown : {&secondHandle, &DDS_HANDLE_NIL,
-                                                 static_cast<const DDS_InstanceHandle_t *>(nullptr)}) {
+    for (const DDS_InstanceHandle_t *unknown :
+         {&secondHandle, &DDS_HANDLE_NIL, static_cast<const DDS_InstanceHandle_t *>(nullptr)}) {
         ofWriter(unknown, false, DDS_RETCODE_BAD_PARAMETER);
     }
     EXPECT_TRUE(log.contains("DDS_DataReader_get_matched_publication_datareader_protocol_status",

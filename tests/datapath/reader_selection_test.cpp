@@ -79,8 +79,7 @@ protected:
                              : dp_ShapeDataReader_read_next_instance_w_condition,
                         from, previous, condition);
         }
-        return lent(take ? dp_ShapeDataReader_take_w_condition : dp_ShapeDataReader_read_w_condition, from,
-                    condition);
+        return lent(take ? dp_ShapeDataReader_take_w_condition : dp_ShapeDataReader_read_w_condition, from, condition);
     }
 
     DDS_DataWriter *untypedWriter = nullptr;
@@ -99,9 +98,11 @@ TEST_F(ReaderSelectionTest, NextInstanceVisitsEveryInstanceInHandleOrderDisposed
     ASSERT_EQ(dispose("green"), DDS_RETCODE_OK);
     // Each instance as its colour and the x of its samples, in handle order;
     // the disposed one ends with the invalid-data sample of its dispose.
-    std::vector<std::pair<DDS_InstanceHandle_t, std::string>> expected = {
-            {lookup("red"), "red 0 10"}, {lookup("blue"), "blue 1"},   {lookup("green"), "green 2 -1"},
-            {lookup("yellow"), "yellow 3"}, {lookup("black"), "black 4"}};
+    std::vector<std::pair<DDS_InstanceHandle_t, std::string>> expected = {{lookup("red"), "red 0 10"},
+                                                                          {lookup("blue"), "blue 1"},
+                                                                          {lookup("green"), "green 2 -1"},
+                                                                          {lookup("yellow"), "yellow 3"},
+                                                                          {lookup("black"), "black 4"}};
     std::sort(expected.begin(), expected.end(), [](const auto &left, const auto &right) {
         return std::memcmp(left.first.value, right.first.value, sizeof left.first.value) < 0;
     });
@@ -130,8 +131,8 @@ TEST_F(ReaderSelectionTest, NextInstanceVisitsEveryInstanceInHandleOrderDisposed
 
     // The states skip instances without matching samples: only the disposed
     // one holds disposed samples, and after the walk nothing is unread.
-    const Lent disposed = nextInstance(true, &DDS_HANDLE_NIL, DDS_ANY_SAMPLE_STATE,
-                                       DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE);
+    const Lent disposed =
+            nextInstance(true, &DDS_HANDLE_NIL, DDS_ANY_SAMPLE_STATE, DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE);
     ASSERT_EQ(disposed.result, DDS_RETCODE_OK);
     EXPECT_EQ(disposed.samples.front().color, "green");
     EXPECT_EQ(nextInstance(false, &DDS_HANDLE_NIL, DDS_NOT_READ_SAMPLE_STATE, DDS_ANY_INSTANCE_STATE).result,
@@ -286,8 +287,7 @@ TEST_F(ReaderSelectionTest, ConditionsSelectByStatesAndBelongToTheirReader) {
     DDS_DataReader *other = createReader();
     ASSERT_NE(other, nullptr);
     zeltest::LogCapture log;
-    EXPECT_EQ(withCondition(dp_ShapeDataReader_narrow(other), unread, false).result,
-              DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_EQ(withCondition(dp_ShapeDataReader_narrow(other), unread, false).result, DDS_RETCODE_PRECONDITION_NOT_MET);
     EXPECT_TRUE(log.contains("DDS_DataReader_read_w_condition", ZEL_LOG_PRECONDITION_NOT_MET_s,
                              "precondition not met: condition of another reader\n"));
     EXPECT_EQ(DDS_DataReader_delete_readcondition(other, unread), DDS_RETCODE_PRECONDITION_NOT_MET);

@@ -183,12 +183,10 @@ TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
     EXPECT_EQ(take(lateReader), zeltest::Xs({3, 4, 9, -1}));
     EXPECT_EQ(protocolOf(lateReader).received_sample_count, 4);
     EXPECT_EQ(statusOf(DDS_DataReader_get_sample_lost_status, lateReader).total_count, 0);
-    DDS_DataWriterProtocolStatus protocol =
-            statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true);
+    DDS_DataWriterProtocolStatus protocol = statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true);
     EXPECT_EQ(protocol.pushed_sample_count, 9);  // 3 replayed twice + the dispose to three readers
     EXPECT_EQ(protocol.pushed_sample_count_change, 9);
-    EXPECT_EQ(statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true).pushed_sample_count_change,
-              0);
+    EXPECT_EQ(statusOf(DDS_DataWriter_get_datawriter_protocol_status_ex, keepLast, true).pushed_sample_count_change, 0);
 
     // KEEP_ALL refuses beyond max_samples_per_instance, max_instances and
     // max_samples (of all instances together), changing nothing.
@@ -199,9 +197,12 @@ TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
     DDS_DataWriter *keepAll = createWriter();
     ASSERT_NE(keepAll, nullptr);
     // Refused: a third red sample, green as a third instance, a second blue as a fourth sample.
-    const std::pair<const char *, DDS_ReturnCode_t> writes[] = {
-            {"red", DDS_RETCODE_OK},  {"red", DDS_RETCODE_OK},   {"red", DDS_RETCODE_OUT_OF_RESOURCES},
-            {"blue", DDS_RETCODE_OK}, {"green", DDS_RETCODE_OUT_OF_RESOURCES}, {"blue", DDS_RETCODE_OUT_OF_RESOURCES}};
+    const std::pair<const char *, DDS_ReturnCode_t> writes[] = {{"red", DDS_RETCODE_OK},
+                                                                {"red", DDS_RETCODE_OK},
+                                                                {"red", DDS_RETCODE_OUT_OF_RESOURCES},
+                                                                {"blue", DDS_RETCODE_OK},
+                                                                {"green", DDS_RETCODE_OUT_OF_RESOURCES},
+                                                                {"blue", DDS_RETCODE_OUT_OF_RESOURCES}};
     for (const auto &[color, expected] : writes) {
         EXPECT_EQ(write(keepAll, color, 1), expected) << color;
     }

@@ -31,19 +31,23 @@ struct Tree {
 
     bool build() {
         factory = DDS_DomainParticipantFactory_get_instance();
-        if (factory == nullptr) return false;
-        participant = DDS_DomainParticipantFactory_create_participant(factory, 3, &DDS_PARTICIPANT_QOS_DEFAULT,
-                                                                      nullptr, DDS_STATUS_MASK_NONE);
-        if (participant == nullptr) return false;
+        if (factory == nullptr)
+            return false;
+        participant = DDS_DomainParticipantFactory_create_participant(factory, 3, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr,
+                                                                      DDS_STATUS_MASK_NONE);
+        if (participant == nullptr)
+            return false;
         PRESTypePlugin keyed = makePlugin(true), keyless = makePlugin(false);
         if (DDS_DomainParticipant_register_type(participant, "K", &keyed, nullptr) != DDS_RETCODE_OK ||
             DDS_DomainParticipant_register_type(participant, "N", &keyless, nullptr) != DDS_RETCODE_OK)
             return false;
         topic = DDS_DomainParticipant_create_topic(participant, "Square", "K", &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-        keylessTopic = DDS_DomainParticipant_create_topic(participant, "Plain", "N", &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
+        keylessTopic =
+                DDS_DomainParticipant_create_topic(participant, "Plain", "N", &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
         publisher = DDS_DomainParticipant_create_publisher(participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
         subscriber = DDS_DomainParticipant_create_subscriber(participant, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
-        if (topic == nullptr || keylessTopic == nullptr || publisher == nullptr || subscriber == nullptr) return false;
+        if (topic == nullptr || keylessTopic == nullptr || publisher == nullptr || subscriber == nullptr)
+            return false;
         writer = DDS_Publisher_create_datawriter(publisher, topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
         reader = DDS_Subscriber_create_datareader(subscriber, DDS_Topic_as_topicdescription(keylessTopic),
                                                   &DDS_DATAREADER_QOS_DEFAULT, nullptr, 0);
@@ -74,17 +78,24 @@ TEST_F(EntityTest, DeletionIsRefusedWhileChildrenOrUsersExistAndAcrossParents) {
     ASSERT_TRUE(tree.build());
     EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(tree.factory, tree.participant),
               DDS_RETCODE_PRECONDITION_NOT_MET);
-    EXPECT_EQ(DDS_DomainParticipant_delete_publisher(tree.participant, tree.publisher), DDS_RETCODE_PRECONDITION_NOT_MET);
+    EXPECT_EQ(DDS_DomainParticipant_delete_publisher(tree.participant, tree.publisher),
+              DDS_RETCODE_PRECONDITION_NOT_MET);
     EXPECT_EQ(DDS_DomainParticipant_delete_topic(tree.participant, tree.topic), DDS_RETCODE_PRECONDITION_NOT_MET);
     EXPECT_EQ(DDS_DomainParticipant_unregister_type(tree.participant, "K"), DDS_RETCODE_PRECONDITION_NOT_MET);
     EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_PRECONDITION_NOT_MET);
     // A second publisher is not the writer's parent.
-    DDS_Publisher *other = DDS_DomainParticipant_create_publisher(tree.participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
+    DDS_Publisher *other =
+            DDS_DomainParticipant_create_publisher(tree.participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
     EXPECT_EQ(DDS_Publisher_delete_datawriter(other, tree.writer), DDS_RETCODE_PRECONDITION_NOT_MET);
     // A topic name is used once, by topics and content-filtered topics alike.
-    EXPECT_EQ(DDS_DomainParticipant_create_topic(tree.participant, "Square", "K", &DDS_TOPIC_QOS_DEFAULT, nullptr, 0), nullptr);
-    EXPECT_EQ(DDS_DomainParticipant_create_topic(tree.participant, "X", "unregistered", &DDS_TOPIC_QOS_DEFAULT, nullptr, 0), nullptr);
-    EXPECT_EQ(DDS_DomainParticipant_create_contentfilteredtopic(tree.participant, "Plain", tree.topic, "x > 1", nullptr), nullptr);
+    EXPECT_EQ(DDS_DomainParticipant_create_topic(tree.participant, "Square", "K", &DDS_TOPIC_QOS_DEFAULT, nullptr, 0),
+              nullptr);
+    EXPECT_EQ(DDS_DomainParticipant_create_topic(tree.participant, "X", "unregistered", &DDS_TOPIC_QOS_DEFAULT, nullptr,
+                                                 0),
+              nullptr);
+    EXPECT_EQ(
+            DDS_DomainParticipant_create_contentfilteredtopic(tree.participant, "Plain", tree.topic, "x > 1", nullptr),
+            nullptr);
     // A filter needs the type's sample description, which a hand-made plug-in lacks.
     EXPECT_EQ(DDS_DomainParticipant_create_contentfilteredtopic(tree.participant, "Big", tree.topic, "x > 1", nullptr),
               nullptr);
@@ -154,10 +165,11 @@ TEST_F(EntityTest, KeysCarryKindOctetsVendorBitAndAreUnique) {
     EXPECT_EQ(kindOctet(DDS_Topic_get_builtin_topic_key(tree.topic)), 0x0au);
     EXPECT_EQ(kindOctet(DDS_Publisher_get_builtin_topic_key(tree.publisher)), 0x08u);
     EXPECT_EQ(kindOctet(DDS_Subscriber_get_builtin_topic_key(tree.subscriber)), 0x09u);
-    EXPECT_EQ(kindOctet(DDS_DataWriter_get_builtin_topic_key(tree.writer)), 0x02u);   // keyed type
-    EXPECT_EQ(kindOctet(DDS_DataReader_get_builtin_topic_key(tree.reader)), 0x04u);   // keyless type
+    EXPECT_EQ(kindOctet(DDS_DataWriter_get_builtin_topic_key(tree.writer)), 0x02u);  // keyed type
+    EXPECT_EQ(kindOctet(DDS_DataReader_get_builtin_topic_key(tree.reader)), 0x04u);  // keyless type
     const DDS_BuiltinTopicKey_t *writerKey = DDS_DataWriter_get_builtin_topic_key(tree.writer);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(writerKey->value[i], participantKey.value[i]);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(writerKey->value[i], participantKey.value[i]);
     EXPECT_NE(writerKey->value[3], DDS_DataReader_get_builtin_topic_key(tree.reader)->value[3]);
 
     DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
@@ -170,8 +182,8 @@ TEST_F(EntityTest, KeysCarryKindOctetsVendorBitAndAreUnique) {
     EXPECT_FALSE(DDS_Entity_is_vendor_specific(DDS_DataWriter_as_entity(tree.writer)));
     DDS_DataWriterQos_finalize(&qos);
 
-    DDS_DomainParticipant *second = DDS_DomainParticipantFactory_create_participant(
-            tree.factory, 3, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+    DDS_DomainParticipant *second =
+            DDS_DomainParticipantFactory_create_participant(tree.factory, 3, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
     DDS_BuiltinTopicKey_t secondKey;
     DDS_DomainParticipant_get_builtin_topic_key(second, &secondKey);
     EXPECT_NE(secondKey.value[2], participantKey.value[2]);
@@ -207,7 +219,8 @@ TEST_F(EntityTest, EnablingFollowsParentsAndAutoenable) {
     publisherQos.entity_factory.autoenable_created_entities = DDS_BOOLEAN_FALSE;
     ASSERT_EQ(DDS_Publisher_set_qos(tree.publisher, &publisherQos), DDS_RETCODE_OK);
     DDS_PublisherQos_finalize(&publisherQos);
-    DDS_DataWriter *late = DDS_Publisher_create_datawriter(tree.publisher, tree.keylessTopic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
+    DDS_DataWriter *late =
+            DDS_Publisher_create_datawriter(tree.publisher, tree.keylessTopic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
     EXPECT_FALSE(DDS_Entity_is_enabled(DDS_DataWriter_as_entity(late)));
     EXPECT_EQ(DDS_Entity_enable(DDS_DataWriter_as_entity(late)), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_Entity_get_entity_kind(DDS_DataWriter_as_entity(late)), DDS_DATAWRITER_ENTITY_KIND);
@@ -261,7 +274,8 @@ TEST_F(EntityTest, QosChangesAreCheckedForConsistencyAndImmutability) {
     // Default writer QoS: set, used by new writers, and reset.
     qos.history.depth = 7;
     ASSERT_EQ(DDS_Publisher_set_default_datawriter_qos(tree.publisher, &qos), DDS_RETCODE_OK);
-    DDS_DataWriter *second = DDS_Publisher_create_datawriter(tree.publisher, tree.keylessTopic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
+    DDS_DataWriter *second =
+            DDS_Publisher_create_datawriter(tree.publisher, tree.keylessTopic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
     DDS_DataWriter_get_qos(second, &read);
     EXPECT_EQ(read.history.depth, 7);
     ASSERT_EQ(DDS_Publisher_set_default_datawriter_qos(tree.publisher, &DDS_DATAWRITER_QOS_DEFAULT), DDS_RETCODE_OK);
@@ -283,16 +297,20 @@ TEST_F(EntityTest, ProfilesGiveWriterQosByTopicPattern) {
     DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
     ASSERT_EQ(DDS_DomainParticipantFactory_add_qos_profile(factory, "lib", "prof"), DDS_RETCODE_OK);
     DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
-    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile(factory, &qos, "lib", "prof"), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile(factory, &qos, "lib", "prof"),
+              DDS_RETCODE_OK);
     qos.history.depth = 5;
-    ASSERT_EQ(DDS_DomainParticipantFactory_set_datawriter_qos_in_profile(factory, "lib", "prof", "zel/*Description", &qos),
+    ASSERT_EQ(DDS_DomainParticipantFactory_set_datawriter_qos_in_profile(factory, "lib", "prof", "zel/*Description",
+                                                                         &qos),
               DDS_RETCODE_OK);
     DDS_DataWriterQos read = DDS_DataWriterQos_INITIALIZER;
-    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile_w_topic_name(
-                      factory, &read, "lib", "prof", "zel/topicDescription"), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile_w_topic_name(factory, &read, "lib", "prof",
+                                                                                        "zel/topicDescription"),
+              DDS_RETCODE_OK);
     EXPECT_EQ(read.history.depth, 5);
-    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile_w_topic_name(
-                      factory, &read, "lib", "prof", "zel/topicStatistics"), DDS_RETCODE_OK);
+    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile_w_topic_name(factory, &read, "lib", "prof",
+                                                                                        "zel/topicStatistics"),
+              DDS_RETCODE_OK);
     EXPECT_EQ(read.history.depth, 1);
     EXPECT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile(factory, &read, "lib", "other"),
               DDS_RETCODE_BAD_PARAMETER);
@@ -327,7 +345,8 @@ TEST_F(EntityTest, LocksAreRecursiveOrderedAndNestInsideAPlugInsArea) {
     ASSERT_EQ(DDS_Entity_lock(writer), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_Entity_lock(participant), DDS_RETCODE_PRECONDITION_NOT_MET);
     // Creating a child needs the participant's lock: refused under a writer's.
-    EXPECT_EQ(DDS_DomainParticipant_create_publisher(tree.participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0), nullptr);
+    EXPECT_EQ(DDS_DomainParticipant_create_publisher(tree.participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0),
+              nullptr);
     EXPECT_EQ(DDS_Entity_unlock(writer), DDS_RETCODE_OK);
     EXPECT_TRUE(REDAWorker_leaveExclusiveArea(worker, nullptr, pluginArea));
     REDAWorkerFactory_destroyExclusiveArea(workers, pluginArea);
@@ -355,8 +374,8 @@ TEST_F(EntityTest, EveryAllocationFailureOfBuildingAndDeletingIsCleanlyRefused) 
 
 TEST_F(EntityTest, ThreadsCreateAndDeleteConcurrently) {
     DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
-    DDS_DomainParticipant *shared = DDS_DomainParticipantFactory_create_participant(
-            factory, 0, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+    DDS_DomainParticipant *shared =
+            DDS_DomainParticipantFactory_create_participant(factory, 0, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
     PRESTypePlugin plugin = makePlugin(true);
     ASSERT_EQ(DDS_DomainParticipant_register_type(shared, "K", &plugin, nullptr), DDS_RETCODE_OK);
     DDS_Topic *topic = DDS_DomainParticipant_create_topic(shared, "T", "K", &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
@@ -364,7 +383,8 @@ TEST_F(EntityTest, ThreadsCreateAndDeleteConcurrently) {
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
             for (int i = 0; i < 50; ++i) {
-                DDS_Publisher *p = DDS_DomainParticipant_create_publisher(shared, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
+                DDS_Publisher *p =
+                        DDS_DomainParticipant_create_publisher(shared, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
                 DDS_DataWriter *w = DDS_Publisher_create_datawriter(p, topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
                 DDS_PublisherSeq seq = ZEL_SEQUENCE_INITIALIZER;
                 EXPECT_EQ(DDS_DomainParticipant_get_publishers(shared, &seq), DDS_RETCODE_OK);
@@ -374,7 +394,8 @@ TEST_F(EntityTest, ThreadsCreateAndDeleteConcurrently) {
             }
         });
     }
-    for (auto &thread : threads) thread.join();
+    for (auto &thread : threads)
+        thread.join();
     EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(shared), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipant_unregister_type(shared, "K"), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, shared), DDS_RETCODE_OK);

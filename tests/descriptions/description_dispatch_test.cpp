@@ -92,9 +92,9 @@ TEST_F(DescriptionDispatchTest, AWriterEventWithoutATopicCannotBeJudgedByTheUser
     zeltest::LogCapture capture;
     EXPECT_EQ(notify(object, DDS_MONITOR_EVENT_DATAWRITER_ENABLE_AFTER, DDS_DomainParticipant_as_entity(participant)),
               ZEL_MONITOR_RESULT_FAILURE);
-    EXPECT_EQ(dispatchLines(capture), (std::vector<zeltest::CapturedLine>{zeltest::expectedLine(
-                                              kNotify, ZEL_LOG_GET_FAILURE_s,
-                                              recordText(ZEL_LOG_GET_FAILURE_s, "related topic"))}));
+    EXPECT_EQ(dispatchLines(capture),
+              (std::vector<zeltest::CapturedLine>{zeltest::expectedLine(
+                      kNotify, ZEL_LOG_GET_FAILURE_s, recordText(ZEL_LOG_GET_FAILURE_s, "related topic"))}));
 }
 
 TEST_F(DescriptionDispatchTest, AFailedDescriptionDisposeSkipsTheStatisticsAndWrongKindsAreRefusedFirst) {
@@ -128,9 +128,9 @@ TEST_F(DescriptionDispatchTest, MatchedStatisticsNameTheRemoteReaderByTheHandleO
     ZELDefaultMonitorParticipantObject *object = monitor(participant, false);
     DDS_Topic *square = createTopic(participant, "Square");
     DDS_DataWriter *writer = createWriter(participant, square);
-    DDS_DataReader *reader = createReader(
-            DDS_DomainParticipant_create_subscriber(participant, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0),
-            DDS_Topic_as_topicdescription(square));
+    DDS_DataReader *reader =
+            createReader(DDS_DomainParticipant_create_subscriber(participant, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0),
+                         DDS_Topic_as_topicdescription(square));
     ASSERT_EQ(enable(object), ZEL_MONITOR_RESULT_OK);
 
     // The middleware reports the remote endpoint's GUID as four words in
@@ -186,8 +186,8 @@ TEST_F(DescriptionDispatchTest, TransportsThatCannotBeQueriedWithholdTheParticip
     qos.transport_builtin.mask = 0;
     ASSERT_EQ(DDS_DomainParticipant_set_qos(participant, &qos), DDS_RETCODE_OK);
     DDS_DomainParticipantQos_finalize(&qos);
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(object, participant,
-                                                                                  DDS_BOOLEAN_FALSE));
+    EXPECT_TRUE(
+            ZELDefaultMonitorParticipantObject_sampleAndPublishParticipantDesc(object, participant, DDS_BOOLEAN_FALSE));
 }
 
 TEST_F(DescriptionDispatchTest, TopicsAreDescribedByThePlugInTheMonitoredParticipantRegisteredWithinTheNameBound) {

@@ -118,8 +118,7 @@ TEST_F(DescribedApplicationTest, EveryApplicationEntityIsDescribedOnceWithItsKey
     DDS_Subscriber *spare = createSubscriber(app, "spare");
     DDS_DataWriter *squareWriter = createWriter(publisher, square, "squareWriter", 3, 7);
     DDS_DataWriter *noteWriter = createWriter(publisher, notes, "noteWriter");
-    DDS_DataReader *circleReader =
-            createReader(subscriber, DDS_Topic_as_topicdescription(circle), "circleReader", 2);
+    DDS_DataReader *circleReader = createReader(subscriber, DDS_Topic_as_topicdescription(circle), "circleReader", 2);
     DDS_DataReader *bigReader =
             createReader(subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigSquares), "bigReader");
 
@@ -140,8 +139,7 @@ TEST_F(DescribedApplicationTest, EveryApplicationEntityIsDescribedOnceWithItsKey
     // live on the same participant.
     auto topics = described<zeltest::TopicDescriptions>();
     const EntityKey squareKey = keyOf(square);
-    EXPECT_EQ(aliveIn(topics), (std::set<EntityKey>{squareKey, keyOf(circle),
-                                                    keyOf(notes)}));
+    EXPECT_EQ(aliveIn(topics), (std::set<EntityKey>{squareKey, keyOf(circle), keyOf(notes)}));
     const auto &squareDescription = *topics[squareKey].last;
     EXPECT_EQ(keyOf(squareDescription.participant_entity_key), appKey);
     EXPECT_STREQ(squareDescription.topic_name, "Square");
@@ -287,8 +285,9 @@ TEST_F(DescribedApplicationTest, UserTopicsAndPropertyListsDecideWhatIsDescribed
     EXPECT_EQ(aliveIn(writers), std::set<EntityKey>{keyOf(full)});
     EXPECT_EQ(writers.count(keyOf(tooMany)), 0u);
     EXPECT_EQ(DDSMonitoring_Property_tSeq_get_length(&writers.at(keyOf(full)).last->qos.property.value), 64);
-    EXPECT_TRUE(capture.contains("", ZELLogMessage{}, "ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc: "
-                                                      "PropertyQosPolicy sequence length (65) exceeds maximum (64)\n"));
+    EXPECT_TRUE(capture.contains("", ZELLogMessage{},
+                                 "ZELDefaultMonitorParticipantObject_sampleAndPublishWriterDesc: "
+                                 "PropertyQosPolicy sequence length (65) exceeds maximum (64)\n"));
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_onEventNotify", ZEL_LOG_ANY_FAILURE_s,
                                  recordText(ZEL_LOG_ANY_FAILURE_s, "publish writer desc")));
     const auto readers = described<zeltest::ReaderDescriptions>();

@@ -50,8 +50,8 @@ DDS_DomainParticipant *DiscoveryTest::participant(
     if (DDS_DomainParticipantFactory_get_default_participant_qos(factory_, &qos) == DDS_RETCODE_OK) {
         bool added = true;
         for (const auto &[name, value] : properties) {
-            added = added && DDS_PropertyQosPolicyHelper_add_property(&qos.property, name, value,
-                                                                      DDS_BOOLEAN_FALSE) == DDS_RETCODE_OK;
+            added = added && DDS_PropertyQosPolicyHelper_add_property(&qos.property, name, value, DDS_BOOLEAN_FALSE) ==
+                                     DDS_RETCODE_OK;
         }
         if (added) {
             p = DDS_DomainParticipantFactory_create_participant(factory_, domainId, &qos, nullptr,
@@ -91,8 +91,8 @@ DDS_BuiltinTopicKey_t DiscoveryTest::keyFor(DDS_DomainParticipant *p, DDS_Unsign
     return key;
 }
 
-DDS_BuiltinTopicKey_t DiscoveryTest::wireWriter(DDS_DomainParticipant *p, DDS_UnsignedLong entityId,
-                                                const char *topic, const char *type) {
+DDS_BuiltinTopicKey_t DiscoveryTest::wireWriter(DDS_DomainParticipant *p, DDS_UnsignedLong entityId, const char *topic,
+                                                const char *type) {
     ZELWireEndpointParams params;
     const DDS_BuiltinTopicKey_t key = keyFor(p, entityId, &params, topic, type);
     const ZELWireWriterListener listener{};
@@ -102,8 +102,8 @@ DDS_BuiltinTopicKey_t DiscoveryTest::wireWriter(DDS_DomainParticipant *p, DDS_Un
     return key;
 }
 
-DDS_BuiltinTopicKey_t DiscoveryTest::wireReader(DDS_DomainParticipant *p, DDS_UnsignedLong entityId,
-                                                const char *topic, const char *type) {
+DDS_BuiltinTopicKey_t DiscoveryTest::wireReader(DDS_DomainParticipant *p, DDS_UnsignedLong entityId, const char *topic,
+                                                const char *type) {
     ZELWireEndpointParams params;
     const DDS_BuiltinTopicKey_t key = keyFor(p, entityId, &params, topic, type);
     ZELWireReaderListener listener{};

@@ -92,16 +92,15 @@ TEST_F(DiscoveryTest, RefusalsForNullsADisabledParticipantAndASequenceThatCannot
     DDS_InstanceHandleSeq seq = ZEL_SEQUENCE_INITIALIZER;
     EXPECT_EQ(DDS_DomainParticipant_get_publications(nullptr, &seq), DDS_RETCODE_BAD_PARAMETER);
     EXPECT_EQ(DDS_DomainParticipant_get_subscriptions(local, nullptr), DDS_RETCODE_BAD_PARAMETER);
-    EXPECT_TRUE(log.contains("DDS_DomainParticipant_get_subscriptions", ZEL_LOG_BAD_PARAMETER_s,
-                             "bad parameter: seq\n"));
+    EXPECT_TRUE(
+            log.contains("DDS_DomainParticipant_get_subscriptions", ZEL_LOG_BAD_PARAMETER_s, "bad parameter: seq\n"));
 
     // A loaned buffer too small for the three writers cannot grow.
     DDS_InstanceHandle_t buffer[2];
     ASSERT_TRUE(DDS_InstanceHandleSeq_loan_contiguous(&seq, buffer, 0, 2));
     EXPECT_EQ(DDS_DomainParticipant_get_publications(local, &seq), DDS_RETCODE_OUT_OF_RESOURCES);
     EXPECT_EQ(DDS_InstanceHandleSeq_get_length(&seq), 0);
-    EXPECT_TRUE(log.contains("DDS_DomainParticipant_get_publications", ZEL_LOG_ANY_FAILURE_s,
-                             "failure: grow seq\n"));
+    EXPECT_TRUE(log.contains("DDS_DomainParticipant_get_publications", ZEL_LOG_ANY_FAILURE_s, "failure: grow seq\n"));
     ASSERT_TRUE(DDS_InstanceHandleSeq_unloan(&seq));
 
     // Every allocation failure of a growing sequence is reported.

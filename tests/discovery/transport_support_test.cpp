@@ -50,8 +50,7 @@ TEST_F(TransportSupportTest, NullsUnknownKindsAndValuesOutsideAMembersRangeAreRe
     DDS_DomainParticipant *p = participant(0);
     ASSERT_NE(p, nullptr);
     VURN_UDPv4Transport_Property_t udpv4;
-    EXPECT_EQ(VURN_Transport_Support_get_builtin_transport_property(nullptr, DDS_TRANSPORTBUILTIN_UDPv4,
-                                                                    &udpv4.parent),
+    EXPECT_EQ(VURN_Transport_Support_get_builtin_transport_property(nullptr, DDS_TRANSPORTBUILTIN_UDPv4, &udpv4.parent),
               DDS_RETCODE_BAD_PARAMETER);
     EXPECT_EQ(VURN_Transport_Support_get_builtin_transport_property(p, DDS_TRANSPORTBUILTIN_UDPv4, nullptr),
               DDS_RETCODE_BAD_PARAMETER);

@@ -9,9 +9,9 @@ extern "C" {
 #endif
 
 struct CLayoutEntry {
-    const char *type;      /* flat type name */
-    const char *member;    /* NULL for the entry giving the whole struct's size */
-    size_t value;          /* offset of the member, or size of the struct */
+    const char *type;   /* flat type name */
+    const char *member; /* NULL for the entry giving the whole struct's size */
+    size_t value;       /* offset of the member, or size of the struct */
 };
 
 /* Entries for every member of the test structs, ended by an entry whose

@@ -21,14 +21,12 @@ using zelidl::TypeSpec;
 // A frontend over files held in memory.
 class Files {
 public:
-    Files &add(const std::string &path, const std::string &text)
-    {
+    Files &add(const std::string &path, const std::string &text) {
         files_[path] = text;
         return *this;
     }
 
-    Frontend frontend(std::vector<std::string> includeDirs = {}) const
-    {
+    Frontend frontend(std::vector<std::string> includeDirs = {}) const {
         auto files = files_;
         return Frontend(std::move(includeDirs), [files](const std::string &path) -> std::optional<std::string> {
             auto it = files.find(std::filesystem::path(path).lexically_normal().generic_string());
@@ -45,8 +43,7 @@ private:
 
 // The message of the error that `compile` raises; empty when it succeeds.
 template <class Compile>
-std::string errorFrom(Compile compile)
-{
+std::string errorFrom(Compile compile) {
     try {
         compile();
     } catch (const CompileError &e) {
@@ -56,14 +53,12 @@ std::string errorFrom(Compile compile)
 }
 
 // The message of the error that loading `source` as t.idl raises.
-std::string errorOf(const std::string &source)
-{
+std::string errorOf(const std::string &source) {
     Frontend frontend = Files().add("t.idl", source).frontend();
     return errorFrom([&] { frontend.load("t.idl"); });
 }
 
-const Declaration &declarationNamed(const SourceFile &file, const std::string &scopedName)
-{
+const Declaration &declarationNamed(const SourceFile &file, const std::string &scopedName) {
     for (const Declaration *d : file.declarations) {
         if (d->scopedName() == scopedName) {
             return *d;
@@ -72,55 +67,54 @@ const Declaration &declarationNamed(const SourceFile &file, const std::string &s
     throw std::runtime_error("no declaration " + scopedName);
 }
 
-TEST(IdlFrontend, RejectsFaultsAtTheirPosition)
-{
+TEST(IdlFrontend, RejectsFaultsAtTheirPosition) {
     const std::pair<const char *, const char *> cases[] = {
-        {"module A { struct S { long x; } };", "t.idl:1:33: error: expected ';' but found '}'"},
-        {"struct S {\n  long x;\n  $ y;\n};", "t.idl:3:3: error: unexpected character '$'"},
-        {"/* open\nstruct S { long x; };", "t.idl:1:1: error: unterminated comment"},
-        {"struct S {\n  Missing m;\n};", "t.idl:2:3: error: unknown type 'Missing'"},
-        {"@optional struct S { long x; };", "t.idl:1:1: error: unsupported annotation '@optional'"},
-        {"@key struct S { long x; };", "t.idl:1:1: error: annotation '@key' does not apply to a struct"},
-        {"struct S { @mutable long x; };", "t.idl:1:12: error: annotation '@mutable' does not apply to a member"},
-        {"@final @mutable struct S { long x; };", "t.idl:1:8: error: a struct has one extensibility kind"},
-        {"enum E { @value A };", "t.idl:1:10: error: annotation '@value' needs an integer argument"},
-        {"struct S { long x; short x; };", "t.idl:1:26: error: member 'x' is already declared"},
-        {"struct S { long x; };\nenum S { A };", "t.idl:2:6: error: 'S' is already declared in this scope"},
-        {"struct S { long class; };", "t.idl:1:17: error: 'class' is a reserved word in C or C++"},
-        {"enum E { A, @value(0) B };", "t.idl:1:13: error: enumerator 'B' repeats the value 0 of 'A'"},
-        {"enum E { A };\nenum F { A };", "t.idl:2:10: error: 'A' is already declared in this scope"},
-        {"struct S { string<0> s; };", "t.idl:1:19: error: a string bound must be between 1 and 4294967295"},
-        {"struct S { long a[4294967296]; };", "t.idl:1:19: error: an array length must be between 1 and 4294967295"},
-        {"typedef long A[2];", "t.idl:1:15: error: a typedef of an array is not supported"},
-        {"struct S { sequence<sequence<long> > s; };",
-         "t.idl:1:21: error: a sequence of an anonymous sequence is not supported; name it with a typedef"},
-        {"struct S { long x; S next; };", "t.idl:1:20: error: 'S' is used inside its own definition"},
-        {"#pragma once\nstruct S { long x; };", "t.idl:1:2: error: unsupported directive '#pragma'"},
-        {"struct S { long double d; };", "t.idl:1:12: error: unsupported type 'long double'"},
-        {"struct S { wstring w; };", "t.idl:1:12: error: unsupported type 'wstring'"},
-        {"union U { long x; };", "t.idl:1:1: error: unsupported construct 'union'"},
-        {"struct S { };", "t.idl:1:12: error: struct 'S' has no members"},
-        {"module M { struct S { long x; }; };\nstruct T { M m; };", "t.idl:2:12: error: 'M' is a module, not a type"},
-        {"struct S { long x; };\nstruct T { S::x y; };", "t.idl:2:12: error: 'S' is not a module, in 'S::x'"},
-        {"enum E { A };\nstruct T { A a; };", "t.idl:2:12: error: 'A' names an enumerator, not a type"},
-        {"struct S { long x = 1; };", "t.idl:1:19: error: unexpected character '='"},
-        {"struct S { long x; };\nmodule A { #include \"x.idl\"\n};",
-         "t.idl:2:12: error: #include is only supported outside modules"},
-        {"struct S { octet o[0x]; };", "t.idl:1:20: error: hexadecimal literal without digits"},
-        {"struct S { octet o[09]; };", "t.idl:1:21: error: invalid digit '9' in integer literal"},
-        {"struct A_B { long x; };\nmodule A { struct B { long y; }; };",
-         "t.idl:2:19: error: C name 'A_B' is already used by the declaration at t.idl:1:8"},
-        {"struct S { long x; }", "t.idl:1:21: error: expected ';' but found end of file"},
+            {"module A { struct S { long x; } };", "t.idl:1:33: error: expected ';' but found '}'"},
+            {"struct S {\n  long x;\n  $ y;\n};", "t.idl:3:3: error: unexpected character '$'"},
+            {"/* open\nstruct S { long x; };", "t.idl:1:1: error: unterminated comment"},
+            {"struct S {\n  Missing m;\n};", "t.idl:2:3: error: unknown type 'Missing'"},
+            {"@optional struct S { long x; };", "t.idl:1:1: error: unsupported annotation '@optional'"},
+            {"@key struct S { long x; };", "t.idl:1:1: error: annotation '@key' does not apply to a struct"},
+            {"struct S { @mutable long x; };", "t.idl:1:12: error: annotation '@mutable' does not apply to a member"},
+            {"@final @mutable struct S { long x; };", "t.idl:1:8: error: a struct has one extensibility kind"},
+            {"enum E { @value A };", "t.idl:1:10: error: annotation '@value' needs an integer argument"},
+            {"struct S { long x; short x; };", "t.idl:1:26: error: member 'x' is already declared"},
+            {"struct S { long x; };\nenum S { A };", "t.idl:2:6: error: 'S' is already declared in this scope"},
+            {"struct S { long class; };", "t.idl:1:17: error: 'class' is a reserved word in C or C++"},
+            {"enum E { A, @value(0) B };", "t.idl:1:13: error: enumerator 'B' repeats the value 0 of 'A'"},
+            {"enum E { A };\nenum F { A };", "t.idl:2:10: error: 'A' is already declared in this scope"},
+            {"struct S { string<0> s; };", "t.idl:1:19: error: a string bound must be between 1 and 4294967295"},
+            {"struct S { long a[4294967296]; };",
+             "t.idl:1:19: error: an array length must be between 1 and 4294967295"},
+            {"typedef long A[2];", "t.idl:1:15: error: a typedef of an array is not supported"},
+            {"struct S { sequence<sequence<long> > s; };",
+             "t.idl:1:21: error: a sequence of an anonymous sequence is not supported; name it with a typedef"},
+            {"struct S { long x; S next; };", "t.idl:1:20: error: 'S' is used inside its own definition"},
+            {"#pragma once\nstruct S { long x; };", "t.idl:1:2: error: unsupported directive '#pragma'"},
+            {"struct S { long double d; };", "t.idl:1:12: error: unsupported type 'long double'"},
+            {"struct S { wstring w; };", "t.idl:1:12: error: unsupported type 'wstring'"},
+            {"union U { long x; };", "t.idl:1:1: error: unsupported construct 'union'"},
+            {"struct S { };", "t.idl:1:12: error: struct 'S' has no members"},
+            {"module M { struct S { long x; }; };\nstruct T { M m; };",
+             "t.idl:2:12: error: 'M' is a module, not a type"},
+            {"struct S { long x; };\nstruct T { S::x y; };", "t.idl:2:12: error: 'S' is not a module, in 'S::x'"},
+            {"enum E { A };\nstruct T { A a; };", "t.idl:2:12: error: 'A' names an enumerator, not a type"},
+            {"struct S { long x = 1; };", "t.idl:1:19: error: unexpected character '='"},
+            {"struct S { long x; };\nmodule A { #include \"x.idl\"\n};",
+             "t.idl:2:12: error: #include is only supported outside modules"},
+            {"struct S { octet o[0x]; };", "t.idl:1:20: error: hexadecimal literal without digits"},
+            {"struct S { octet o[09]; };", "t.idl:1:21: error: invalid digit '9' in integer literal"},
+            {"struct A_B { long x; };\nmodule A { struct B { long y; }; };",
+             "t.idl:2:19: error: C name 'A_B' is already used by the declaration at t.idl:1:8"},
+            {"struct S { long x; }", "t.idl:1:21: error: expected ';' but found end of file"},
     };
     for (const auto &[source, expected] : cases) {
         EXPECT_EQ(errorOf(source), expected) << source;
     }
 }
 
-TEST(IdlFrontend, ResolvesNamesFromTheInnermostScopeOutwards)
-{
-    Frontend frontend = Files()
-                                .add("t.idl", R"(
+TEST(IdlFrontend, ResolvesNamesFromTheInnermostScopeOutwards) {
+    Frontend frontend = Files().add("t.idl", R"(
 module A {
     struct T { long x; };
     module B {
@@ -156,10 +150,8 @@ module A {            // reopened: still sees what it declared before
               "t.idl:2:56: error: unknown type 'B::T'");
 }
 
-TEST(IdlFrontend, ReadsDeclaratorsEnumeratorsAndAnnotations)
-{
-    Frontend frontend = Files()
-                                .add("t.idl", R"(
+TEST(IdlFrontend, ReadsDeclaratorsEnumeratorsAndAnnotations) {
+    Frontend frontend = Files().add("t.idl", R"(
 enum Color { RED, @value(10) GREEN, BLUE, @value(-5) NONE, LAST };
 @mutable struct S {
     @key long id, part[2][3];
@@ -199,8 +191,7 @@ struct D { long d; };
     EXPECT_EQ(s.members[3].type.bound, 0u);
 }
 
-TEST(IdlFrontend, ReadsEachIncludedFileOnceAndKeepsItsDeclarationsApart)
-{
+TEST(IdlFrontend, ReadsEachIncludedFileOnceAndKeepsItsDeclarationsApart) {
     Files files;
     files.add("dir/main.idl", "#include \"common.idl\"\n#include <other.idl>\nstruct M { C c; O o; };")
             .add("dir/common.idl", "struct C { long c; };")
@@ -230,8 +221,7 @@ TEST(IdlFrontend, ReadsEachIncludedFileOnceAndKeepsItsDeclarationsApart)
               "t.idl:1:1: error: cannot find 'nowhere.idl' beside the including file or in the include directories");
 }
 
-TEST(IdlGenerator, RejectsAPluginTypeThatIsNotAStruct)
-{
+TEST(IdlGenerator, RejectsAPluginTypeThatIsNotAStruct) {
     Frontend frontend = Files().add("t.idl", "enum E { A };\nstruct S { E e; };").frontend();
     const SourceFile &file = frontend.load("t.idl");
     zelidl::GeneratorOptions options;
@@ -244,10 +234,8 @@ TEST(IdlGenerator, RejectsAPluginTypeThatIsNotAStruct)
 
 // The DDS API's own types come from this generator, so a header that has no
 // plug-in to register must not include the API it would register with.
-TEST(IdlGenerator, OnlyFilesWithPlugInsRegisterThemThroughTheDdsApi)
-{
-    Frontend frontend = Files()
-                                .add("t.idl", "struct Plain { long a; };\nstruct Extra { long b; };")
+TEST(IdlGenerator, OnlyFilesWithPlugInsRegisterThemThroughTheDdsApi) {
+    Frontend frontend = Files().add("t.idl", "struct Plain { long a; };\nstruct Extra { long b; };")
                                 .add("k.idl", "struct Keyed { @key long id; };")
                                 .frontend();
     const std::string api = "#include \"vurnc/dds_domain.h\"";

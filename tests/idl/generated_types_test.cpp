@@ -20,8 +20,7 @@ using zeltest::Octets;
 class GeneratedTypesTest : public zeltest::HeapCheckedTest {};
 
 // Every generated descriptor of the test files, by flat name.
-std::map<std::string, const ZELCdrTypeDesc *> descriptors()
-{
+std::map<std::string, const ZELCdrTypeDesc *> descriptors() {
     std::map<std::string, const ZELCdrTypeDesc *> all;
 #define ZELIDL_TYPE(flat) all[#flat] = &flat##_g_desc;
 #include "geometry_types.inc"
@@ -31,14 +30,12 @@ std::map<std::string, const ZELCdrTypeDesc *> descriptors()
 }
 
 // An update with every member set, and its octets in one byte order.
-void fill(demo_ShapeUpdate &update)
-{
+void fill(demo_ShapeUpdate &update) {
     typestest::Filler filler(true);
     ASSERT_TRUE(filler.fill(&demo_ShapeUpdate_g_desc, &update));
 }
 
-Octets serialized(const demo_ShapeUpdate &update, DDS_UnsignedShort id)
-{
+Octets serialized(const demo_ShapeUpdate &update, DDS_UnsignedShort id) {
     const unsigned int size = demo_ShapeUpdatePlugin_get_serialized_sample_size(nullptr, 1, id, 0, &update);
     Buffer out(size);
     EXPECT_TRUE(demo_ShapeUpdatePlugin_serialize(nullptr, &update, &out.stream, 1, id, 1, nullptr));
@@ -46,8 +43,7 @@ Octets serialized(const demo_ShapeUpdate &update, DDS_UnsignedShort id)
     return out.written();
 }
 
-TEST_F(GeneratedTypesTest, DescriptorsRecordTheLayoutThatCSees)
-{
+TEST_F(GeneratedTypesTest, DescriptorsRecordTheLayoutThatCSees) {
     const auto all = descriptors();
     std::map<std::string, uint32_t> membersSeen;
     for (const CLayoutEntry *entry = idlTest_cLayout; entry->type != nullptr; ++entry) {
@@ -68,8 +64,7 @@ TEST_F(GeneratedTypesTest, DescriptorsRecordTheLayoutThatCSees)
     }
 }
 
-TEST_F(GeneratedTypesTest, TypeCodesAndNamesDescribeTheIdl)
-{
+TEST_F(GeneratedTypesTest, TypeCodesAndNamesDescribeTheIdl) {
     EXPECT_STREQ(demo_ShapeTypeTypeSupport_get_type_name(), "demo::ShapeType");
     EXPECT_STREQ(demo_ShapeUpdate_g_desc.name, "demo::ShapeUpdate");
     EXPECT_EQ(demo_ShapeUpdate_g_desc.extensibility, ZEL_CDR_EXTENSIBILITY_MUTABLE);
@@ -119,13 +114,12 @@ TEST_F(GeneratedTypesTest, TypeCodesAndNamesDescribeTheIdl)
     }
 }
 
-TEST_F(GeneratedTypesTest, EveryKindOfMemberRoundTripsInBothByteOrders)
-{
+TEST_F(GeneratedTypesTest, EveryKindOfMemberRoundTripsInBothByteOrders) {
     demo_ShapeUpdate *original = demo_ShapeUpdatePluginSupport_create_data();
     ASSERT_NE(original, nullptr);
     fill(*original);
-    for (DDS_UnsignedShort id : {DDS_UnsignedShort{ZEL_CDR_ENCAPSULATION_ID_CDR_BE},
-                                 DDS_UnsignedShort{ZEL_CDR_ENCAPSULATION_ID_CDR_LE}}) {
+    for (DDS_UnsignedShort id :
+         {DDS_UnsignedShort{ZEL_CDR_ENCAPSULATION_ID_CDR_BE}, DDS_UnsignedShort{ZEL_CDR_ENCAPSULATION_ID_CDR_LE}}) {
         SCOPED_TRACE(id);
         const Octets octets = serialized(*original, id);
         // A mutable type goes out as a parameter list of the requested order.
@@ -150,8 +144,7 @@ TEST_F(GeneratedTypesTest, EveryKindOfMemberRoundTripsInBothByteOrders)
 
 // Hashing keys is the monitoring types' and the type engine's to show; the
 // plug-in records what a keyed and a keyless type have.
-TEST_F(GeneratedTypesTest, PluginsOfKeyedAndKeylessTypesHaveTheirKeyOperationsOrNone)
-{
+TEST_F(GeneratedTypesTest, PluginsOfKeyedAndKeylessTypesHaveTheirKeyOperationsOrNone) {
     PRESTypePlugin *plugin = demo_ShapeTypePlugin_new();
     ASSERT_NE(plugin, nullptr);
     EXPECT_STREQ(plugin->typeName, "demo::ShapeType");
@@ -170,8 +163,7 @@ TEST_F(GeneratedTypesTest, PluginsOfKeyedAndKeylessTypesHaveTheirKeyOperationsOr
     demo_ExtentPlugin_delete(keyless);
 }
 
-TEST_F(GeneratedTypesTest, FailuresAreResultsLoggedUnderTheOperationsName)
-{
+TEST_F(GeneratedTypesTest, FailuresAreResultsLoggedUnderTheOperationsName) {
     zeltest::LogCapture log;
     demo_ShapeUpdate filled;
     ASSERT_TRUE(demo_ShapeUpdate_initialize(&filled));

@@ -33,18 +33,13 @@ module Other {
 };
 )";
 
-Frontend frontendOf(const std::string &source)
-{
+Frontend frontendOf(const std::string &source) {
     return Frontend({}, [source](const std::string &) -> std::optional<std::string> { return source; });
 }
 
-bool contains(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
+bool contains(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
 
-TEST(IdlRename, TypesOfARenamedModuleTakeItsNewNameInCAndInDescriptors)
-{
+TEST(IdlRename, TypesOfARenamedModuleTakeItsNewNameInCAndInDescriptors) {
     Frontend frontend = frontendOf(kSource);
     frontend.renameModule("M", "R");
     const SourceFile &file = frontend.load("t.idl");
@@ -73,8 +68,7 @@ TEST(IdlRename, TypesOfARenamedModuleTakeItsNewNameInCAndInDescriptors)
     EXPECT_TRUE(contains(header, "M_FIRST = 3"));
 }
 
-TEST(IdlRename, TheInnermostRenamedModuleWinsAndFaultsAreReported)
-{
+TEST(IdlRename, TheInnermostRenamedModuleWinsAndFaultsAreReported) {
     Frontend frontend = frontendOf(kSource);
     frontend.renameModule("M", "R");
     frontend.renameModule("M::N", "S::T");
@@ -95,7 +89,8 @@ TEST(IdlRename, TheInnermostRenamedModuleWinsAndFaultsAreReported)
     };
     EXPECT_EQ(renameError("M", "Q"), "<command line>:1:1: error: module 'M' is renamed twice");
     EXPECT_EQ(renameError("1M", "Q"), "<command line>:1:1: error: cannot rename module '1M' to 'Q': not a module name");
-    EXPECT_EQ(renameError("A::", "Q"), "<command line>:1:1: error: cannot rename module 'A::' to 'Q': not a module name");
+    EXPECT_EQ(renameError("A::", "Q"),
+              "<command line>:1:1: error: cannot rename module 'A::' to 'Q': not a module name");
     EXPECT_EQ(renameError("A", ""), "<command line>:1:1: error: cannot rename module 'A' to '': not a module name");
 
     // Dropping "_t" may make two sequences one C name: reported at the second.
@@ -109,8 +104,7 @@ TEST(IdlRename, TheInnermostRenamedModuleWinsAndFaultsAreReported)
     }
 }
 
-TEST(IdlRename, OutputBaseNameNamesTheHeaderAndLayoutTablePairsEveryRenamedType)
-{
+TEST(IdlRename, OutputBaseNameNamesTheHeaderAndLayoutTablePairsEveryRenamedType) {
     Frontend frontend = frontendOf(kSource);
     frontend.renameModule("M", "R");
     const SourceFile &file = frontend.load("t.idl");
@@ -122,14 +116,15 @@ TEST(IdlRename, OutputBaseNameNamesTheHeaderAndLayoutTablePairsEveryRenamedType)
     EXPECT_TRUE(contains(files.pluginSource, "#include \"renamed_types.h\"\n"));
 
     const std::string &table = files.layoutTable;
-    EXPECT_TRUE(contains(table, "ZELIDL_LAYOUT_ENUM(R_Kind, M_Kind)\n"
-                                "ZELIDL_LAYOUT_ENUMERATOR(R_FIRST, M_FIRST)\n"
-                                "ZELIDL_LAYOUT_ENUMERATOR(R_SECOND, M_SECOND)\n"
-                                "ZELIDL_LAYOUT_STRUCT(R_Item_t, M_Item_t)\n"
-                                "ZELIDL_LAYOUT_MEMBER(R_Item_t, M_Item_t, x)\n"
-                                "ZELIDL_LAYOUT_ALIAS(R_Handle_t, M_Handle_t)\n"
-                                "ZELIDL_LAYOUT_STRUCT(R_Holder, M_Holder)\n"
-                                "ZELIDL_LAYOUT_MEMBER(R_Holder, M_Holder, items)\n"));
+    EXPECT_TRUE(contains(table,
+                         "ZELIDL_LAYOUT_ENUM(R_Kind, M_Kind)\n"
+                         "ZELIDL_LAYOUT_ENUMERATOR(R_FIRST, M_FIRST)\n"
+                         "ZELIDL_LAYOUT_ENUMERATOR(R_SECOND, M_SECOND)\n"
+                         "ZELIDL_LAYOUT_STRUCT(R_Item_t, M_Item_t)\n"
+                         "ZELIDL_LAYOUT_MEMBER(R_Item_t, M_Item_t, x)\n"
+                         "ZELIDL_LAYOUT_ALIAS(R_Handle_t, M_Handle_t)\n"
+                         "ZELIDL_LAYOUT_STRUCT(R_Holder, M_Holder)\n"
+                         "ZELIDL_LAYOUT_MEMBER(R_Holder, M_Holder, items)\n"));
     EXPECT_TRUE(contains(table, "ZELIDL_LAYOUT_STRUCT(R_N_Inner_t, M_N_Inner_t)\n"));
     // Types of modules not renamed have no twin.
     EXPECT_FALSE(contains(table, "Plain_t"));

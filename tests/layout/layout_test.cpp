@@ -41,14 +41,17 @@ const TypePair kTypes[] = {
 #include "vurnc/generated/dds_types_layout.inc"
 };
 
-#define ZELIDL_LAYOUT_MEMBER(renamed, declared, member)                               \
-    {#renamed, #member, {offsetof(renamed, member), offsetof(declared, member)}, \
+#define ZELIDL_LAYOUT_MEMBER(renamed, declared, member)       \
+    {#renamed,                                                \
+     #member,                                                 \
+     {offsetof(renamed, member), offsetof(declared, member)}, \
      {sizeof(renamed::member), sizeof(declared::member)}},
 const MemberPair kMembers[] = {
 #include "vurnc/generated/dds_types_layout.inc"
 };
 
-#define ZELIDL_LAYOUT_ENUMERATOR(renamed, declared) {#renamed, {static_cast<long>(renamed), static_cast<long>(declared)}},
+#define ZELIDL_LAYOUT_ENUMERATOR(renamed, declared) \
+    {#renamed, {static_cast<long>(renamed), static_cast<long>(declared)}},
 const EnumeratorPair kEnumerators[] = {
 #include "vurnc/generated/dds_types_layout.inc"
 };

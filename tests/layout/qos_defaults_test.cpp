@@ -11,8 +11,7 @@ namespace {
 using QosDefaultsTest = zeltest::HeapCheckedTest;
 
 template <typename Qos>
-void checkDefaults(DDS_Boolean (*initialize)(Qos *), DDS_ReturnCode_t (*setDefaults)(Qos *),
-                   void (*finalize)(Qos *)) {
+void checkDefaults(DDS_Boolean (*initialize)(Qos *), DDS_ReturnCode_t (*setDefaults)(Qos *), void (*finalize)(Qos *)) {
     Qos qos;
     ASSERT_TRUE(initialize(&qos));
     ZELOsapiHeap_failAllocation(1, ZEL_TRUE);

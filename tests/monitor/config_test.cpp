@@ -21,7 +21,8 @@ using Pairs = std::vector<std::pair<const char *, const char *>>;
 struct Properties {
     explicit Properties(const Pairs &pairs) {
         for (const auto &[name, value] : pairs) {
-            EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, name, value, DDS_BOOLEAN_FALSE), DDS_RETCODE_OK);
+            EXPECT_EQ(DDS_PropertyQosPolicyHelper_add_property(&policy, name, value, DDS_BOOLEAN_FALSE),
+                      DDS_RETCODE_OK);
         }
     }
     ~Properties() { DDS_PropertyQosPolicy_finalize(&policy); }
@@ -80,7 +81,8 @@ TEST_F(ConfigTest, EveryKeyReachesItsSettingAndAValuelessOneCountsAsAbsent) {
     EXPECT_TRUE(ZELDefaultMonitorEntitySettings_hasQosProfile(&set.entities));
     EXPECT_STREQ(set.entities.writerPoolBufferMaxSize, "1024");
     EXPECT_TRUE(ZELDefaultMonitorEntitySettings_isTopicSelected(&set.entities, "zel/dds/monitoring/topicDescription"));
-    EXPECT_FALSE(ZELDefaultMonitorEntitySettings_isTopicSelected(&set.entities, "zel/dds/monitoring/topicEntityStatistics"));
+    EXPECT_FALSE(
+            ZELDefaultMonitorEntitySettings_isTopicSelected(&set.entities, "zel/dds/monitoring/topicEntityStatistics"));
     EXPECT_EQ(set.publish.period.sec, 16);
     EXPECT_EQ(set.publish.thread.priority, -3);
     EXPECT_EQ(set.publish.thread.stackSize, 4096);
@@ -92,7 +94,8 @@ TEST_F(ConfigTest, EveryKeyReachesItsSettingAndAValuelessOneCountsAsAbsent) {
         pair.second = "";
     }
     Properties valueless(emptyValues);
-    DDS_Property_t *nullValue = DDS_PropertyQosPolicyHelper_lookup_property(&valueless.policy, ZEL_MONITOR_CONFIG_PUBLISH_PERIOD);
+    DDS_Property_t *nullValue =
+            DDS_PropertyQosPolicyHelper_lookup_property(&valueless.policy, ZEL_MONITOR_CONFIG_PUBLISH_PERIOD);
     DDS_String_free(nullValue->value);
     nullValue->value = nullptr;
     Properties none(Pairs{});
@@ -124,8 +127,8 @@ TEST_F(ConfigTest, BooleansChangeOnlyOnTheWordThatContradictsTheirDefault) {
             {ZEL_MONITOR_CONFIG_RESET_STATUS_CHANGE_COUNTS, &P::resetStatusChangeCounts, false}};
     // Each word: does it turn off a true default, does it turn on a false one?
     const std::tuple<const char *, bool, bool> words[] = {
-            {"false", true, false}, {"FALSE", true, false}, {"fAlSe", true, false}, {"true", false, true},
-            {"True", false, true},  {"no", false, false},   {"yes", false, false},  {"1", false, false},
+            {"false", true, false}, {"FALSE", true, false},   {"fAlSe", true, false}, {"true", false, true},
+            {"True", false, true},  {"no", false, false},     {"yes", false, false},  {"1", false, false},
             {"0", false, false},    {" false", false, false}, {"true ", false, false}};
     for (const auto &[name, field, defaultValue] : keys) {
         for (const auto &[word, turnsOff, turnsOn] : words) {
@@ -137,11 +140,20 @@ TEST_F(ConfigTest, BooleansChangeOnlyOnTheWordThatContradictsTheirDefault) {
 
 TEST_F(ConfigTest, NumbersAreHexadecimalOnlyAfterALeadingZeroX) {
     // Text, as a publish number (hexadecimal allowed), as a first-attach one (decimal only).
-    const std::tuple<const char *, int32_t, int32_t> cases[] = {
-            {"0x10", 16, 0},  {"0X1f", 31, 0}, {"-3", -3, -3},   {"0", 0, 0},       {"  12", 12, 12},
-            {"+7", 7, 7},     {"12abc", 12, 12}, {"abc", 0, 0},  {"010", 10, 10},   {" 0x10", 0, 0},
-            {"-0x10", 0, 0},  {"0xFFFFFFFF", INT32_MAX, 0},      {"99999999999", INT32_MAX, INT32_MAX},
-            {"-99999999999", INT32_MIN, INT32_MIN}};
+    const std::tuple<const char *, int32_t, int32_t> cases[] = {{"0x10", 16, 0},
+                                                                {"0X1f", 31, 0},
+                                                                {"-3", -3, -3},
+                                                                {"0", 0, 0},
+                                                                {"  12", 12, 12},
+                                                                {"+7", 7, 7},
+                                                                {"12abc", 12, 12},
+                                                                {"abc", 0, 0},
+                                                                {"010", 10, 10},
+                                                                {" 0x10", 0, 0},
+                                                                {"-0x10", 0, 0},
+                                                                {"0xFFFFFFFF", INT32_MAX, 0},
+                                                                {"99999999999", INT32_MAX, INT32_MAX},
+                                                                {"-99999999999", INT32_MIN, INT32_MIN}};
     for (const auto &[text, publish, decimal] : cases) {
         EXPECT_EQ(readOne(ZEL_MONITOR_CONFIG_PUBLISH_PERIOD, text).publish.period.sec, publish) << text;
         EXPECT_EQ(readOne(ZEL_MONITOR_CONFIG_PUBLISH_THREAD_PRIORITY, text).publish.thread.priority, publish) << text;
@@ -154,9 +166,9 @@ TEST_F(ConfigTest, NumbersAreHexadecimalOnlyAfterALeadingZeroX) {
 
 TEST_F(ConfigTest, ThreadOptionsAcceptEverySpellingAndStopAtAnUnknownWord) {
     zeltest::LogCapture capture;
-    const std::pair<std::string, uint32_t> options[] = {
-            {"floating_point", 0x01u}, {"STDIO", 0x02u}, {"realtime_priority", 0x08u}, {"Priority_Enforce", 0x10u},
-            {"MASK_DEFAULT", 0u},      {"kind_mask_default", 0u}};
+    const std::pair<std::string, uint32_t> options[] = {{"floating_point", 0x01u},    {"STDIO", 0x02u},
+                                                        {"realtime_priority", 0x08u}, {"Priority_Enforce", 0x10u},
+                                                        {"MASK_DEFAULT", 0u},         {"kind_mask_default", 0u}};
     for (const std::string prefix : {"", "dds_thread_settings_", "Thread_Settings_"}) {
         for (const auto &[option, bit] : options) {
             if (prefix.empty() == (option == "kind_mask_default")) {
@@ -165,7 +177,8 @@ TEST_F(ConfigTest, ThreadOptionsAcceptEverySpellingAndStopAtAnUnknownWord) {
             EXPECT_EQ(ZELDefaultMonitorPublisher_parseThreadOptions((prefix + option).c_str()), bit) << prefix + option;
         }
     }
-    EXPECT_EQ(ZELDefaultMonitorPublisher_parseThreadOptions(" PRIORITY_ENFORCE|REALTIME_PRIORITY | mask_default "), 0x18u);
+    EXPECT_EQ(ZELDefaultMonitorPublisher_parseThreadOptions(" PRIORITY_ENFORCE|REALTIME_PRIORITY | mask_default "),
+              0x18u);
     EXPECT_EQ(ZELDefaultMonitorPublisher_parseThreadOptions(""), 0u);
     EXPECT_EQ(readOne(ZEL_MONITOR_CONFIG_PUBLISH_THREAD_OPTIONS, " \t ").publish.thread.options, 0u);
     EXPECT_TRUE(capture.lines().empty());
@@ -186,8 +199,8 @@ TEST_F(ConfigTest, ThreadOptionsAcceptEverySpellingAndStopAtAnUnknownWord) {
 
 TEST_F(ConfigTest, OutOfHeapIsLoggedAndLeavesNothingBehind) {
     zeltest::LogCapture capture;
-    Properties properties(
-            Pairs{{ZEL_MONITOR_CONFIG_USERTOPICS, "Square,Circle"}, {ZEL_MONITOR_CONFIG_SKIP_WRITER_PROPERTIES, "true"}});
+    Properties properties(Pairs{{ZEL_MONITOR_CONFIG_USERTOPICS, "Square,Circle"},
+                                {ZEL_MONITOR_CONFIG_SKIP_WRITER_PROPERTIES, "true"}});
     const auto onlyLine = [&](const char *context, const ZELLogMessage &message, const std::string &text) {
         EXPECT_EQ(capture.lines(), std::vector<zeltest::CapturedLine>{zeltest::expectedLine(context, message, text)});
     };

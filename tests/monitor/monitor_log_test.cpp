@@ -41,9 +41,9 @@ private:
 };
 
 TEST_F(MonitorLogTest, VerbosityKeepsTheLowBitsWithTheShiftWrappingAtThirtyTwo) {
-    const std::pair<int32_t, uint32_t> cases[] = {{INT32_MIN, 0u}, {-1, 0u},  {0, 0x1u},  {1, 0x3u},
-                                                  {2, 0x7u},       {3, 0xFu}, {30, 0x7FFFFFFFu},
-                                                  {31, 0u},        {32, 0x1u}, {INT32_MAX, 0u}};
+    const std::pair<int32_t, uint32_t> cases[] = {{INT32_MIN, 0u}, {-1, 0u},       {0, 0x1u},         {1, 0x3u},
+                                                  {2, 0x7u},       {3, 0xFu},      {30, 0x7FFFFFFFu}, {31, 0u},
+                                                  {32, 0x1u},      {INT32_MAX, 0u}};
     for (const auto &[verbosity, mask] : cases) {
         ZEL_Monitor_Log_setVerbosity(0xABCDu, verbosity);
         uint32_t submodules = 0;

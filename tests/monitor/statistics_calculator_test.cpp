@@ -17,8 +17,8 @@ namespace {
 
 using Metric = ZELDefaultMonitorStatisticsMetric;
 using MetricSet = ZELDefaultMonitorStatisticsMetricSet;
-using Calculator = std::unique_ptr<ZELDefaultMonitorStatisticsCalculator,
-                                   decltype(&ZELDefaultMonitorStatisticsCalculator_delete)>;
+using Calculator =
+        std::unique_ptr<ZELDefaultMonitorStatisticsCalculator, decltype(&ZELDefaultMonitorStatisticsCalculator_delete)>;
 
 constexpr double kMinStart = static_cast<double>(1e30f);
 constexpr uint32_t kAbsolute = ZEL_DEFAULT_MONITOR_STATISTICS_MODE_ABSOLUTE;
@@ -75,7 +75,8 @@ struct Recorded {
             EXPECT_EQ(block.min, *low);
             EXPECT_EQ(block.max, *high);
         } else {
-            EXPECT_TRUE(block.min == kMinStart || (block.min >= *low && std::count(rates.begin(), rates.end(), block.min)));
+            EXPECT_TRUE(block.min == kMinStart ||
+                        (block.min >= *low && std::count(rates.begin(), rates.end(), block.min)));
             EXPECT_TRUE(block.max == 0.0 || (block.max <= *high && std::count(rates.begin(), rates.end(), block.max)));
         }
     }
@@ -85,8 +86,8 @@ using StatisticsCalculatorTest = zeltest::HeapCheckedTest;
 
 TEST_F(StatisticsCalculatorTest, HistoryHoldsAnHourOfSinglePrecisionPeriods) {
     // 0.3 s is 0.30000001 s in single precision, which fits 11999 times.
-    const std::tuple<int32_t, uint32_t, int32_t> cases[] = {{5, 0u, 721},    {7, 0u, 515},  {1, 0u, 3601},
-                                                            {3600, 0u, 2},   {7200, 0u, 1}, {0, 300000000u, 12000}};
+    const std::tuple<int32_t, uint32_t, int32_t> cases[] = {{5, 0u, 721},  {7, 0u, 515},  {1, 0u, 3601},
+                                                            {3600, 0u, 2}, {7200, 0u, 1}, {0, 300000000u, 12000}};
     for (const auto &[sec, nanosec, length] : cases) {
         const Calculator calculator = makeCalculator(sec, nanosec);
         ASSERT_NE(calculator, nullptr);
@@ -247,7 +248,8 @@ TEST_F(StatisticsCalculatorTest, OutOfHeapIsLoggedUnderTheCreatingFunction) {
     const std::vector<zeltest::CapturedLine> expected[] = {
             {line("ZELDefaultMonitorStatisticsCalculator_new", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
                   static_cast<int>(sizeof(ZELDefaultMonitorStatisticsCalculator)))},
-            {line("ZELDefaultMonitorStatisticsCalculator_initialize", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd, 721, 24),
+            {line("ZELDefaultMonitorStatisticsCalculator_initialize", ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd, 721,
+                  24),
              line("ZELDefaultMonitorStatisticsCalculator_new", ZEL_LOG_INIT_FAILURE_s,
                   "ZELDefaultMonitorStatisticsCalculator object")},
             {}};

@@ -125,9 +125,8 @@ protected:
     // True when the participant reports an event of a topic it creates.
     bool isMonitored(DDS_DomainParticipant *participant) {
         const size_t before = callsOf(participant).size();
-        DDS_Publisher *publisher =
-                DDS_DomainParticipant_create_publisher(participant, &DDS_PUBLISHER_QOS_DEFAULT, nullptr,
-                                                       DDS_STATUS_MASK_NONE);
+        DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(participant, &DDS_PUBLISHER_QOS_DEFAULT,
+                                                                          nullptr, DDS_STATUS_MASK_NONE);
         EXPECT_EQ(DDS_DomainParticipant_delete_publisher(participant, publisher), DDS_RETCODE_OK);
         return callsOf(participant).size() > before;
     }
@@ -158,8 +157,9 @@ TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDet
     ASSERT_TRUE(bigShapes != nullptr && publisher != nullptr && subscriber != nullptr);
     DDS_DataWriter *writer =
             DDS_Publisher_create_datawriter(publisher, writerTopic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0);
-    DDS_DataReader *reader = DDS_Subscriber_create_datareader(
-            subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigShapes), &DDS_DATAREADER_QOS_DEFAULT, nullptr, 0);
+    DDS_DataReader *reader =
+            DDS_Subscriber_create_datareader(subscriber, DDS_ContentFilteredTopic_as_topicdescription(bigShapes),
+                                             &DDS_DATAREADER_QOS_DEFAULT, nullptr, 0);
     ASSERT_TRUE(writer != nullptr && reader != nullptr);
 
     TOUCH_QOS(DomainParticipant, writing);
@@ -187,13 +187,24 @@ TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDet
     // The writer matches (then gains the reader's locator) when the reader
     // is enabled, and loses the locator, then the match, when it goes; the
     // reader matches while it is being enabled.
-    const std::vector<Call> expectedWriting = lifeOf(
-            writing, {{0x10, P}, {0x100, T}, {0x110, T}, {0x200, G}, {0x210, G}, {0x400, W}, {0x410, W},
-                      {0x700, W}, {0x600, W}, {0x20, P}, {0x120, T}, {0x220, G}, {0x420, W}, {0x630, W},
-                      {0x730, W}, {0x241, G}, {0x431, W}, {0x231, G}, {0x131, T}, {0x41, P}});
-    const std::vector<Call> expectedReading = lifeOf(
-            reading, {{0x10, P}, {0x100, T}, {0x110, T}, {0x300, S}, {0x310, S}, {0x500, R}, {0x700, R},
-                      {0x510, R}, {0x320, S}, {0x520, R}, {0x531, R}, {0x730, R}, {0x331, S}, {0x131, T}});
+    const std::vector<Call> expectedWriting =
+            lifeOf(writing, {{0x10, P},  {0x100, T}, {0x110, T}, {0x200, G}, {0x210, G}, {0x400, W}, {0x410, W},
+                             {0x700, W}, {0x600, W}, {0x20, P},  {0x120, T}, {0x220, G}, {0x420, W}, {0x630, W},
+                             {0x730, W}, {0x241, G}, {0x431, W}, {0x231, G}, {0x131, T}, {0x41, P}});
+    const std::vector<Call> expectedReading = lifeOf(reading, {{0x10, P},
+                                                               {0x100, T},
+                                                               {0x110, T},
+                                                               {0x300, S},
+                                                               {0x310, S},
+                                                               {0x500, R},
+                                                               {0x700, R},
+                                                               {0x510, R},
+                                                               {0x320, S},
+                                                               {0x520, R},
+                                                               {0x531, R},
+                                                               {0x730, R},
+                                                               {0x331, S},
+                                                               {0x131, T}});
     EXPECT_EQ(callsOf(writing), expectedWriting);
     EXPECT_EQ(callsOf(reading), expectedReading);
     // One create first and one delete last around them, with the default
@@ -255,18 +266,40 @@ TEST_F(MonitorHookTest, FailuresAreLoggedAndLeaveTheParticipantUnmonitored) {
     const std::vector<Case> cases = {
             {"missing library",
              {{"zel.monitor.library", "no_such_monitor"}, {"zel.monitor.create_function", "RecordingMonitor_create"}},
-             {}, &ZEL_LOG_GET_FAILURE_s, std::string("monitor library no_such_monitor: ") + reason, 0},
+             {},
+             &ZEL_LOG_GET_FAILURE_s,
+             std::string("monitor library no_such_monitor: ") + reason,
+             0},
             {"missing symbol",
              {{"zel.monitor.library", "recording_monitor"}, {"zel.monitor.create_function", "NoSuchCreate"}},
-             {}, &ZEL_LOG_GET_FAILURE_s, "monitor create function NoSuchCreate in recording_monitor", 0},
-            {"library without function", {{"zel.monitor.library", "recording_monitor"}}, {},
-             &ZEL_LOG_PRECONDITION_NOT_MET_s, "zel.monitor.library without zel.monitor.create_function", 0},
-            {"function without library", {{"zel.monitor.create_function", "RecordingMonitor_create"}}, {},
-             &ZEL_LOG_PRECONDITION_NOT_MET_s, "zel.monitor.create_function without zel.monitor.library", 0},
-            {"address not a number", {{"zel.monitor.create_function_ptr", "0x12g"}}, {}, &ZEL_LOG_BAD_PARAMETER_s,
-             "zel.monitor.create_function_ptr \"0x12g\"", 0},
-            {"signed address", {{"zel.monitor.create_function_ptr", "-12"}}, {}, &ZEL_LOG_BAD_PARAMETER_s,
-             "zel.monitor.create_function_ptr \"-12\"", 0},
+             {},
+             &ZEL_LOG_GET_FAILURE_s,
+             "monitor create function NoSuchCreate in recording_monitor",
+             0},
+            {"library without function",
+             {{"zel.monitor.library", "recording_monitor"}},
+             {},
+             &ZEL_LOG_PRECONDITION_NOT_MET_s,
+             "zel.monitor.library without zel.monitor.create_function",
+             0},
+            {"function without library",
+             {{"zel.monitor.create_function", "RecordingMonitor_create"}},
+             {},
+             &ZEL_LOG_PRECONDITION_NOT_MET_s,
+             "zel.monitor.create_function without zel.monitor.library",
+             0},
+            {"address not a number",
+             {{"zel.monitor.create_function_ptr", "0x12g"}},
+             {},
+             &ZEL_LOG_BAD_PARAMETER_s,
+             "zel.monitor.create_function_ptr \"0x12g\"",
+             0},
+            {"signed address",
+             {{"zel.monitor.create_function_ptr", "-12"}},
+             {},
+             &ZEL_LOG_BAD_PARAMETER_s,
+             "zel.monitor.create_function_ptr \"-12\"",
+             0},
             {"create fails", kByName, createFails, &ZEL_LOG_CREATION_FAILURE_s, "monitor", 1},
             {"version refused", kByName, versionRefused, &ZEL_LOG_CREATION_FAILURE_s,
              "monitor: version 5.1.0.0 not supported", 1},
@@ -278,9 +311,9 @@ TEST_F(MonitorHookTest, FailuresAreLoggedAndLeaveTheParticipantUnmonitored) {
         zeltest::LogCapture capture;
         DDS_DomainParticipant *participant = create(c.properties);
         ASSERT_NE(participant, nullptr);
-        EXPECT_EQ(capture.lines(), (std::vector<zeltest::CapturedLine>{
-                                           zeltest::expectedLine(
-                                           kLoadContext, *c.message, zeltest::recordText(*c.message, c.text.c_str()))}));
+        EXPECT_EQ(capture.lines(),
+                  (std::vector<zeltest::CapturedLine>{zeltest::expectedLine(
+                          kLoadContext, *c.message, zeltest::recordText(*c.message, c.text.c_str()))}));
         EXPECT_EQ(countOf("create"), c.creates);
         EXPECT_EQ(countOf("attach"), 0);
         EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
@@ -293,10 +326,9 @@ TEST_F(MonitorHookTest, FailuresAreLoggedAndLeaveTheParticipantUnmonitored) {
     zeltest::LogCapture capture;
     DDS_DomainParticipant *participant = create(kByName);
     ASSERT_NE(participant, nullptr);
-    EXPECT_EQ(capture.lines(),
-              (std::vector<zeltest::CapturedLine>{zeltest::expectedLine(
-                      "DDS_MonitorHook_attachI", ZEL_LOG_ANY_FAILURE_s,
-                      zeltest::recordText(ZEL_LOG_ANY_FAILURE_s, "attach participant: result 1"))}));
+    EXPECT_EQ(capture.lines(), (std::vector<zeltest::CapturedLine>{zeltest::expectedLine(
+                                       "DDS_MonitorHook_attachI", ZEL_LOG_ANY_FAILURE_s,
+                                       zeltest::recordText(ZEL_LOG_ANY_FAILURE_s, "attach participant: result 1"))}));
     EXPECT_EQ(countOf("create"), 1);
     EXPECT_FALSE(isMonitored(participant));
     EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
@@ -372,10 +404,10 @@ TEST_F(MonitorHookTest, RealPlugInPublishesOnTheParticipantUntilItIsDeleted) {
     char error[256] = "";
     ZELOsapiLibrary *library = ZELOsapiLibrary_open("zelmonitoring", error, sizeof error);
     ASSERT_NE(library, nullptr) << error;
-    for (const char *name : {"ZELDefaultMonitor_create", "ZELDefaultMonitorPublisher_create",
-                             "ZELDefaultMonitorPublisher_delete", "ZELDefaultMonitorPublisher_onDomainParticipantAttach",
-                             "ZELDefaultMonitorPublisher_onDomainParticipantDetach",
-                             "ZELDefaultMonitorPublisher_onEventNotify"}) {
+    for (const char *name :
+         {"ZELDefaultMonitor_create", "ZELDefaultMonitorPublisher_create", "ZELDefaultMonitorPublisher_delete",
+          "ZELDefaultMonitorPublisher_onDomainParticipantAttach",
+          "ZELDefaultMonitorPublisher_onDomainParticipantDetach", "ZELDefaultMonitorPublisher_onEventNotify"}) {
         EXPECT_NE(ZELOsapiLibrary_getSymbol(library, name), nullptr) << name;
     }
     ZELOsapiLibrary_close(library);
@@ -401,7 +433,8 @@ TEST_F(MonitorHookTest, RealPlugInPublishesOnTheParticipantUntilItIsDeleted) {
     readerQos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     readerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     auto *descriptions = zel_dds_monitoring_TopicDescriptionDataReader_narrow(DDS_Subscriber_create_datareader(
-            subscriber, DDS_DomainParticipant_lookup_topicdescription(participant, "zel/dds/monitoring/topicDescription"),
+            subscriber,
+            DDS_DomainParticipant_lookup_topicdescription(participant, "zel/dds/monitoring/topicDescription"),
             &readerQos, nullptr, 0));
     DDS_DataReaderQos_finalize(&readerQos);
     ASSERT_NE(descriptions, nullptr);

@@ -12,8 +12,8 @@
 namespace recording {
 
 struct Call {
-    std::string name;                             // "create", "attach", "event", "detach" or "delete"
-    DDS_DomainParticipant *participant = nullptr; // the participant concerned
+    std::string name;                              // "create", "attach", "event", "detach" or "delete"
+    DDS_DomainParticipant *participant = nullptr;  // the participant concerned
     DDS_Long eventKind = 0;
     DDS_EntityKind_t entityKind = DDS_UNKNOWN_ENTITY_KIND;
     bool vendorSpecific = false;
@@ -21,10 +21,10 @@ struct Call {
 };
 
 struct Script {
-    bool createFails = false;                              // create returns NULL with createResult
+    bool createFails = false;  // create returns NULL with createResult
     DDS_UnsignedLong createResult = DDS_MONITOR_RESULT_OK;
-    bool attachFails = false;                              // attach returns NULL with result 1
-    DDS_DomainId_t ownParticipantDomain = -1;              // the first attach creates a marked participant there
+    bool attachFails = false;                  // attach returns NULL with result 1
+    DDS_DomainId_t ownParticipantDomain = -1;  // the first attach creates a marked participant there
 };
 
 // Clears the calls and puts the script back to its defaults.
@@ -38,5 +38,5 @@ RECORDING_MONITOR_API int qosReadFailures();
 }  // namespace recording
 
 extern "C" RECORDING_MONITOR_API DDS_Monitor *RecordingMonitor_create(DDS_UnsignedLong *result,
-                                                                     DDS_DomainParticipantFactory *factory,
-                                                                     DDS_MonitorVersion version);
+                                                                      DDS_DomainParticipantFactory *factory,
+                                                                      DDS_MonitorVersion version);

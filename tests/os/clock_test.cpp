@@ -11,8 +11,12 @@ TEST(NtpTime, NanosecondsBecomeTheFractionRoundedDownAndComeBackUnchanged) {
         int32_t sec;
         uint32_t frac;
     };
-    const Case cases[] = {{0, 0, 0}, {1, 0, 4}, {500000000, 0, 0x80000000u}, {999999999, 0, 0xfffffffbu},
-                          {5000000001ull, 5, 4}, {0x7fffffffull * 1000000000ull - 1, 0x7ffffffe, 0xfffffffbu}};
+    const Case cases[] = {{0, 0, 0},
+                          {1, 0, 4},
+                          {500000000, 0, 0x80000000u},
+                          {999999999, 0, 0xfffffffbu},
+                          {5000000001ull, 5, 4},
+                          {0x7fffffffull * 1000000000ull - 1, 0x7ffffffe, 0xfffffffbu}};
     for (const Case &c : cases) {
         ZELNtpTime time{};
         ZELNtpTime_fromNanoseconds(&time, c.nanoseconds);

@@ -105,8 +105,10 @@ protected:
         timer_ = ZELEventSmartTimer_new(clock_);
         ASSERT_NE(timer_, nullptr);
         const ZELEventGeneratorListener listener{[](void *param) {
-            static_cast<Recorder *>(param)->add(EventRun{"stopped", {}, {}, {}, {}, zeltest::currentThreadName()});
-        }, &stopped_};
+                                                     static_cast<Recorder *>(param)->add(EventRun{
+                                                             "stopped", {}, {}, {}, {}, zeltest::currentThreadName()});
+                                                 },
+                                                 &stopped_};
         generator_ = ZELEventActiveGenerator_new(factory_, clock_, timer_, &listener, nullptr);
         ASSERT_NE(generator_, nullptr);
     }
@@ -139,8 +141,7 @@ using Labels = std::vector<std::string>;
 TEST_F(EventGeneratorTest, EventsRunWhenDueInDueTimeOrderTiesInPostingOrderAndReschedule) {
     EventSpec c{&recorder_, "c"}, a{&recorder_, "a"}, b{&recorder_, "b"}, a2{&recorder_, "a2"}, c2{&recorder_, "c2"};
     EventSpec repeating{&recorder_, "r", 2};
-    ASSERT_TRUE(post(&c, 30) && post(&a, 10) && post(&b, 20) && post(&a2, 10) && post(&c2, 30) &&
-                post(&repeating, 10));
+    ASSERT_TRUE(post(&c, 30) && post(&a, 10) && post(&b, 20) && post(&a2, 10) && post(&c2, 30) && post(&repeating, 10));
     EXPECT_EQ(ZELEventActiveGenerator_getPendingEventCount(generator_), 6);
     setClock(20);
     EXPECT_EQ(recorder_.labels(6), (Labels{"a", "a2", "r", "r", "r", "b"}));
@@ -188,14 +189,16 @@ TEST_F(EventGeneratorTest, ShutdownDropsPendingEventsLetsTheRunningOneEndThenSto
     EventSpec pending{&recorder_, "pending"};
     ASSERT_TRUE(post(&pending, 100) && post(&pending, 200));
     const ZELNtpTime now{0, 0};
-    ASSERT_TRUE(ZELEventActiveGenerator_postEvent(generator_, &now,
+    ASSERT_TRUE(ZELEventActiveGenerator_postEvent(
+            generator_, &now,
             [](void *param, ZELNtpTime *, const ZELNtpTime *, const ZELNtpTime *, ZELEventData *,
                REDAWorker *) -> ZELBoolean {
                 auto **semaphores = static_cast<ZELOsapiSemaphore **>(param);
                 ZELOsapiSemaphore_give(semaphores[0]);
                 ZELOsapiSemaphore_take(semaphores[1], nullptr);
                 return ZEL_TRUE;  // asks for another run, which shutdown refuses
-            }, blocker, nullptr));
+            },
+            blocker, nullptr));
     ASSERT_EQ(ZELOsapiSemaphore_take(entered, nullptr), ZEL_OSAPI_SEMAPHORE_STATUS_OK);
 
     EXPECT_TRUE(ZELEventActiveGenerator_shutdown(generator_));
@@ -232,17 +235,20 @@ TEST_F(EventGeneratorTest, ClockFailureIsLoggedAndEventsRunOnceItRecovers) {
 
 TEST_F(EventGeneratorTest, EveryAllocationFailureOfCreateAndPostLeavesNothingBehind) {
     // Every thread counts: the generator's thread makes its worker.
-    zeltest::forEachAllocationFailure([this](long) {
-        ZELEventSmartTimer *timer = ZELEventSmartTimer_new(clock_);
-        ZELEventActiveGenerator *generator = ZELEventActiveGenerator_new(factory_, clock_, timer, nullptr, nullptr);
-        if (generator != nullptr) {
-            EventSpec spec{&recorder_, "never due"};
-            const ZELNtpTime due{1000, 0};
-            ZELEventActiveGenerator_postEvent(generator, &due, &recordEvent, &spec, nullptr);
-            ZELEventActiveGenerator_delete(generator);
-        }
-        ZELEventSmartTimer_delete(timer);
-    }, false);
+    zeltest::forEachAllocationFailure(
+            [this](long) {
+                ZELEventSmartTimer *timer = ZELEventSmartTimer_new(clock_);
+                ZELEventActiveGenerator *generator =
+                        ZELEventActiveGenerator_new(factory_, clock_, timer, nullptr, nullptr);
+                if (generator != nullptr) {
+                    EventSpec spec{&recorder_, "never due"};
+                    const ZELNtpTime due{1000, 0};
+                    ZELEventActiveGenerator_postEvent(generator, &due, &recordEvent, &spec, nullptr);
+                    ZELEventActiveGenerator_delete(generator);
+                }
+                ZELEventSmartTimer_delete(timer);
+            },
+            false);
 }
 
 class EventGeneratorOnSystemClock : public zeltest::HeapCheckedTest {};

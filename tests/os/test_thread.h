@@ -23,10 +23,13 @@ namespace zeltest {
 class TestThread {
 public:
     TestThread(const char *name, std::function<void()> body) : body_(std::move(body)) {
-        thread_ = ZELOsapiThread_new(name, nullptr, [](void *param) -> void * {
-            static_cast<TestThread *>(param)->body_();
-            return nullptr;
-        }, this);
+        thread_ = ZELOsapiThread_new(
+                name, nullptr,
+                [](void *param) -> void * {
+                    static_cast<TestThread *>(param)->body_();
+                    return nullptr;
+                },
+                this);
     }
     ~TestThread() { join(); }
     TestThread(const TestThread &) = delete;

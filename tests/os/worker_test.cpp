@@ -35,9 +35,9 @@ TEST_F(WorkerTest, EachThreadHasItsOwnWorkerFreedAtItsEndOrWithItsFactory) {
     const long liveBlocksBefore = ZELOsapiHeap_getLiveBlockCount();
     REDAWorker *first = nullptr, *second = nullptr;
     EXPECT_TRUE(zeltest::TestThread("own", [&] {
-        first = REDAWorkerFactory_getWorker(factory_);
-        second = REDAWorkerFactory_getWorker(factory_);
-    }).join());
+                    first = REDAWorkerFactory_getWorker(factory_);
+                    second = REDAWorkerFactory_getWorker(factory_);
+                }).join());
     EXPECT_TRUE(first != nullptr && first == second && first != mine);
     EXPECT_EQ(ZELOsapiHeap_getLiveBlockCount(), liveBlocksBefore);
 

@@ -52,8 +52,7 @@ TEST_F(EventDispatchTest, ParticipantEnablingEnablesTheEntitiesAndStartsTheThrea
 
     // Entities of a participant that is still disabled cannot be enabled.
     EXPECT_EQ(enable(object), ZEL_MONITOR_RESULT_FAILURE);
-    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_enableEntitiesAndStartThreadI",
-                                 ZEL_LOG_CREATION_FAILURE_s,
+    EXPECT_TRUE(capture.contains("ZELDefaultMonitorPublisher_enableEntitiesAndStartThreadI", ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "enable partiicpant desc topic")));
     EXPECT_TRUE(capture.contains(kNotify, ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "enable entities")));

@@ -70,23 +70,23 @@ inline Properties withLinkedPlugIn(Properties properties) {
 }
 
 // The generated support of one monitoring type under common names.
-#define ZELTEST_MONITORING_TOPIC(NAME, TYPE, TOPIC)                                                  \
-    struct NAME {                                                                                    \
-        using Sample = zel_dds_monitoring_##TYPE;                                                    \
-        using Seq = zel_dds_monitoring_##TYPE##Seq;                                                  \
-        static constexpr const char *topicName = "zel/dds/monitoring/" TOPIC;                        \
-        static constexpr auto typeName = &zel_dds_monitoring_##TYPE##TypeSupport_get_type_name;      \
-        static constexpr auto registerType = &zel_dds_monitoring_##TYPE##TypeSupport_register_type;  \
-        static constexpr auto narrow = &zel_dds_monitoring_##TYPE##DataReader_narrow;                \
-        static constexpr auto read = &zel_dds_monitoring_##TYPE##DataReader_read;                    \
-        static constexpr auto take = &zel_dds_monitoring_##TYPE##DataReader_take;                    \
-        static constexpr auto returnLoan = &zel_dds_monitoring_##TYPE##DataReader_return_loan;       \
-        static constexpr auto length = &zel_dds_monitoring_##TYPE##Seq_get_length;                   \
-        static constexpr auto at = &zel_dds_monitoring_##TYPE##Seq_get_reference;                    \
-        static constexpr auto finalizeSeq = &zel_dds_monitoring_##TYPE##Seq_finalize;                \
-        static constexpr auto initialize = &zel_dds_monitoring_##TYPE##_initialize;                  \
-        static constexpr auto copy = &zel_dds_monitoring_##TYPE##_copy;                              \
-        static constexpr auto finalize = &zel_dds_monitoring_##TYPE##_finalize;                      \
+#define ZELTEST_MONITORING_TOPIC(NAME, TYPE, TOPIC)                                                 \
+    struct NAME {                                                                                   \
+        using Sample = zel_dds_monitoring_##TYPE;                                                   \
+        using Seq = zel_dds_monitoring_##TYPE##Seq;                                                 \
+        static constexpr const char *topicName = "zel/dds/monitoring/" TOPIC;                       \
+        static constexpr auto typeName = &zel_dds_monitoring_##TYPE##TypeSupport_get_type_name;     \
+        static constexpr auto registerType = &zel_dds_monitoring_##TYPE##TypeSupport_register_type; \
+        static constexpr auto narrow = &zel_dds_monitoring_##TYPE##DataReader_narrow;               \
+        static constexpr auto read = &zel_dds_monitoring_##TYPE##DataReader_read;                   \
+        static constexpr auto take = &zel_dds_monitoring_##TYPE##DataReader_take;                   \
+        static constexpr auto returnLoan = &zel_dds_monitoring_##TYPE##DataReader_return_loan;      \
+        static constexpr auto length = &zel_dds_monitoring_##TYPE##Seq_get_length;                  \
+        static constexpr auto at = &zel_dds_monitoring_##TYPE##Seq_get_reference;                   \
+        static constexpr auto finalizeSeq = &zel_dds_monitoring_##TYPE##Seq_finalize;               \
+        static constexpr auto initialize = &zel_dds_monitoring_##TYPE##_initialize;                 \
+        static constexpr auto copy = &zel_dds_monitoring_##TYPE##_copy;                             \
+        static constexpr auto finalize = &zel_dds_monitoring_##TYPE##_finalize;                     \
     }
 
 ZELTEST_MONITORING_TOPIC(ParticipantDescriptions, DomainParticipantDescription, "domainParticipantDescription");
@@ -95,8 +95,7 @@ ZELTEST_MONITORING_TOPIC(PublisherDescriptions, PublisherDescription, "publisher
 ZELTEST_MONITORING_TOPIC(SubscriberDescriptions, SubscriberDescription, "subscriberDescription");
 ZELTEST_MONITORING_TOPIC(ReaderDescriptions, DataReaderDescription, "dataReaderDescription");
 ZELTEST_MONITORING_TOPIC(WriterDescriptions, DataWriterDescription, "dataWriterDescription");
-ZELTEST_MONITORING_TOPIC(ParticipantStatistics, DomainParticipantEntityStatistics,
-                         "domainParticipantEntityStatistics");
+ZELTEST_MONITORING_TOPIC(ParticipantStatistics, DomainParticipantEntityStatistics, "domainParticipantEntityStatistics");
 ZELTEST_MONITORING_TOPIC(TopicStatistics, TopicEntityStatistics, "topicEntityStatistics");
 ZELTEST_MONITORING_TOPIC(WriterStatistics, DataWriterEntityStatistics, "dataWriterEntityStatistics");
 ZELTEST_MONITORING_TOPIC(ReaderStatistics, DataReaderEntityStatistics, "dataReaderEntityStatistics");
@@ -247,8 +246,8 @@ protected:
         return object;
     }
 
-    static DDS_UnsignedLong notify(ZELDefaultMonitorParticipantObject *object, DDS_Long eventKind,
-                                   DDS_Entity *entity, const void *eventData = nullptr) {
+    static DDS_UnsignedLong notify(ZELDefaultMonitorParticipantObject *object, DDS_Long eventKind, DDS_Entity *entity,
+                                   const void *eventData = nullptr) {
         return ZELDefaultMonitorPublisher_onEventNotify(object, eventKind, entity, eventData);
     }
 
@@ -301,19 +300,17 @@ protected:
     // Reliable, with what `adjust` changes.
     static DDS_DataWriter *createWriter(DDS_Publisher *publisher, DDS_Topic *topic,
                                         const std::function<void(DDS_DataWriterQos &)> &adjust = {}) {
-        return createEndpoint<DDS_DataWriterQos>(DDS_Publisher_get_default_datawriter_qos, publisher, adjust,
-                                                 [&](const DDS_DataWriterQos *qos) {
-                                                     return DDS_Publisher_create_datawriter(publisher, topic, qos,
-                                                                                            nullptr, 0);
-                                                 });
+        return createEndpoint<DDS_DataWriterQos>(
+                DDS_Publisher_get_default_datawriter_qos, publisher, adjust, [&](const DDS_DataWriterQos *qos) {
+                    return DDS_Publisher_create_datawriter(publisher, topic, qos, nullptr, 0);
+                });
     }
     static DDS_DataReader *createReader(DDS_Subscriber *subscriber, DDS_TopicDescription *topic,
                                         const std::function<void(DDS_DataReaderQos &)> &adjust = {}) {
-        return createEndpoint<DDS_DataReaderQos>(DDS_Subscriber_get_default_datareader_qos, subscriber, adjust,
-                                                 [&](const DDS_DataReaderQos *qos) {
-                                                     return DDS_Subscriber_create_datareader(subscriber, topic, qos,
-                                                                                             nullptr, 0);
-                                                 });
+        return createEndpoint<DDS_DataReaderQos>(
+                DDS_Subscriber_get_default_datareader_qos, subscriber, adjust, [&](const DDS_DataReaderQos *qos) {
+                    return DDS_Subscriber_create_datareader(subscriber, topic, qos, nullptr, 0);
+                });
     }
     static DDS_DataWriter *createWriter(const Application &app,
                                         const std::function<void(DDS_DataWriterQos &)> &adjust = {}) {
@@ -339,21 +336,21 @@ protected:
         if (observer_ == nullptr) {
             observer_ = createParticipant({}, domain);
         }
-        DDS_Subscriber *subscriber = DDS_DomainParticipant_create_subscriber(observer_, &DDS_SUBSCRIBER_QOS_DEFAULT,
-                                                                             nullptr, 0);
+        DDS_Subscriber *subscriber =
+                DDS_DomainParticipant_create_subscriber(observer_, &DDS_SUBSCRIBER_QOS_DEFAULT, nullptr, 0);
         for (const auto &[topicName, typeName, registerType] :
              {std::tuple{Kinds::topicName, Kinds::typeName(), Kinds::registerType}...}) {
             ASSERT_EQ(registerType(observer_, typeName), DDS_RETCODE_OK);
             const bool description = std::string_view(topicName).ends_with("Description");
-            observerReaders_[topicName] = createReader(
-                    subscriber, DDS_Topic_as_topicdescription(createTopic(observer_, topicName, typeName)),
-                    [description](DDS_DataReaderQos &qos) {
-                        qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
-                        qos.durability.kind = description ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS
-                                                          : DDS_VOLATILE_DURABILITY_QOS;
-                        qos.reliability.kind = description ? DDS_RELIABLE_RELIABILITY_QOS
-                                                           : DDS_BEST_EFFORT_RELIABILITY_QOS;
-                    });
+            observerReaders_[topicName] =
+                    createReader(subscriber, DDS_Topic_as_topicdescription(createTopic(observer_, topicName, typeName)),
+                                 [description](DDS_DataReaderQos &qos) {
+                                     qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS;
+                                     qos.durability.kind = description ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS
+                                                                       : DDS_VOLATILE_DURABILITY_QOS;
+                                     qos.reliability.kind = description ? DDS_RELIABLE_RELIABILITY_QOS
+                                                                        : DDS_BEST_EFFORT_RELIABILITY_QOS;
+                                 });
         }
     }
 
@@ -428,8 +425,8 @@ private:
                 EXPECT_TRUE(Kind::initialize(copy.get()) && Kind::copy(copy.get(), Kind::at(&samples, i)));
                 const DDS_SampleInfo *info = DDS_SampleInfoSeq_get_reference(&infos, i);
                 result.push_back({copy, info->valid_data != 0, info->instance_state == DDS_ALIVE_INSTANCE_STATE,
-                                  info->instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE,
-                                  info->instance_handle, info->source_timestamp});
+                                  info->instance_state == DDS_NOT_ALIVE_DISPOSED_INSTANCE_STATE, info->instance_handle,
+                                  info->source_timestamp});
             }
             EXPECT_EQ(Kind::returnLoan(reader, &samples, &infos), DDS_RETCODE_OK);
         }

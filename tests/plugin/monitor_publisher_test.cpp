@@ -92,10 +92,9 @@ TEST_F(MonitorPublisherTest, CreateHandsBackWhatItBuiltWhenItFails) {
 }
 
 TEST_F(MonitorPublisherTest, AttachWithoutSeparateParticipantMonitorsThroughTheParticipantItself) {
-    DDS_DomainParticipant *participant =
-            createParticipant({{"zel.monitor.config.skip_writer_properties", "True"},
-                               {"zel.monitor.config.writer_pool_buffer_max_size", "4096"}},
-                              3);
+    DDS_DomainParticipant *participant = createParticipant({{"zel.monitor.config.skip_writer_properties", "True"},
+                                                            {"zel.monitor.config.writer_pool_buffer_max_size", "4096"}},
+                                                           3);
     ZELDefaultMonitorPublisher *publisher = this->publisher();
     DDS_UnsignedLong result = 99;
     ZELDefaultMonitorParticipantObject *object =
@@ -242,7 +241,8 @@ TEST_F(MonitorPublisherTest, AttachFailuresHandBackAnObjectThatDetachFrees) {
     ZELDefaultMonitorParticipantObject *object = attachFailing(taken);
     EXPECT_TRUE(capture.contains(kCreateEntities, ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "topic desc topic")));
-    EXPECT_TRUE(capture.contains(kAttach, ZEL_LOG_CREATION_FAILURE_s, recordText(ZEL_LOG_CREATION_FAILURE_s, "entities")));
+    EXPECT_TRUE(
+            capture.contains(kAttach, ZEL_LOG_CREATION_FAILURE_s, recordText(ZEL_LOG_CREATION_FAILURE_s, "entities")));
     EXPECT_NE(object->entities->topics[ZEL_MONITOR_TOPIC_SUBSCRIBER_DESCRIPTION], nullptr);
     EXPECT_EQ(publisher_->participantList.count, 0);
     EXPECT_EQ(ZELDefaultMonitorPublisher_onDomainParticipantDetach(object), ZEL_MONITOR_RESULT_OK);
@@ -267,13 +267,13 @@ TEST_F(MonitorPublisherTest, AttachFailuresHandBackAnObjectThatDetachFrees) {
 TEST_F(MonitorPublisherTest, AQosProfileGivesTheWriterQosPerTopicAndStillMarksTheWriters) {
     ASSERT_EQ(DDS_DomainParticipantFactory_add_qos_profile(factory_, "monitoring", "quiet"), DDS_RETCODE_OK);
     DDS_DataWriterQos statistics = DDS_DataWriterQos_INITIALIZER;
-    ASSERT_EQ(DDS_DomainParticipantFactory_get_datawriter_qos_from_profile(factory_, &statistics, "monitoring",
-                                                                           "quiet"),
-              DDS_RETCODE_OK);
+    ASSERT_EQ(
+            DDS_DomainParticipantFactory_get_datawriter_qos_from_profile(factory_, &statistics, "monitoring", "quiet"),
+            DDS_RETCODE_OK);
     statistics.history.depth = 7;
     statistics.resource_limits.max_samples_per_instance = 7;
-    ASSERT_EQ(DDS_DomainParticipantFactory_set_datawriter_qos_in_profile(factory_, "monitoring", "quiet",
-                                                                         "*Statistics", &statistics),
+    ASSERT_EQ(DDS_DomainParticipantFactory_set_datawriter_qos_in_profile(factory_, "monitoring", "quiet", "*Statistics",
+                                                                         &statistics),
               DDS_RETCODE_OK);
     DDS_DataWriterQos_finalize(&statistics);
 
@@ -306,7 +306,8 @@ TEST_F(MonitorPublisherTest, AttachSurvivesEveryAllocationFailure) {
                 return;
             }
             DDS_UnsignedLong result = 99;
-            ZELDefaultMonitorPublisher *publisher = ZELDefaultMonitorPublisher_create(&result, factory_, zeltest::kVersion);
+            ZELDefaultMonitorPublisher *publisher =
+                    ZELDefaultMonitorPublisher_create(&result, factory_, zeltest::kVersion);
             if (publisher != nullptr && result == ZEL_MONITOR_RESULT_OK) {
                 ZELDefaultMonitorParticipantObject *object =
                         ZELDefaultMonitorPublisher_onDomainParticipantAttach(&result, publisher, participant);

@@ -48,8 +48,8 @@ TEST(PublisherThreadTimeTest, DelaysAddWithACarryAndStayInfinite) {
 
     const ZELNtpTime infiniteTime = ZEL_NTP_TIME_INFINITE;
     const ZELNtpTime nearEnd = timeOf(ZEL_NTP_TIME_SEC_MAX - 1, 0xffffffffu);
-    for (const auto &[left, right] : {std::pair{now, infiniteTime}, std::pair{infiniteTime, delay},
-                                      std::pair{nearEnd, timeOf(0, 1u)}}) {
+    for (const auto &[left, right] :
+         {std::pair{now, infiniteTime}, std::pair{infiniteTime, delay}, std::pair{nearEnd, timeOf(0, 1u)}}) {
         ZELDefaultMonitorPublisherThread_addTimeI(&time, &left, &right);
         expectTime(time, ZEL_NTP_TIME_SEC_MAX, ZEL_NTP_TIME_FRAC_MAX);
     }
@@ -135,8 +135,8 @@ TEST_F(PublisherThreadTest, StatisticsEventsComeBackOnePeriodLaterEvenWhenTheirW
     object.entities = &set;
     const ZELNtpTime now = timeOf(100, 0xe0000000u);
     ZELNtpTime newTime = now;
-    EXPECT_TRUE(ZELDefaultMonitorParticipantObject_onCommonStatsEventI(&publisher, &newTime, &now, &now, nullptr,
-                                                                       nullptr));
+    EXPECT_TRUE(
+            ZELDefaultMonitorParticipantObject_onCommonStatsEventI(&publisher, &newTime, &now, &now, nullptr, nullptr));
     expectTime(newTime, 106, 0x1fffffffu);
     EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_onCommonStatsEventI", ZEL_LOG_CREATION_FAILURE_s,
                                  recordText(ZEL_LOG_CREATION_FAILURE_s, "ea")));

@@ -188,10 +188,10 @@ DDS_DataReader *monitoringReader(DDS_DomainParticipant *tool, DDS_Subscriber *su
     qos.reliability.kind = description ? DDS_RELIABLE_RELIABILITY_QOS : DDS_BEST_EFFORT_RELIABILITY_QOS;
     qos.durability.kind = description ? DDS_TRANSIENT_LOCAL_DURABILITY_QOS : DDS_VOLATILE_DURABILITY_QOS;
     qos.history.depth = 16;
-    DDS_DataReader *reader = topic != nullptr ? DDS_Subscriber_create_datareader(
-                                                        subscriber, DDS_Topic_as_topicdescription(topic), &qos,
-                                                        nullptr, 0)
-                                              : nullptr;
+    DDS_DataReader *reader = topic != nullptr
+                                     ? DDS_Subscriber_create_datareader(
+                                               subscriber, DDS_Topic_as_topicdescription(topic), &qos, nullptr, 0)
+                                     : nullptr;
     DDS_DataReaderQos_finalize(&qos);
     return reader;
 }
@@ -204,11 +204,10 @@ std::string checkMonitoringData(dp_ShapeDataReader *shapes, DDS_DomainParticipan
             monitoringReader(tool, subscriber, "zel/dds/monitoring/dataWriterDescription",
                              zel_dds_monitoring_DataWriterDescriptionTypeSupport_get_type_name(),
                              zel_dds_monitoring_DataWriterDescriptionTypeSupport_register_type, true));
-    auto *matches = zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsDataReader_narrow(
-            monitoringReader(tool, subscriber, "zel/dds/monitoring/dataWriterEntityMatchedSubscriptionStatistics",
-                             zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsTypeSupport_get_type_name(),
-                             zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsTypeSupport_register_type,
-                             false));
+    auto *matches = zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsDataReader_narrow(monitoringReader(
+            tool, subscriber, "zel/dds/monitoring/dataWriterEntityMatchedSubscriptionStatistics",
+            zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsTypeSupport_get_type_name(),
+            zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsTypeSupport_register_type, false));
     if (shapes == nullptr || descriptions == nullptr || matches == nullptr) {
         return "the tool's readers could not be made";
     }
@@ -256,15 +255,16 @@ std::string checkMonitoringData(dp_ShapeDataReader *shapes, DDS_DomainParticipan
     bool joined = false;
     if (!waitFor(
                 [&] {
-                    takeEach(matches,
-                             zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsDataReader_take_next_sample,
-                             zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics_initialize,
-                             zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics_finalize,
-                             [&](const zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics &statistics) {
-                                 joined = joined ||
-                                          (sameHandle(handleOfKey(statistics.datawriter_key).value, writerKey.value) &&
-                                           sameHandle(statistics.subscription_handle.value, readerKey.value));
-                             });
+                    takeEach(
+                            matches,
+                            zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatisticsDataReader_take_next_sample,
+                            zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics_initialize,
+                            zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics_finalize,
+                            [&](const zel_dds_monitoring_DataWriterEntityMatchedSubscriptionStatistics &statistics) {
+                                joined = joined ||
+                                         (sameHandle(handleOfKey(statistics.datawriter_key).value, writerKey.value) &&
+                                          sameHandle(statistics.subscription_handle.value, readerKey.value));
+                            });
                     return joined;
                 },
                 20s)) {

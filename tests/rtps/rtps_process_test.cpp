@@ -32,8 +32,7 @@ struct Shape {
 };
 
 void PrintTo(const Shape &shape, std::ostream *out) {
-    *out << shape.color << (shape.disposed ? " disposed" : "") << " " << shape.x << "," << shape.y << ","
-         << shape.size;
+    *out << shape.color << (shape.disposed ? " disposed" : "") << " " << shape.x << "," << shape.y << "," << shape.size;
 }
 
 // Everything the reader holds now, taken.
@@ -69,9 +68,7 @@ int matchedCount(dp_ShapeDataReader *reader) {
 
 class RtpsProcessTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        setenv("ZEL_WIRE", "cyclone", 1);
-    }
+    void SetUp() override { setenv("ZEL_WIRE", "cyclone", 1); }
     void TearDown() override { EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK); }
 };
 
@@ -159,8 +156,8 @@ struct WireChoice {
     const char *property;     // "zel.wire" set in the default participant QoS; NULL: not set
     bool participantExists;   // a participant exists when it is set
     DDS_ReturnCode_t result;
-    const char *wire;         // the factory's wire afterwards; NULL: no factory
-    const char *logged;       // the text of the line logged, "" for none
+    const char *wire;    // the factory's wire afterwards; NULL: no factory
+    const char *logged;  // the text of the line logged, "" for none
 };
 
 void PrintTo(const WireChoice &choice, std::ostream *out) {

@@ -49,7 +49,8 @@ struct Host {
                "\"/></Interfaces><AllowMulticast>false</AllowMulticast></General>"
                "<Discovery><ParticipantIndex>auto</ParticipantIndex><MaxAutoParticipantIndex>30"
                "</MaxAutoParticipantIndex><Peers><Peer address=\"" +
-               peerAddress + "\"/></Peers></Discovery><Internal><GenerateKeyhash>true</GenerateKeyhash></Internal>"
+               peerAddress +
+               "\"/></Peers></Discovery><Internal><GenerateKeyhash>true</GenerateKeyhash></Internal>"
                "</Domain></CycloneDDS>";
     }
     // Runs a peer in this host's namespace with its Cyclone configuration.
@@ -97,8 +98,7 @@ protected:
 };
 
 TEST_F(TwoHostsTest, AToolOnAnotherHostReadsAndJoinsTheApplicationsMonitoringData) {
-    rtpstest::Peer application({"shapes", "40000", std::to_string(rtpstest::monitoringDomain())},
-                               hosts_[0].launcher());
+    rtpstest::Peer application({"shapes", "40000", std::to_string(rtpstest::monitoringDomain())}, hosts_[0].launcher());
     ASSERT_GT(application.pid(), 0);
     rtpstest::Peer tool({"tool", std::to_string(application.pid())}, hosts_[1].launcher());
     EXPECT_EQ(tool.wait(90s), 0) << "the tool printed what failed";

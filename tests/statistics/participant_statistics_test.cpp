@@ -6,8 +6,8 @@
 namespace {
 
 using zeltest::Application;
-using zeltest::ParticipantStatistics;
 using zeltest::keyOf;
+using zeltest::ParticipantStatistics;
 
 class ParticipantStatisticsTest : public zeltest::MonitorTest {};
 

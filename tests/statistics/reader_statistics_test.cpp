@@ -11,10 +11,10 @@
 namespace {
 
 using zeltest::Application;
+using zeltest::keyOf;
 using zeltest::ReaderMatchedStatistics;
 using zeltest::ReaderStatistics;
 using zeltest::WriterStatistics;
-using zeltest::keyOf;
 
 // The factory's clock, moved ahead by hand while it is installed.
 class MovedClock {
@@ -66,9 +66,7 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
     ASSERT_NE(filtered, nullptr);
     DDS_DataReader *filteredReader =
             createReader(app.subscriber, DDS_ContentFilteredTopic_as_topicdescription(filtered));
-    DDS_DataWriter *writer = createWriter(app, [&](DDS_DataWriterQos &qos) {
-        withDeadline(qos.deadline.period);
-    });
+    DDS_DataWriter *writer = createWriter(app, [&](DDS_DataWriterQos &qos) { withDeadline(qos.deadline.period); });
     for (int i = 0; i < 3; ++i) {
         ASSERT_EQ(write(writer, 1), DDS_RETCODE_OK);
     }
@@ -77,9 +75,7 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     const auto samples = taken<ReaderStatistics>();
     ASSERT_EQ(samples.size(), 2u);
-    const auto &plain = keyOf(samples[0]->datareader_key) == keyOf(limited)
-                                ? *samples[0]
-                                : *samples[1];
+    const auto &plain = keyOf(samples[0]->datareader_key) == keyOf(limited) ? *samples[0] : *samples[1];
     const auto &cft = &plain == samples[0].data.get() ? *samples[1] : *samples[0];
     EXPECT_EQ(keyOf(plain.datareader_key), keyOf(limited));
     EXPECT_EQ(keyOf(plain.subscriber_key), keyOf(app.subscriber));
@@ -114,8 +110,8 @@ TEST_F(ReaderStatisticsTest, ReadersReportWhatTheyReceivedRejectedAndMissedUnder
 
 TEST_F(ReaderStatisticsTest, AnIdleReaderShowsNoChangesOnlyWhenChangeCountsAreReset) {
     observe<ReaderStatistics>();
-    const Application reset = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"},
-                                                    {"zel.monitor.config.reset_status_change_counts", "TRUE"}});
+    const Application reset = monitoredApplication(
+            {{"zel.monitor.config.usertopics", "Readings"}, {"zel.monitor.config.reset_status_change_counts", "TRUE"}});
     const Application kept = monitoredApplication({{"zel.monitor.config.usertopics", "Readings"}});
     createReader(reset);
     createReader(kept);

@@ -34,7 +34,7 @@ TEST_F(RelatedTopicTest, AFilteredReaderIsReportedAndFilteredUnderTheTopicItsFil
         DDS_Topic *topic;
         const char *list;
         bool filtered;
-    } cases[] = {{related, "Readings", false}, {related, "Circle", true},        {circle, "Readings", true},
+    } cases[] = {{related, "Readings", false},        {related, "Circle", true},    {circle, "Readings", true},
                  {circle, "Readings, Circle", false}, {circle, "Tri*,Cir*", false}, {circle, "Rea*", true}};
     for (const auto &c : cases) {
         EXPECT_EQ(ZELDefaultMonitorParticipantObject_isTopicFilteredI(c.topic, c.list) != 0, c.filtered) << c.list;

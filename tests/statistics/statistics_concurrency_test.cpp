@@ -10,9 +10,9 @@
 namespace {
 
 using zeltest::Application;
+using zeltest::keyOf;
 using zeltest::ParticipantStatistics;
 using zeltest::WriterStatistics;
-using zeltest::keyOf;
 
 class StatisticsConcurrencyTest : public zeltest::MonitorTest {};
 

@@ -13,20 +13,18 @@
 namespace {
 
 using zeltest::Application;
+using zeltest::keyOf;
 using zeltest::ParticipantStatistics;
 using zeltest::ReaderMatchedStatistics;
 using zeltest::ReaderStatistics;
 using zeltest::Received;
+using zeltest::recordText;
 using zeltest::TopicStatistics;
 using zeltest::WriterLocatorStatistics;
 using zeltest::WriterMatchedStatistics;
 using zeltest::WriterStatistics;
-using zeltest::keyOf;
-using zeltest::recordText;
 
-int64_t nanosecondsOf(const DDS_Time_t &time) {
-    return static_cast<int64_t>(time.sec) * 1000000000 + time.nanosec;
-}
+int64_t nanosecondsOf(const DDS_Time_t &time) { return static_cast<int64_t>(time.sec) * 1000000000 + time.nanosec; }
 
 size_t matchedLocatorCount(DDS_DataWriter *writer) {
     DDS_LocatorSeq locators = ZEL_SEQUENCE_INITIALIZER;
@@ -221,10 +219,10 @@ TEST_F(StatisticsCycleTest, OnlyTheApplicationsEntitiesAreSampledAndADeletedWrit
     EXPECT_EQ(0, std::memcmp(disposed[0].instance.value, writerSamples[0].instance.value, 16));
     for (const ZELLogMessage *message :
          {&ZEL_MONITOR_LOG_PUBLISH_ENTITY_STAT_sxxxx, &ZEL_MONITOR_LOG_DISPOSE_ENTITY_STAT_sxxxx}) {
-        EXPECT_TRUE(capture.contains("ZELDefaultMonitorParticipantObject_publishWriterStatsI", *message,
-                                     recordText(*message, "writer", static_cast<unsigned>(key[0]),
-                                                static_cast<unsigned>(key[1]), static_cast<unsigned>(key[2]),
-                                                static_cast<unsigned>(key[3]))));
+        EXPECT_TRUE(capture.contains(
+                "ZELDefaultMonitorParticipantObject_publishWriterStatsI", *message,
+                recordText(*message, "writer", static_cast<unsigned>(key[0]), static_cast<unsigned>(key[1]),
+                           static_cast<unsigned>(key[2]), static_cast<unsigned>(key[3]))));
     }
     ASSERT_TRUE(ZELDefaultMonitorParticipantObject_gatherAndPublishStatsI(app.object));
     EXPECT_TRUE(taken<WriterStatistics>().empty());

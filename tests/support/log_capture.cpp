@@ -15,8 +15,8 @@ LogCapture::~LogCapture() { ZELLog_setDevice(previous_.write ? &previous_ : null
 void LogCapture::write(void *param, const ZELLogLine *line) {
     auto *self = static_cast<LogCapture *>(param);
     std::lock_guard<std::mutex> guard(self->mutex_);
-    self->lines_.push_back(CapturedLine{line->context ? line->context : "",
-                                        line->message ? line->message->id : 0u, line->text ? line->text : ""});
+    self->lines_.push_back(CapturedLine{line->context ? line->context : "", line->message ? line->message->id : 0u,
+                                        line->text ? line->text : ""});
 }
 
 std::vector<CapturedLine> LogCapture::lines() const {
@@ -40,8 +40,7 @@ CapturedLine expectedLine(const std::string &context, const ZELLogMessage &messa
 }
 
 std::ostream &operator<<(std::ostream &out, const CapturedLine &line) {
-    return out << "{" << line.context << " #" << std::hex << line.messageId << std::dec << " \"" << line.text
-               << "\"}";
+    return out << "{" << line.context << " #" << std::hex << line.messageId << std::dec << " \"" << line.text << "\"}";
 }
 
 }  // namespace zeltest

@@ -10,9 +10,9 @@
 namespace zeltest {
 
 struct CapturedLine {
-    std::string context;   // empty for ZELLog_debug lines
-    uint32_t messageId;    // 0 for ZELLog_debug lines
-    std::string text;      // the formatted text
+    std::string context;  // empty for ZELLog_debug lines
+    uint32_t messageId;   // 0 for ZELLog_debug lines
+    std::string text;     // the formatted text
 
     bool operator==(const CapturedLine &) const = default;
 };

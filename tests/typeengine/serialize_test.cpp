@@ -15,7 +15,18 @@ namespace {
 class TypeSerializeTest : public zeltest::HeapCheckedTest {};
 
 void fill(FinalAll &s) {
-    s = FinalAll{1, 0xab, 'z', -2, 0x1234, -3, 0x01020304u, -5, 0x0102030405060708ull, 1.5f, -2.25, Color_BLUE,
+    s = FinalAll{1,
+                 0xab,
+                 'z',
+                 -2,
+                 0x1234,
+                 -3,
+                 0x01020304u,
+                 -5,
+                 0x0102030405060708ull,
+                 1.5f,
+                 -2.25,
+                 Color_BLUE,
                  {7, 8, 0x7fffffff}};
 }
 
@@ -130,8 +141,8 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
     Buffer buffer;
     const char lead = 0x11;
     ASSERT_TRUE(ZELCdrStream_serializePrimitive(&buffer.stream, &lead, 1));
-    ASSERT_TRUE(ZELCdrType_serializeSample(&FinalAll_desc, &final, &buffer.stream, DDS_BOOLEAN_TRUE, 0,
-                                           DDS_BOOLEAN_TRUE));
+    ASSERT_TRUE(
+            ZELCdrType_serializeSample(&FinalAll_desc, &final, &buffer.stream, DDS_BOOLEAN_TRUE, 0, DDS_BOOLEAN_TRUE));
     EXPECT_EQ(buffer.written(), hex(std::string("11 00 00 00 00") + kFinalBigEndian));
     // The caller's skip-sentinel flag drops the outer sentinel only, and is
     // set again afterwards.
@@ -177,8 +188,8 @@ TEST_F(TypeSerializeTest, BoundsAreEnforcedOnStringsAndSequences) {
                                                      "00 00 | 00 00 00 01 00",
                                                      true}}) {
         Buffer announced(hex(octets));
-        EXPECT_EQ(ZELCdrType_deserializeSample(&Appendable_desc, &appendable.value, &announced.stream,
-                                               DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE),
+        EXPECT_EQ(ZELCdrType_deserializeSample(&Appendable_desc, &appendable.value, &announced.stream, DDS_BOOLEAN_TRUE,
+                                               DDS_BOOLEAN_TRUE),
                   accepted)
                 << octets;
     }
@@ -189,9 +200,10 @@ TEST_F(TypeSerializeTest, ParameterListReadSkipsUnknownAndIgnoredIdsAndKeepsAbse
     sample.value.inner.a = 9;
     // An unknown id, `id` in the extended form, an ignored parameter, `flag`
     // with the must-understand bit; `inner` absent.
-    Buffer buffer(hex("00 02 00 00 | 00 03 00 04 | de ad be ef |"
-                      "7f 01 00 08 | 00 00 00 00 | 00 00 00 04 | 00 00 00 2a |"
-                      "3f 03 00 04 | 01 02 03 04 | 40 02 00 04 | 07 00 00 00 | 7f 02 00 00"));
+    Buffer buffer(
+            hex("00 02 00 00 | 00 03 00 04 | de ad be ef |"
+                "7f 01 00 08 | 00 00 00 00 | 00 00 00 04 | 00 00 00 2a |"
+                "3f 03 00 04 | 01 02 03 04 | 40 02 00 04 | 07 00 00 00 | 7f 02 00 00"));
     ASSERT_TRUE(ZELCdrType_deserializeSample(&OuterMutable_desc, &sample.value, &buffer.stream, DDS_BOOLEAN_TRUE,
                                              DDS_BOOLEAN_TRUE));
     EXPECT_EQ(sample.value.id, 42);

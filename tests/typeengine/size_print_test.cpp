@@ -38,9 +38,10 @@ TEST_F(TypeSizeTest, SizesMatchWhatIsWritten) {
     Sample<TopicLike> topic(&TopicLike_desc);
     Sample<Appendable> appendable(&Appendable_desc);
     Sample<Big> big(&Big_desc);
-    const std::pair<const ZELCdrTypeDesc *, const void *> samples[] = {
-            {&OuterMutable_desc, &outer.value}, {&TopicLike_desc, &topic.value},
-            {&Appendable_desc, &appendable.value}, {&Big_desc, &big.value}};
+    const std::pair<const ZELCdrTypeDesc *, const void *> samples[] = {{&OuterMutable_desc, &outer.value},
+                                                                       {&TopicLike_desc, &topic.value},
+                                                                       {&Appendable_desc, &appendable.value},
+                                                                       {&Big_desc, &big.value}};
     for (const auto &[type, sample] : samples) {  // an initialized sample is the smallest
         EXPECT_EQ(minSize(type), serialized(type, sample, 0).size()) << type->name;
     }

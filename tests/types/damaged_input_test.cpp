@@ -23,8 +23,7 @@ using typestest::Octets;
 
 // Where the headers of a sample's top-level parameter list start (offsets
 // into the whole buffer), found from the headers alone.
-std::vector<size_t> topLevelHeaders(const Octets &octets)
-{
+std::vector<size_t> topLevelHeaders(const Octets &octets) {
     const bool littleEndian = (octets[1] & 1) != 0;
     const auto read = [&](size_t at, size_t width) {
         uint32_t value = 0;
@@ -44,8 +43,7 @@ std::vector<size_t> topLevelHeaders(const Octets &octets)
     }
 }
 
-bool isMutable(const AnyType &type)
-{
+bool isMutable(const AnyType &type) {
     return type.desc->kind == ZEL_CDR_TK_STRUCT && type.desc->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE;
 }
 
@@ -55,8 +53,7 @@ struct Serialized {
     Octets octets;
 };
 
-std::vector<Serialized> serializedSamples(DDS_UnsignedShort id)
-{
+std::vector<Serialized> serializedSamples(DDS_UnsignedShort id) {
     std::vector<Serialized> all;
     for (const AnyType &type : typestest::allTypes()) {
         void *sample = type.create();
@@ -70,8 +67,7 @@ std::vector<Serialized> serializedSamples(DDS_UnsignedShort id)
     return all;
 }
 
-bool deserializes(const AnyType &type, const Octets &octets)
-{
+bool deserializes(const AnyType &type, const Octets &octets) {
     void *sample = type.create();
     if (sample == nullptr) {
         ADD_FAILURE() << "out of heap";
@@ -90,8 +86,7 @@ protected:
 
 // A cut buffer is refused, except where a parameter list may end early: at
 // a top-level parameter header (absent members keep their values).
-TEST_F(DamagedInputTest, TruncatedBuffersAreRefusedUnlessCutBetweenParameters)
-{
+TEST_F(DamagedInputTest, TruncatedBuffersAreRefusedUnlessCutBetweenParameters) {
     for (DDS_UnsignedShort id : {DDS_UnsignedShort{0}, DDS_UnsignedShort{1}}) {
         for (const Serialized &s : serializedSamples(id)) {
             SCOPED_TRACE(std::string(s.type->flatName) + (id == 0 ? " big-endian" : " little-endian"));
@@ -124,8 +119,7 @@ TEST_F(DamagedInputTest, TruncatedBuffersAreRefusedUnlessCutBetweenParameters)
 // Random octets behind a valid encapsulation header, and valid samples with
 // a few octets changed: whatever a reader accepts is a sample that can be
 // written again (every string and sequence within its bound).
-TEST_F(DamagedInputTest, RandomAndCorruptedBuffersAreReadWithinBounds)
-{
+TEST_F(DamagedInputTest, RandomAndCorruptedBuffersAreReadWithinBounds) {
     std::mt19937 random(20240229);
     for (const Serialized &s : serializedSamples(1)) {
         SCOPED_TRACE(s.type->flatName);

@@ -21,8 +21,7 @@ using typestest::serialized;
 
 class MonitoringTypesTest : public zeltest::HeapCheckedTest {};
 
-TEST_F(MonitoringTypesTest, EveryTypeFilledToItsBoundsRoundTripsInBothByteOrders)
-{
+TEST_F(MonitoringTypesTest, EveryTypeFilledToItsBoundsRoundTripsInBothByteOrders) {
     zeltest::LogCapture log;
     for (const AnyType &type : typestest::allTypes()) {
         SCOPED_TRACE(type.flatName);

@@ -8,8 +8,7 @@
 
 namespace typestest {
 
-bool Filler::fill(const ZELCdrTypeDesc *type, void *value)
-{
+bool Filler::fill(const ZELCdrTypeDesc *type, void *value) {
     const uint32_t n = ++counter_;
     switch (type->kind) {
     case ZEL_CDR_TK_ALIAS:
@@ -59,8 +58,7 @@ bool Filler::fill(const ZELCdrTypeDesc *type, void *value)
 }
 
 // A string of its bound keeps bound + 1 octets, as the engine expects.
-bool Filler::fillString(const ZELCdrTypeDesc *type, char **value, uint32_t n)
-{
+bool Filler::fillString(const ZELCdrTypeDesc *type, char **value, uint32_t n) {
     const uint32_t bound = type->bound == 0 ? 40 : type->bound;
     const uint32_t length = toBounds_ ? (n % 2 == 0 ? bound : bound / 2) : std::min(bound, 1 + n % 4);
     char *text = DDS_String_alloc(bound);
@@ -75,8 +73,7 @@ bool Filler::fillString(const ZELCdrTypeDesc *type, char **value, uint32_t n)
     return true;
 }
 
-bool Filler::fillSequence(const ZELCdrTypeDesc *type, ZELSequence *value, uint32_t n)
-{
+bool Filler::fillSequence(const ZELCdrTypeDesc *type, ZELSequence *value, uint32_t n) {
     const ZELCdrTypeDesc *element = type->element;
     while (element->kind == ZEL_CDR_TK_ALIAS) {
         element = element->element;

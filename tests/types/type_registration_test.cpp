@@ -25,8 +25,7 @@ struct RegistrableType {
     DDS_TypeCode *(*typeCode)();
 };
 
-std::vector<RegistrableType> registrableTypes()
-{
+std::vector<RegistrableType> registrableTypes() {
     std::vector<RegistrableType> types;
 #define ZELIDL_PLUGIN_TYPE(F) \
     types.push_back({#F, &F##TypeSupport_register_type, &F##TypeSupport_unregister_type, &F##_get_typecode});
@@ -41,24 +40,19 @@ std::vector<RegistrableType> registrableTypes()
 }
 
 // The scoped name a type registers under, as its descriptor records it.
-std::string scopedName(const std::string &flat)
-{
-    return typestest::typeNamed(flat).desc->name;
-}
+std::string scopedName(const std::string &flat) { return typestest::typeNamed(flat).desc->name; }
 
 class TypeRegistrationTest : public zeltest::HeapCheckedTest {
 protected:
-    void SetUp() override
-    {
+    void SetUp() override {
         zeltest::HeapCheckedTest::SetUp();
         factory_ = DDS_DomainParticipantFactory_get_instance();
         ASSERT_NE(factory_, nullptr);
-        participant = DDS_DomainParticipantFactory_create_participant(factory_, 0, &DDS_PARTICIPANT_QOS_DEFAULT,
-                                                                      nullptr, 0);
+        participant =
+                DDS_DomainParticipantFactory_create_participant(factory_, 0, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
         ASSERT_NE(participant, nullptr);
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         if (participant != nullptr) {
             EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory_, participant), DDS_RETCODE_OK);
         }
@@ -72,8 +66,7 @@ private:
     DDS_DomainParticipantFactory *factory_ = nullptr;
 };
 
-TEST_F(TypeRegistrationTest, EveryRegistrableTypeRegistersItsOwnPluginUnderItsScopedName)
-{
+TEST_F(TypeRegistrationTest, EveryRegistrableTypeRegistersItsOwnPluginUnderItsScopedName) {
     const std::vector<RegistrableType> types = registrableTypes();
     ASSERT_EQ(types.size(), 14u);
     for (const RegistrableType &type : types) {
@@ -100,10 +93,8 @@ TEST_F(TypeRegistrationTest, EveryRegistrableTypeRegistersItsOwnPluginUnderItsSc
     }
 }
 
-TEST_F(TypeRegistrationTest, AGivenNameServesTopicsAndIsTakenBackOnlyWhenUnused)
-{
-    ASSERT_EQ(zel_dds_monitoring_TopicEntityStatisticsTypeSupport_register_type(participant, "Stats"),
-              DDS_RETCODE_OK);
+TEST_F(TypeRegistrationTest, AGivenNameServesTopicsAndIsTakenBackOnlyWhenUnused) {
+    ASSERT_EQ(zel_dds_monitoring_TopicEntityStatisticsTypeSupport_register_type(participant, "Stats"), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipant_get_type_pluginI(participant, "zel::dds::monitoring::TopicEntityStatistics"),
               nullptr);
     DDS_Topic *topic = DDS_DomainParticipant_create_topic(participant, "TopicStatistics", "Stats",
@@ -117,11 +108,9 @@ TEST_F(TypeRegistrationTest, AGivenNameServesTopicsAndIsTakenBackOnlyWhenUnused)
     EXPECT_EQ(DDS_DomainParticipant_get_type_pluginI(participant, "Stats"), nullptr);
 }
 
-TEST_F(TypeRegistrationTest, RefusalsAreReportedAndLeaveTheRegistrationsAsTheyWere)
-{
+TEST_F(TypeRegistrationTest, RefusalsAreReportedAndLeaveTheRegistrationsAsTheyWere) {
     zeltest::LogCapture log;
-    EXPECT_EQ(zel_dds_monitoring_DataReaderDescriptionTypeSupport_register_type(nullptr, nullptr),
-              DDS_RETCODE_ERROR);
+    EXPECT_EQ(zel_dds_monitoring_DataReaderDescriptionTypeSupport_register_type(nullptr, nullptr), DDS_RETCODE_ERROR);
     EXPECT_TRUE(log.contains("zel_dds_monitoring_DataReaderDescriptionTypeSupport_register_type",
                              ZEL_LOG_BAD_PARAMETER_s, "bad parameter: participant\n"));
     EXPECT_EQ(DDSMonitoring_DomainParticipantFactoryQosTypeSupport_unregister_type(nullptr, nullptr),
@@ -146,8 +135,7 @@ TEST_F(TypeRegistrationTest, RefusalsAreReportedAndLeaveTheRegistrationsAsTheyWe
               DDS_RETCODE_BAD_PARAMETER);
 }
 
-TEST_F(TypeRegistrationTest, EveryAllocationFailureFailsTheRegistrationWithoutALeak)
-{
+TEST_F(TypeRegistrationTest, EveryAllocationFailureFailsTheRegistrationWithoutALeak) {
     const long allocations = zeltest::forEachAllocationFailure([this](long) {
         const DDS_ReturnCode_t result =
                 zel_dds_monitoring_DomainParticipantDescriptionTypeSupport_register_type(participant, nullptr);

@@ -22,8 +22,7 @@ using zeltest::Buffer;
 using zeltest::Octets;
 
 // Concatenates hand-written pieces of a wire image.
-inline Octets cat(std::initializer_list<Octets> pieces)
-{
+inline Octets cat(std::initializer_list<Octets> pieces) {
     Octets all;
     for (const Octets &piece : pieces) {
         all.insert(all.end(), piece.begin(), piece.end());
@@ -31,10 +30,7 @@ inline Octets cat(std::initializer_list<Octets> pieces)
     return all;
 }
 
-inline Octets zeros(size_t count)
-{
-    return Octets(count, 0);
-}
+inline Octets zeros(size_t count) { return Octets(count, 0); }
 
 // One type's family seen untyped; each field is filled from the typed
 // generated function, so building the table proves that the function exists.
@@ -75,8 +71,7 @@ Octets serialized(const AnyType &type, const void *sample, DDS_UnsignedShort id)
 // key-hash operations have their scratch stream.
 class AttachedPlugin {
 public:
-    AttachedPlugin(PRESTypePlugin *(*create)(), void (*destroy)(PRESTypePlugin *)) : destroy_(destroy)
-    {
+    AttachedPlugin(PRESTypePlugin *(*create)(), void (*destroy)(PRESTypePlugin *)) : destroy_(destroy) {
         plugin = create();
         if (plugin == nullptr) {
             ADD_FAILURE() << "no plug-in";
@@ -89,8 +84,7 @@ public:
             ADD_FAILURE() << "no endpoint data";
         }
     }
-    ~AttachedPlugin()
-    {
+    ~AttachedPlugin() {
         if (endpoint != nullptr) {
             plugin->onEndpointDetachedFnc(endpoint);
         }

@@ -25,8 +25,7 @@ class WireOctetsTest : public zeltest::HeapCheckedTest {};
 // Every member behind a short header with its declaration index as id and
 // the must-understand bit clear; strings padded inside their parameter; the
 // status wrapper is a parameter list of its own closed by its own sentinel.
-TEST_F(WireOctetsTest, StatisticsTopicTypeIsAShortHeaderParameterList)
-{
+TEST_F(WireOctetsTest, StatisticsTopicTypeIsAShortHeaderParameterList) {
     zel_dds_monitoring_TopicEntityStatistics sample;
     ASSERT_TRUE(zel_dds_monitoring_TopicEntityStatistics_initialize(&sample));
     sample.topic_key = {{1, 2, 3, 4}};
@@ -40,24 +39,23 @@ TEST_F(WireOctetsTest, StatisticsTopicTypeIsAShortHeaderParameterList)
     sample.inconsistent_topic_status.status = {10, 1};
 
     const Octets bigEndian = {
-        0x00, 0x02, 0x00, 0x00,                                            // PL_CDR_BE
-        0x00, 0x00, 0x00, 0x10, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x02,  // topic_key
-        0x00, 0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x04,                    //
-        0x00, 0x01, 0x00, 0x08, 0x00, 0x00, 0x00, 0x05, 0x00, 0x00, 0x00, 0x06,  // period
-        0x00, 0x02, 0x00, 0x10, 0x00, 0x00, 0x00, 0x11, 0x00, 0x00, 0x00, 0x12,  // participant_key
-        0x00, 0x00, 0x00, 0x13, 0x00, 0x00, 0x00, 0x14,                    //
-        0x00, 0x03, 0x00, 0x08, 0x00, 0x00, 0x00, 0x03, 'S',  'q',  0x00, 0x00,  // topic_name
-        0x00, 0x04, 0x00, 0x08, 0x00, 0x00, 0x00, 0x03, 'T',  'p',  0x00, 0x00,  // type_name
-        0x00, 0x05, 0x00, 0x04, 0x00, 0x00, 0x00, 0x07,                    // domain_id
-        0x00, 0x06, 0x00, 0x04, 0x0a, 0x0b, 0x0c, 0x0d,                    // host_id
-        0x00, 0x07, 0x00, 0x04, 0x00, 0x00, 0x00, 0x09,                    // process_id
-        0x00, 0x08, 0x00, 0x10,                                            // inconsistent_topic_status
-        0x00, 0x00, 0x00, 0x08, 0x00, 0x00, 0x00, 0x0a, 0x00, 0x00, 0x00, 0x01,  //   status
-        0x7f, 0x02, 0x00, 0x00,                                            //   its sentinel
-        0x7f, 0x02, 0x00, 0x00,                                            // sentinel
+            0x00, 0x02, 0x00, 0x00,                                                  // PL_CDR_BE
+            0x00, 0x00, 0x00, 0x10, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x02,  // topic_key
+            0x00, 0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x04,                          //
+            0x00, 0x01, 0x00, 0x08, 0x00, 0x00, 0x00, 0x05, 0x00, 0x00, 0x00, 0x06,  // period
+            0x00, 0x02, 0x00, 0x10, 0x00, 0x00, 0x00, 0x11, 0x00, 0x00, 0x00, 0x12,  // participant_key
+            0x00, 0x00, 0x00, 0x13, 0x00, 0x00, 0x00, 0x14,                          //
+            0x00, 0x03, 0x00, 0x08, 0x00, 0x00, 0x00, 0x03, 'S',  'q',  0x00, 0x00,  // topic_name
+            0x00, 0x04, 0x00, 0x08, 0x00, 0x00, 0x00, 0x03, 'T',  'p',  0x00, 0x00,  // type_name
+            0x00, 0x05, 0x00, 0x04, 0x00, 0x00, 0x00, 0x07,                          // domain_id
+            0x00, 0x06, 0x00, 0x04, 0x0a, 0x0b, 0x0c, 0x0d,                          // host_id
+            0x00, 0x07, 0x00, 0x04, 0x00, 0x00, 0x00, 0x09,                          // process_id
+            0x00, 0x08, 0x00, 0x10,                                                  // inconsistent_topic_status
+            0x00, 0x00, 0x00, 0x08, 0x00, 0x00, 0x00, 0x0a, 0x00, 0x00, 0x00, 0x01,  //   status
+            0x7f, 0x02, 0x00, 0x00,                                                  //   its sentinel
+            0x7f, 0x02, 0x00, 0x00,                                                  // sentinel
     };
-    EXPECT_LT(zel_dds_monitoring_TopicEntityStatisticsPlugin_get_serialized_sample_max_size(nullptr, 0, 0, 0),
-              65536u);
+    EXPECT_LT(zel_dds_monitoring_TopicEntityStatisticsPlugin_get_serialized_sample_max_size(nullptr, 0, 0, 0), 65536u);
 
     Buffer out(1024);
     ASSERT_TRUE(
@@ -69,8 +67,7 @@ TEST_F(WireOctetsTest, StatisticsTopicTypeIsAShortHeaderParameterList)
 // A 64-bit value inside a nested parameter is aligned to 8 from the origin
 // of the sample (the octet after the encapsulation header), not from the
 // start of its parameter: here it needs 4 octets of padding.
-TEST_F(WireOctetsTest, AlignmentRunsFromTheSampleOriginAcrossParameters)
-{
+TEST_F(WireOctetsTest, AlignmentRunsFromTheSampleOriginAcrossParameters) {
     zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics sample;
     ASSERT_TRUE(zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics_initialize(&sample));
     sample.datareader_key = {{1, 2, 3, 4}};
@@ -86,20 +83,21 @@ TEST_F(WireOctetsTest, AlignmentRunsFromTheSampleOriginAcrossParameters)
     status.uncommitted_sample_count = 0x11;
 
     const Octets expected = cat({
-        {0x00, 0x02, 0x00, 0x00},
-        {0x00, 0x00, 0x00, 0x10, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 4},  // offset 0: datareader_key
-        {0x00, 0x01, 0x00, 0x18, 0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1a, 0x1b, 0x1c, 0x1d,
-         0x1e, 0x1f, 0x00, 0x00, 0x00, 0x10, 0x01, 0x00, 0x00, 0x00},  // 20: publication_handle, 21 octets + 3
-        {0x00, 0x02, 0x00, 0x08, 0, 0, 0, 5, 0, 0, 0, 0},              // 48: period
-        {0x00, 0x03, 0x01, 0x18},                                      // 60: datareader_protocol_status, 280
-        {0x00, 0x00, 0x01, 0x10},                                      // 64:   status, 272
-        {0x00, 0x00, 0x00, 0x00},                                      // 68:   padding to 72
-        {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08},              // 72:   received_sample_count
-        zeros(29 * 8 + 2 * 8),                                         //       the other counts, two sequence numbers
-        {0, 0, 0, 2, 0, 0, 0, 3},                                      // 328:  last_committed_sample_sequence_number
-        {0, 0, 0, 0x11},                                               // 336:  uncommitted_sample_count
-        {0x7f, 0x02, 0x00, 0x00},                                      // 340:  its sentinel
-        {0x7f, 0x02, 0x00, 0x00},                                      // 344: sentinel
+            {0x00, 0x02, 0x00, 0x00},
+            {0x00, 0x00, 0x00, 0x10, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 4},  // offset 0: datareader_key
+            {0x00, 0x01, 0x00, 0x18, 0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1a,
+             0x1b, 0x1c, 0x1d, 0x1e, 0x1f, 0x00, 0x00, 0x00, 0x10, 0x01, 0x00, 0x00, 0x00},  // 20: publication_handle,
+                                                                                             // 21 octets + 3
+            {0x00, 0x02, 0x00, 0x08, 0, 0, 0, 5, 0, 0, 0, 0},                                // 48: period
+            {0x00, 0x03, 0x01, 0x18},                          // 60: datareader_protocol_status, 280
+            {0x00, 0x00, 0x01, 0x10},                          // 64:   status, 272
+            {0x00, 0x00, 0x00, 0x00},                          // 68:   padding to 72
+            {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08},  // 72:   received_sample_count
+            zeros(29 * 8 + 2 * 8),                             //       the other counts, two sequence numbers
+            {0, 0, 0, 2, 0, 0, 0, 3},                          // 328:  last_committed_sample_sequence_number
+            {0, 0, 0, 0x11},                                   // 336:  uncommitted_sample_count
+            {0x7f, 0x02, 0x00, 0x00},                          // 340:  its sentinel
+            {0x7f, 0x02, 0x00, 0x00},                          // 344: sentinel
     });
     Buffer out(1024);
     ASSERT_TRUE(zel_dds_monitoring_DataReaderEntityMatchedPublicationStatisticsPlugin_serialize(
@@ -113,14 +111,14 @@ TEST_F(WireOctetsTest, AlignmentRunsFromTheSampleOriginAcrossParameters)
 
 // A writer refuses a 257-character name in a string<256>, naming itself in
 // the log.
-TEST_F(WireOctetsTest, WriterRefusesAStringOverItsBound)
-{
+TEST_F(WireOctetsTest, WriterRefusesAStringOverItsBound) {
     zeltest::LogCapture log;
     zel_dds_monitoring_TopicDescription topic;
     ASSERT_TRUE(zel_dds_monitoring_TopicDescription_initialize(&topic));
     std::memset(topic.topic_name, 'n', 256);
     Buffer atBound(2048);
-    EXPECT_TRUE(zel_dds_monitoring_TopicDescriptionPlugin_serialize(nullptr, &topic, &atBound.stream, 1, 0, 1, nullptr));
+    EXPECT_TRUE(
+            zel_dds_monitoring_TopicDescriptionPlugin_serialize(nullptr, &topic, &atBound.stream, 1, 0, 1, nullptr));
     DDS_String_free(topic.topic_name);
     topic.topic_name = DDS_String_dup(std::string(257, 'n').c_str());
     ASSERT_NE(topic.topic_name, nullptr);

@@ -55,8 +55,12 @@ TEST_F(LoopbackConcurrencyTest, MatchesStayBalancedAndWalksSeeWholeEntitiesWhile
             ASSERT_NE(p, nullptr);
             ZELWireEndpointQos qos = (i % 2 == 0) ? offeredQos() : requestedQos();
             qos.durabilityKind = (i % 3 == 0) ? 1 : 0;
-            const ZELWireEndpointParams params{guidOf(entity), (i % 5 == 0) ? "Circle" : "Square",
-                                               own ? "Other" : "ShapeType", ZEL_TRUE, ZEL_FALSE, qos};
+            const ZELWireEndpointParams params{guidOf(entity),
+                                               (i % 5 == 0) ? "Circle" : "Square",
+                                               own ? "Other" : "ShapeType",
+                                               ZEL_TRUE,
+                                               ZEL_FALSE,
+                                               qos};
             Tracker &tracker = trackers[t].emplace_back();
             tracker.ops = ops_;
             if (i % 2 == 0) {
@@ -102,8 +106,8 @@ TEST_F(LoopbackConcurrencyTest, MatchesStayBalancedAndWalksSeeWholeEntitiesWhile
                 nullptr));
         const ZELWireGuid topic{{0x0a000001u, 0x1234u, 1u, 0x10a}};
         uint32_t total = 0, unacknowledged = 0;
-        EXPECT_TRUE(ops_->getInconsistentTopics(local, &topic, "Square", "ShapeType", ZEL_TRUE, &total,
-                                                &unacknowledged));
+        EXPECT_TRUE(
+                ops_->getInconsistentTopics(local, &topic, "Square", "ShapeType", ZEL_TRUE, &total, &unacknowledged));
         EXPECT_GE(total, previousTotal);
         previousTotal = total;
     }

@@ -57,10 +57,12 @@ TEST_F(LoopbackMatchTest, IncompatibleQosNamesTheFirstPolicyOnBothSidesAndNeverU
     };
     const Case cases[] = {
             {[](ZELWireEndpointQos *o, ZELWireEndpointQos *) { o->reliabilityKind = 0; }, 0},
-            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) { o->reliabilityKind = 0; r->reliabilityKind = 1; },
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->reliabilityKind = 0;
+                 r->reliabilityKind = 1;
+             },
              ZEL_WIRE_POLICY_ID_RELIABILITY},
-            {[](ZELWireEndpointQos *, ZELWireEndpointQos *r) { r->durabilityKind = 2; },
-             ZEL_WIRE_POLICY_ID_DURABILITY},
+            {[](ZELWireEndpointQos *, ZELWireEndpointQos *r) { r->durabilityKind = 2; }, ZEL_WIRE_POLICY_ID_DURABILITY},
             {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
                  o->deadlinePeriod = ZELNtpTime{2, 1};
                  r->deadlinePeriod = ZELNtpTime{2, 0};

@@ -171,9 +171,8 @@ TEST_P(WireContractTest, CountersFollowEachReadersDecisionAndTheWiresCapabilitie
         int64_t filtered;  // per reader, of the three samples
         int64_t rejected;
     };
-    const Case cases[] = {{ZEL_WIRE_DELIVERY_ACCEPTED, 0, 0},
-                          {ZEL_WIRE_DELIVERY_FILTERED, 3, 0},
-                          {ZEL_WIRE_DELIVERY_REJECTED, 0, 3}};
+    const Case cases[] = {
+            {ZEL_WIRE_DELIVERY_ACCEPTED, 0, 0}, {ZEL_WIRE_DELIVERY_FILTERED, 3, 0}, {ZEL_WIRE_DELIVERY_REJECTED, 0, 3}};
     const bool writerOutcomes = (ops_->capabilities & ZEL_WIRE_SUPPLIES_WRITER_OUTCOMES) != 0;
     const bool sequenceNumbers = (ops_->capabilities & ZEL_WIRE_SUPPLIES_SEQUENCE_NUMBERS) != 0;
     const bool locators = (ops_->capabilities & ZEL_WIRE_SUPPLIES_MATCH_LOCATORS) != 0;

@@ -24,7 +24,7 @@ ZELWireEndpointQos requestedQos();
 struct Recorder {
     std::mutex mutex;
     std::vector<std::string> events;
-    std::vector<ZELNetioLocator> locators;  // of matched readers, for a writer
+    std::vector<ZELNetioLocator> locators;       // of matched readers, for a writer
     std::vector<std::vector<uint8_t>> payloads;  // of received samples
     std::vector<ZELWireSample> samples;          // received, without their data
     ZELWireDeliveryResult answer = ZEL_WIRE_DELIVERY_ACCEPTED;

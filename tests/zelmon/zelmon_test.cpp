@@ -87,7 +87,8 @@ public:
                 buffer_.erase(0, newline + 1);
                 return line;
             }
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+            const auto left =
+                    std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
             pollfd fd{out_, POLLIN, 0};
             if (left.count() <= 0 || poll(&fd, 1, static_cast<int>(left.count())) <= 0) {
                 return std::nullopt;
@@ -125,8 +126,16 @@ std::vector<std::string> zelmon(std::initializer_list<std::string> args) {
 
 std::unique_ptr<Program> startDemo(const char *role, bool clean = false) {
     // Ends by itself too, should this test die before it stops the demo.
-    std::vector<std::string> args = {ZELTEST_ZELDEMO, role, "-d", std::to_string(kShapesDomain), "-m",
-                                     std::to_string(kMonitoringDomain), "-p", "1", "-t", "120"};
+    std::vector<std::string> args = {ZELTEST_ZELDEMO,
+                                     role,
+                                     "-d",
+                                     std::to_string(kShapesDomain),
+                                     "-m",
+                                     std::to_string(kMonitoringDomain),
+                                     "-p",
+                                     "1",
+                                     "-t",
+                                     "120"};
     if (clean) {
         args.emplace_back("--clean");
     }
@@ -335,11 +344,10 @@ TEST_F(ZelmonTest, CheckNamesTheIncompatibleReaderAndPassesAClean) {
         if (!c.clean) {
             bool named = false;
             for (const json &problem : problems) {
-                named = named || (problem["kind"] == "incompatible-qos" &&
-                                  problem["message"].get<std::string>().find(
-                                          "reader") == 0 &&
-                                  problem["message"].get<std::string>().find("RELIABILITY (policy id 11)") !=
-                                          std::string::npos);
+                named = named ||
+                        (problem["kind"] == "incompatible-qos" &&
+                         problem["message"].get<std::string>().find("reader") == 0 &&
+                         problem["message"].get<std::string>().find("RELIABILITY (policy id 11)") != std::string::npos);
             }
             EXPECT_TRUE(named) << problems.dump(2);
         }
@@ -374,10 +382,11 @@ TEST_F(ZelmonTest, CorruptMonitoringSamplesAreCountedNotFatal) {
     startDemos();
     Program top(zelmon({"top", "--json", "-t", "30"}));
     DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
-    DDS_DomainParticipant *hostile =
-            DDS_DomainParticipantFactory_create_participant(factory, kMonitoringDomain, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+    DDS_DomainParticipant *hostile = DDS_DomainParticipantFactory_create_participant(
+            factory, kMonitoringDomain, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
     ASSERT_NE(hostile, nullptr);
-    const ZELDefaultMonitorCatalogueEntry &entry = ZELDefaultMonitorCatalogue_g_entries[ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS];
+    const ZELDefaultMonitorCatalogueEntry &entry =
+            ZELDefaultMonitorCatalogue_g_entries[ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS];
     ASSERT_EQ(dp_ShapeTypeSupport_register_type(hostile, entry.typeName), DDS_RETCODE_OK);
     DDS_Topic *topic = DDS_DomainParticipant_create_topic(hostile, entry.topicName, entry.typeName,
                                                           &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);

@@ -4,8 +4,7 @@ namespace zelidl {
 
 namespace {
 
-std::string formatI(const SourceLocation &location, const std::string &text)
-{
+std::string formatI(const SourceLocation &location, const std::string &text) {
     return location.file + ":" + std::to_string(location.line) + ":" + std::to_string(location.column) +
            ": error: " + text;
 }
@@ -13,8 +12,6 @@ std::string formatI(const SourceLocation &location, const std::string &text)
 }  // namespace
 
 CompileError::CompileError(const SourceLocation &location, const std::string &text)
-    : std::runtime_error(formatI(location, text)), location_(location), text_(text)
-{
-}
+    : std::runtime_error(formatI(location, text)), location_(location), text_(text) {}
 
 }  // namespace zelidl

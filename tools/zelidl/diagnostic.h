@@ -8,9 +8,9 @@
 namespace zelidl {
 
 struct SourceLocation {
-    std::string file;      // as the user named it or as it was found
-    uint32_t line = 1;     // 1-based
-    uint32_t column = 1;   // 1-based, in octets
+    std::string file;     // as the user named it or as it was found
+    uint32_t line = 1;    // 1-based
+    uint32_t column = 1;  // 1-based, in octets
 };
 
 // Thrown inside the compiler only; main() turns it into a message and exit

@@ -7,8 +7,7 @@
 
 namespace zelidl {
 
-std::string generateTypeTable(const SourceFile &file, const GeneratorOptions &options)
-{
+std::string generateTypeTable(const SourceFile &file, const GeneratorOptions &options) {
     std::ostringstream out;
     out << gen::banner(file, gen::outputBaseName(file, options) + "_types.inc: every type of " + file.baseName +
                                      ".idl, for code that visits them all.\n"
@@ -39,8 +38,7 @@ std::string generateTypeTable(const SourceFile &file, const GeneratorOptions &op
     return out.str();
 }
 
-std::string generateLayoutTable(const SourceFile &file, const GeneratorOptions &options)
-{
+std::string generateLayoutTable(const SourceFile &file, const GeneratorOptions &options) {
     std::ostringstream out;
     const std::string base = gen::outputBaseName(file, options);
     out << gen::banner(file, base + "_layout.inc: each type of " + file.baseName +
@@ -94,8 +92,7 @@ std::string generateLayoutTable(const SourceFile &file, const GeneratorOptions &
     return out.str();
 }
 
-GeneratedFiles generate(const Model &model, const SourceFile &file, const GeneratorOptions &options)
-{
+GeneratedFiles generate(const Model &model, const SourceFile &file, const GeneratorOptions &options) {
     // Plug-in types may be named for a whole set of files: each file handles
     // those it declares and ignores the others.
     for (const std::string &name : options.pluginTypes) {

@@ -10,18 +10,18 @@
 namespace zelidl {
 
 struct GeneratorOptions {
-    std::string exportMacro;                 // marks every exported declaration
-    std::string exportHeader;                // defines exportMacro; empty: none included
-    std::set<std::string> pluginTypes;       // scoped names of keyless types that also get a type plug-in
-    std::string outputBaseName;              // base name of the outputs; empty: the IDL file's
+    std::string exportMacro;            // marks every exported declaration
+    std::string exportHeader;           // defines exportMacro; empty: none included
+    std::set<std::string> pluginTypes;  // scoped names of keyless types that also get a type plug-in
+    std::string outputBaseName;         // base name of the outputs; empty: the IDL file's
 };
 
 struct GeneratedFiles {
-    std::string header;                      // <base>.h
-    std::string source;                      // <base>.cpp: descriptors, type codes, sequences, samples
-    std::string pluginSource;                // <base>Plugin.cpp: serialization, keys, plug-ins, registration
-    std::string typeTable;                   // <base>_types.inc
-    std::string layoutTable;                 // <base>_layout.inc
+    std::string header;        // <base>.h
+    std::string source;        // <base>.cpp: descriptors, type codes, sequences, samples
+    std::string pluginSource;  // <base>Plugin.cpp: serialization, keys, plug-ins, registration
+    std::string typeTable;     // <base>_types.inc
+    std::string layoutTable;   // <base>_layout.inc
 };
 
 // Throws CompileError when a plug-in type is not declared in `model` or is

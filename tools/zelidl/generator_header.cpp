@@ -10,18 +10,17 @@ namespace zelidl {
 
 namespace {
 
-std::string guardI(const std::string &baseName)
-{
+std::string guardI(const std::string &baseName) {
     std::string guard = "ZELIDL_";
     for (char c : baseName) {
-        guard += std::isalnum(static_cast<unsigned char>(c)) ? static_cast<char>(std::toupper(static_cast<unsigned char>(c)))
-                                                             : '_';
+        guard += std::isalnum(static_cast<unsigned char>(c))
+                         ? static_cast<char>(std::toupper(static_cast<unsigned char>(c)))
+                         : '_';
     }
     return guard + "_H";
 }
 
-void writeCTypeI(std::ostream &out, const Declaration &d)
-{
+void writeCTypeI(std::ostream &out, const Declaration &d) {
     const std::string flat = d.flatName();
     switch (d.kind) {
     case Declaration::Kind::Enum: {
@@ -48,8 +47,7 @@ void writeCTypeI(std::ostream &out, const Declaration &d)
     }
 }
 
-void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOptions &options)
-{
+void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOptions &options) {
     const std::string api = gen::exportPrefix(options);
     const std::string f = d.flatName();
     out << "ZEL_SEQUENCE_DECLARE(" << options.exportMacro << ", " << d.sequenceName() << ", " << f << ");\n";
@@ -88,18 +86,19 @@ void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOption
         out << "typedef " << f << " " << f << "KeyHolder;\n";
         out << api << "const char *" << f << "TypeSupport_get_type_name(void);\n";
         out << api << "DDS_Boolean " << f << "Plugin_serialize_key(PRESTypePluginEndpointData endpoint_data, const "
-            << f << " *sample, struct ZELCdrStream *stream, DDS_Boolean serialize_encapsulation, "
+            << f
+            << " *sample, struct ZELCdrStream *stream, DDS_Boolean serialize_encapsulation, "
                "DDS_UnsignedShort encapsulation_id, DDS_Boolean serialize_key, void *endpoint_plugin_qos);\n";
-        out << api << "DDS_Boolean " << f << "Plugin_deserialize_key(PRESTypePluginEndpointData endpoint_data, "
-            << f << " *sample, struct ZELCdrStream *stream, DDS_Boolean deserialize_encapsulation, DDS_Boolean "
+        out << api << "DDS_Boolean " << f << "Plugin_deserialize_key(PRESTypePluginEndpointData endpoint_data, " << f
+            << " *sample, struct ZELCdrStream *stream, DDS_Boolean deserialize_encapsulation, DDS_Boolean "
                "deserialize_key, void *endpoint_plugin_qos);\n";
         out << api << "unsigned int " << f
             << "Plugin_get_serialized_key_max_size(PRESTypePluginEndpointData endpoint_data, DDS_Boolean "
                "include_encapsulation, DDS_UnsignedShort encapsulation_id, unsigned int current_alignment);\n";
-        out << api << "DDS_Boolean " << f << "Plugin_instance_to_key(PRESTypePluginEndpointData endpoint_data, "
-            << f << "KeyHolder *key, const " << f << " *instance);\n";
-        out << api << "DDS_Boolean " << f << "Plugin_key_to_instance(PRESTypePluginEndpointData endpoint_data, "
-            << f << " *instance, const " << f << "KeyHolder *key);\n";
+        out << api << "DDS_Boolean " << f << "Plugin_instance_to_key(PRESTypePluginEndpointData endpoint_data, " << f
+            << "KeyHolder *key, const " << f << " *instance);\n";
+        out << api << "DDS_Boolean " << f << "Plugin_key_to_instance(PRESTypePluginEndpointData endpoint_data, " << f
+            << " *instance, const " << f << "KeyHolder *key);\n";
         out << api << "DDS_Boolean " << f
             << "Plugin_instance_to_keyhash(PRESTypePluginEndpointData endpoint_data, DDS_KeyHash_t *keyhash, const "
             << f << " *instance);\n";
@@ -121,13 +120,11 @@ void writeFamilyI(std::ostream &out, const Declaration &d, const GeneratorOption
 
 }  // namespace
 
-std::string generateHeader(const SourceFile &file, const GeneratorOptions &options)
-{
+std::string generateHeader(const SourceFile &file, const GeneratorOptions &options) {
     std::ostringstream out;
     const std::string base = gen::outputBaseName(file, options);
     const std::string guard = guardI(base);
-    out << gen::banner(file, base + ".h: the C types of " + file.baseName +
-                                     ".idl and their type support.");
+    out << gen::banner(file, base + ".h: the C types of " + file.baseName + ".idl and their type support.");
     out << "#ifndef " << guard << "\n#define " << guard << "\n\n";
     out << "#include \"vurncore/types.h\"\n"
            "#include \"vurncore/sequence.h\"\n"

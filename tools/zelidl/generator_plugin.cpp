@@ -238,8 +238,7 @@ DDS_Boolean zelidlInstanceToKeyHashAs(PRESTypePluginEndpointData endpointData, D
 }  // namespace
 )";
 
-void writeSerializationI(std::ostream &out, const Declaration &d)
-{
+void writeSerializationI(std::ostream &out, const Declaration &d) {
     const std::string f = d.flatName();
     const std::string desc = "&" + f + "_g_desc";
     out << "\nDDS_Boolean " << f << "Plugin_serialize(PRESTypePluginEndpointData endpoint_data, const " << f
@@ -275,12 +274,10 @@ void writeSerializationI(std::ostream &out, const Declaration &d)
         << "Plugin_get_serialized_sample_size\");\n}\n";
 }
 
-void writeKeyOperationsI(std::ostream &out, const Declaration &d)
-{
+void writeKeyOperationsI(std::ostream &out, const Declaration &d) {
     const std::string f = d.flatName();
     const std::string desc = "&" + f + "_g_desc";
-    out << "\nconst char *" << f << "TypeSupport_get_type_name(void)\n{\n    return \"" << d.scopedName()
-        << "\";\n}\n";
+    out << "\nconst char *" << f << "TypeSupport_get_type_name(void)\n{\n    return \"" << d.scopedName() << "\";\n}\n";
     out << "\nDDS_Boolean " << f << "Plugin_serialize_key(PRESTypePluginEndpointData endpoint_data, const " << f
         << " *sample, struct ZELCdrStream *stream, DDS_Boolean serialize_encapsulation, DDS_UnsignedShort "
            "encapsulation_id, DDS_Boolean serialize_key, void *endpoint_plugin_qos)\n{\n"
@@ -323,8 +320,7 @@ void writeKeyOperationsI(std::ostream &out, const Declaration &d)
         << "Plugin_serialized_sample_to_keyhash\");\n}\n";
 }
 
-void writePluginRecordI(std::ostream &out, const Declaration &d)
-{
+void writePluginRecordI(std::ostream &out, const Declaration &d) {
     const std::string f = d.flatName();
     const bool keyed = gen::hasKeyOperations(d);
     out << "\nstruct PRESTypePlugin *" << f << "Plugin_new(void)\n{\n"
@@ -365,11 +361,10 @@ void writePluginRecordI(std::ostream &out, const Declaration &d)
 // Registration hands the participant a plug-in of its own, which keeps a copy
 // of the record, so the one made here is deleted whatever the outcome. A
 // NULL type name stands for the type's scoped name.
-void writeRegistrationI(std::ostream &out, const Declaration &d)
-{
+void writeRegistrationI(std::ostream &out, const Declaration &d) {
     const std::string f = d.flatName();
-    const std::string defaultName = gen::hasKeyOperations(d) ? f + "TypeSupport_get_type_name()"
-                                                             : "\"" + d.scopedName() + "\"";
+    const std::string defaultName =
+            gen::hasKeyOperations(d) ? f + "TypeSupport_get_type_name()" : "\"" + d.scopedName() + "\"";
     const std::string registerContext = f + "TypeSupport_register_type";
     out << "\nDDS_ReturnCode_t " << registerContext
         << "(DDS_DomainParticipant *participant, const char *type_name)\n{\n"
@@ -397,11 +392,10 @@ void writeRegistrationI(std::ostream &out, const Declaration &d)
 
 }  // namespace
 
-std::string generatePluginSource(const SourceFile &file, const GeneratorOptions &options)
-{
+std::string generatePluginSource(const SourceFile &file, const GeneratorOptions &options) {
     std::ostringstream out;
-    out << gen::banner(file, gen::outputBaseName(file, options) + "Plugin.cpp: serialization, keys and type plug-ins of " +
-                                     file.baseName + ".idl.");
+    out << gen::banner(file, gen::outputBaseName(file, options) +
+                                     "Plugin.cpp: serialization, keys and type plug-ins of " + file.baseName + ".idl.");
     out << "#include \"" << gen::outputBaseName(file, options) << ".h\"\n\n"
         << "#include \"vurncore/cdr_stream.h\"\n#include \"vurncore/heap.h\"\n#include \"vurncore/log.h\"\n\n";
     out << kPluginPrelude;
@@ -420,19 +414,16 @@ std::string generatePluginSource(const SourceFile &file, const GeneratorOptions 
     return out.str();
 }
 
-
 // The typed data writer and data reader of each type with a plug-in: thin
 // wrappers that check their arguments and hand the sample to the untyped
 // data path. FooDataWriter and FooDataReader are never defined: a typed
 // pointer is the DDS entity pointer under another name.
 namespace gen {
 
-
 namespace {
 
 // The type name the plug-in registers by default, as a C expression.
-std::string typeNameExpressionI(const Declaration &d)
-{
+std::string typeNameExpressionI(const Declaration &d) {
     return hasKeyOperations(d) ? d.flatName() + "TypeSupport_get_type_name()" : "\"" + d.scopedName() + "\"";
 }
 
@@ -495,25 +486,22 @@ const ReaderOp kReaderOps[] = {
          "const DDS_InstanceHandle_t *previous_handle, DDS_ReadCondition *condition", "previous_handle, condition"},
 };
 
-std::string readerSignatureI(const Declaration &d, const ReaderOp &op, const char *which)
-{
+std::string readerSignatureI(const Declaration &d, const ReaderOp &op, const char *which) {
     const std::string r = d.flatName() + "DataReader";
     return "DDS_ReturnCode_t " + r + "_" + which + op.name + "(" + r + " *self, " + d.sequenceName() +
            " *received_data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples, " + op.extra + ")";
 }
 
-std::string nextSampleSignatureI(const Declaration &d, const char *which)
-{
+std::string nextSampleSignatureI(const Declaration &d, const char *which) {
     const std::string f = d.flatName();
     return "DDS_ReturnCode_t " + f + "DataReader_" + which + "_next_sample(" + f + "DataReader *self, " + f +
            " *received_data, struct DDS_SampleInfo *sample_info)";
 }
 
-std::string writerSignatureI(const Declaration &d, const WriterOp &op)
-{
+std::string writerSignatureI(const Declaration &d, const WriterOp &op) {
     const std::string f = d.flatName();
-    std::string s = std::string(op.returnsHandle ? "DDS_InstanceHandle_t " : "DDS_ReturnCode_t ") + f +
-                    "DataWriter_" + op.name + "(" + f + "DataWriter *self, const " + f + " *instance_data";
+    std::string s = std::string(op.returnsHandle ? "DDS_InstanceHandle_t " : "DDS_ReturnCode_t ") + f + "DataWriter_" +
+                    op.name + "(" + f + "DataWriter *self, const " + f + " *instance_data";
     if (op.extra[0] != '\0') {
         s += std::string(", ") + op.extra;
     }
@@ -522,8 +510,7 @@ std::string writerSignatureI(const Declaration &d, const WriterOp &op)
 
 }  // namespace
 
-void writeTypedDeclarations(std::ostream &out, const Declaration &d, const GeneratorOptions &options)
-{
+void writeTypedDeclarations(std::ostream &out, const Declaration &d, const GeneratorOptions &options) {
     const std::string api = exportPrefix(options);
     const std::string f = d.flatName();
     const std::string w = f + "DataWriter";
@@ -556,13 +543,13 @@ void writeTypedDeclarations(std::ostream &out, const Declaration &d, const Gener
         << " *received_data, struct DDS_SampleInfoSeq *info_seq);\n";
 }
 
-void writeTypedDefinitions(std::ostream &out, const Declaration &d)
-{
+void writeTypedDefinitions(std::ostream &out, const Declaration &d) {
     const std::string f = d.flatName();
     const std::string w = f + "DataWriter";
     const std::string r = f + "DataReader";
     const std::string seq = d.sequenceName();
-    out << "\n" << w << " *" << w << "_narrow(DDS_DataWriter *writer)\n{\n"
+    out << "\n"
+        << w << " *" << w << "_narrow(DDS_DataWriter *writer)\n{\n"
         << "    if (writer == nullptr) {\n"
         << "        zelidlLogI(\"TDataWriter_narrow\", ZEL_LOG_BAD_PARAMETER_s, \"null writer\");\n"
         << "        return nullptr;\n    }\n"
@@ -576,7 +563,8 @@ void writeTypedDefinitions(std::ostream &out, const Declaration &d)
         << "        return nullptr;\n    }\n"
         << "    return reinterpret_cast<DDS_DataWriter *>(writer);\n}\n";
     for (const WriterOp &op : kWriterOps) {
-        out << "\n" << writerSignatureI(d, op) << "\n{\n"
+        out << "\n"
+            << writerSignatureI(d, op) << "\n{\n"
             << "    return DDS_DataWriter_" << op.untyped << "(reinterpret_cast<DDS_DataWriter *>(self), instance_data"
             << (op.args[0] != '\0' ? ", " : "") << op.args << ");\n}\n";
     }
@@ -584,12 +572,12 @@ void writeTypedDefinitions(std::ostream &out, const Declaration &d)
         << " *key_holder, const DDS_InstanceHandle_t *handle)\n{\n"
         << "    return DDS_DataWriter_get_key_value_untypedI(reinterpret_cast<DDS_DataWriter *>(self), key_holder, "
            "handle);\n}\n";
-    out << "\nDDS_InstanceHandle_t " << w << "_lookup_instance(" << w << " *self, const " << f
-        << " *key_holder)\n{\n"
+    out << "\nDDS_InstanceHandle_t " << w << "_lookup_instance(" << w << " *self, const " << f << " *key_holder)\n{\n"
         << "    return DDS_DataWriter_lookup_instance_untypedI(reinterpret_cast<DDS_DataWriter *>(self), "
            "key_holder);\n}\n";
 
-    out << "\n" << r << " *" << r << "_narrow(DDS_DataReader *reader)\n{\n"
+    out << "\n"
+        << r << " *" << r << "_narrow(DDS_DataReader *reader)\n{\n"
         << "    if (reader == nullptr) {\n"
         << "        zelidlLogI(\"TDataReader_narrow\", ZEL_LOG_BAD_PARAMETER_s, \"null reader\");\n"
         << "        return nullptr;\n    }\n"
@@ -605,16 +593,19 @@ void writeTypedDefinitions(std::ostream &out, const Declaration &d)
     for (const char *which : {"read", "take"}) {
         const char *const take = std::string(which) == "take" ? "DDS_BOOLEAN_TRUE" : "DDS_BOOLEAN_FALSE";
         for (const ReaderOp &op : kReaderOps) {
-            out << "\n" << readerSignatureI(d, op, which) << "\n{\n"
+            out << "\n"
+                << readerSignatureI(d, op, which) << "\n{\n"
                 << "    if (received_data == nullptr) {\n"
                 << "        zelidlLogI(\"" << r << "_" << which << op.name
                 << "\", ZEL_LOG_BAD_PARAMETER_s, \"received_data\");\n"
                 << "        return DDS_RETCODE_BAD_PARAMETER;\n    }\n"
-                << "    return DDS_DataReader_" << op.untyped << "(reinterpret_cast<DDS_DataReader *>(self), "
+                << "    return DDS_DataReader_" << op.untyped
+                << "(reinterpret_cast<DDS_DataReader *>(self), "
                    "reinterpret_cast<ZELSequence *>(received_data), info_seq, max_samples, "
                 << op.args << ", " << take << ");\n}\n";
         }
-        out << "\n" << nextSampleSignatureI(d, which) << "\n{\n"
+        out << "\n"
+            << nextSampleSignatureI(d, which) << "\n{\n"
             << "    if (received_data == nullptr) {\n"
             << "        zelidlLogI(\"" << r << "_" << which
             << "_next_sample\", ZEL_LOG_BAD_PARAMETER_s, \"received_data\");\n"
@@ -627,8 +618,7 @@ void writeTypedDefinitions(std::ostream &out, const Declaration &d)
         << " *key_holder, const DDS_InstanceHandle_t *handle)\n{\n"
         << "    return DDS_DataReader_get_key_value_untypedI(reinterpret_cast<DDS_DataReader *>(self), key_holder, "
            "handle);\n}\n";
-    out << "\nDDS_InstanceHandle_t " << r << "_lookup_instance(" << r << " *self, const " << f
-        << " *key_holder)\n{\n"
+    out << "\nDDS_InstanceHandle_t " << r << "_lookup_instance(" << r << " *self, const " << f << " *key_holder)\n{\n"
         << "    return DDS_DataReader_lookup_instance_untypedI(reinterpret_cast<DDS_DataReader *>(self), "
            "key_holder);\n}\n";
     const std::string loan = r + "_return_loan";

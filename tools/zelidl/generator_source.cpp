@@ -95,8 +95,7 @@ const char *const kSourcePrelude = R"(namespace {
 }  // namespace
 )";
 
-const char *extensibilityI(Extensibility extensibility, bool forTypeCode)
-{
+const char *extensibilityI(Extensibility extensibility, bool forTypeCode) {
     switch (extensibility) {
     case Extensibility::Final:
         return forTypeCode ? "DDS_FINAL_EXTENSIBILITY" : "ZEL_CDR_EXTENSIBILITY_FINAL";
@@ -109,8 +108,7 @@ const char *extensibilityI(Extensibility extensibility, bool forTypeCode)
 }
 
 // The C type of any type, arrays included, as a type-id ("DDS_Long[4]").
-std::string cTypeIdI(const TypeSpec &type)
-{
+std::string cTypeIdI(const TypeSpec &type) {
     std::string declaration = gen::cDeclaration(type, "");
     while (!declaration.empty() && declaration.back() == ' ') {
         declaration.pop_back();
@@ -121,8 +119,7 @@ std::string cTypeIdI(const TypeSpec &type)
     return declaration;
 }
 
-std::string sequenceElementTypeI(const Declaration &d)
-{
+std::string sequenceElementTypeI(const Declaration &d) {
     const std::string f = d.flatName();
     // Plain values need no call per element: the sequence moves whole buffers.
     if (gen::isPlain(d)) {
@@ -134,8 +131,7 @@ std::string sequenceElementTypeI(const Declaration &d)
 
 // Writes the descriptors of an anonymous type (and of its anonymous parts)
 // under `name`; returns the address expression of the type's descriptor.
-std::string writeDescriptorI(std::ostream &out, const TypeSpec &type, const std::string &name)
-{
+std::string writeDescriptorI(std::ostream &out, const TypeSpec &type, const std::string &name) {
     switch (type.form) {
     case TypeSpec::Form::Primitive:
         return std::string("&") + gen::primitiveDescriptor(type.primitive);
@@ -167,8 +163,7 @@ std::string writeDescriptorI(std::ostream &out, const TypeSpec &type, const std:
 // Writes the type-code records of an anonymous type under `name` and the
 // statements that complete them into `fill`; returns the expression that
 // gives the completed type code.
-std::string writeTypeCodeI(std::ostream &out, std::ostream &fill, const TypeSpec &type, const std::string &name)
-{
+std::string writeTypeCodeI(std::ostream &out, std::ostream &fill, const TypeSpec &type, const std::string &name) {
     switch (type.form) {
     case TypeSpec::Form::Primitive:
         return std::string("&") + gen::primitiveTypeCode(type.primitive);
@@ -207,12 +202,11 @@ std::string writeTypeCodeI(std::ostream &out, std::ostream &fill, const TypeSpec
     return "&" + name;
 }
 
-void writeDescriptorAndTypeCodeI(std::ostream &out, const Declaration &d, const GeneratorOptions &options)
-{
+void writeDescriptorAndTypeCodeI(std::ostream &out, const Declaration &d, const GeneratorOptions &options) {
     const std::string f = d.flatName();
     const std::string scoped = d.scopedName();
-    std::ostringstream anonymous;   // descriptors and type codes of member types
-    std::ostringstream fill;        // statements that complete the type code
+    std::ostringstream anonymous;  // descriptors and type codes of member types
+    std::ostringstream fill;       // statements that complete the type code
 
     // Type code records.
     std::string typeCodeRecord;
@@ -249,8 +243,8 @@ void writeDescriptorAndTypeCodeI(std::ostream &out, const Declaration &d, const 
         members << "};\n";
         anonymous << members.str();
         typeCodeRecord = "DDS_TypeCode " + f + "_g_tc = {DDS_TK_STRUCT, \"" + scoped + "\", " +
-                         extensibilityI(d.extensibility, true) + ", " + std::to_string(d.members.size()) + "u, " +
-                         f + "_g_tc_members, 0, nullptr, 0, nullptr, 0, nullptr};\n";
+                         extensibilityI(d.extensibility, true) + ", " + std::to_string(d.members.size()) + "u, " + f +
+                         "_g_tc_members, 0, nullptr, 0, nullptr, 0, nullptr};\n";
         break;
     }
     }
@@ -267,14 +261,17 @@ void writeDescriptorAndTypeCodeI(std::ostream &out, const Declaration &d, const 
             anonymous << "    {\"" << e.name << "\", " << e.value << "},\n";
         }
         anonymous << "};\n";
-        descriptor = "{ZEL_CDR_TK_ENUM, \"" + scoped + "\", " + common + ", ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, "
-                     "0, nullptr, " + std::to_string(d.enumerators.size()) + "u, " + f + "_g_enumerators, " + tail +
-                     "nullptr}";
+        descriptor = "{ZEL_CDR_TK_ENUM, \"" + scoped + "\", " + common +
+                     ", ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, "
+                     "0, nullptr, " +
+                     std::to_string(d.enumerators.size()) + "u, " + f + "_g_enumerators, " + tail + "nullptr}";
         break;
     case Declaration::Kind::Alias: {
         std::string aliased = writeDescriptorI(anonymous, d.aliased, f + "_g_desc_aliased");
-        descriptor = "{ZEL_CDR_TK_ALIAS, \"" + scoped + "\", " + common + ", ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, "
-                     "0, " + aliased + ", 0, nullptr, " + tail + "nullptr}";
+        descriptor = "{ZEL_CDR_TK_ALIAS, \"" + scoped + "\", " + common +
+                     ", ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, "
+                     "0, " +
+                     aliased + ", 0, nullptr, " + tail + "nullptr}";
         break;
     }
     case Declaration::Kind::Struct: {
@@ -311,8 +308,7 @@ void writeDescriptorAndTypeCodeI(std::ostream &out, const Declaration &d, const 
     }
 }
 
-void writeSampleOperationsI(std::ostream &out, const Declaration &d)
-{
+void writeSampleOperationsI(std::ostream &out, const Declaration &d) {
     const std::string f = d.flatName();
     const std::string desc = "&" + f + "_g_desc";
     out << "\nDDS_Boolean " << f << "_initialize(" << f << " *sample)\n{\n"
@@ -340,7 +336,8 @@ void writeSampleOperationsI(std::ostream &out, const Declaration &d)
         << "    zelidlFinalizeI(" << desc << ", sample, deallocParams, \"" << f << "_finalize_w_params\");\n}\n";
     out << "\nDDS_Boolean " << f << "_copy(" << f << " *dst, const " << f << " *src)\n{\n"
         << "    return zelidlCopyI(" << desc << ", dst, src, \"" << f << "_copy\");\n}\n";
-    out << "\n" << f << " *" << f << "PluginSupport_create_data(void)\n{\n"
+    out << "\n"
+        << f << " *" << f << "PluginSupport_create_data(void)\n{\n"
         << "    return static_cast<" << f << " *>(zelidlCreateDataI(" << desc << ", \"" << f
         << "PluginSupport_create_data\"));\n}\n";
     out << "\nvoid " << f << "PluginSupport_destroy_data(" << f << " *sample)\n{\n"
@@ -352,10 +349,10 @@ void writeSampleOperationsI(std::ostream &out, const Declaration &d)
 
 }  // namespace
 
-std::string generateSource(const SourceFile &file, const GeneratorOptions &options)
-{
+std::string generateSource(const SourceFile &file, const GeneratorOptions &options) {
     std::ostringstream out;
-    out << gen::banner(file, gen::outputBaseName(file, options) + ".cpp: descriptors, type codes, sequences and sample operations of " +
+    out << gen::banner(file, gen::outputBaseName(file, options) +
+                                     ".cpp: descriptors, type codes, sequences and sample operations of " +
                                      file.baseName + ".idl.");
     out << "#include \"" << gen::outputBaseName(file, options) << ".h\"\n\n"
         << "#include <cstddef>\n#include <cstdint>\n\n"

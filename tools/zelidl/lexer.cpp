@@ -7,23 +7,13 @@ namespace zelidl {
 
 namespace {
 
-bool isIdentifierStartI(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
-}
+bool isIdentifierStartI(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 
-bool isDigitI(char c)
-{
-    return c >= '0' && c <= '9';
-}
+bool isDigitI(char c) { return c >= '0' && c <= '9'; }
 
-bool isIdentifierPartI(char c)
-{
-    return isIdentifierStartI(c) || isDigitI(c);
-}
+bool isIdentifierPartI(char c) { return isIdentifierStartI(c) || isDigitI(c); }
 
-int digitValueI(char c)
-{
+int digitValueI(char c) {
     if (isDigitI(c)) {
         return c - '0';
     }
@@ -36,8 +26,7 @@ int digitValueI(char c)
     return 99;
 }
 
-std::string describeCharacterI(char c)
-{
+std::string describeCharacterI(char c) {
     unsigned char u = static_cast<unsigned char>(c);
     if (u >= 0x21 && u < 0x7f) {
         return std::string("'") + c + "'";
@@ -51,8 +40,7 @@ class Lexer {
 public:
     Lexer(const std::string &source, const std::string &fileName) : source_(source), fileName_(fileName) {}
 
-    std::vector<Token> run()
-    {
+    std::vector<Token> run() {
         std::vector<Token> tokens;
         for (;;) {
             skipSpaceAndComments();
@@ -90,13 +78,9 @@ public:
 private:
     bool atEnd() const { return position_ >= source_.size(); }
 
-    char peek(size_t ahead = 0) const
-    {
-        return position_ + ahead < source_.size() ? source_[position_ + ahead] : '\0';
-    }
+    char peek(size_t ahead = 0) const { return position_ + ahead < source_.size() ? source_[position_ + ahead] : '\0'; }
 
-    char advance()
-    {
+    char advance() {
         char c = source_[position_++];
         if (c == '\n') {
             ++line_;
@@ -109,8 +93,7 @@ private:
 
     SourceLocation here() const { return SourceLocation{fileName_, line_, column_}; }
 
-    void skipSpaceAndComments()
-    {
+    void skipSpaceAndComments() {
         while (!atEnd()) {
             char c = peek();
             if (c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v') {
@@ -138,8 +121,7 @@ private:
     }
 
     // Decimal, hexadecimal (0x) or octal (leading 0), as IDL writes them.
-    void readInteger(Token &token)
-    {
+    void readInteger(Token &token) {
         token.kind = TokenKind::Integer;
         unsigned base = 10;
         if (peek() == '0' && (peek(1) == 'x' || peek(1) == 'X')) {
@@ -173,8 +155,7 @@ private:
         }
     }
 
-    void readDirective(Token &token)
-    {
+    void readDirective(Token &token) {
         advance();  // '#'
         while (peek() == ' ' || peek() == '\t') {
             advance();
@@ -220,8 +201,7 @@ private:
 
 }  // namespace
 
-std::vector<Token> tokenize(const std::string &source, const std::string &fileName)
-{
+std::vector<Token> tokenize(const std::string &source, const std::string &fileName) {
     return Lexer(source, fileName).run();
 }
 

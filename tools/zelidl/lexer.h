@@ -13,15 +13,15 @@ namespace zelidl {
 enum class TokenKind {
     Identifier,
     Integer,
-    Punctuation,   // one of { } ; : :: < > , [ ] ( ) @ -
-    Include,       // #include "x" or #include <x>: `text` is the file name
+    Punctuation,  // one of { } ; : :: < > , [ ] ( ) @ -
+    Include,      // #include "x" or #include <x>: `text` is the file name
     End
 };
 
 struct Token {
     TokenKind kind = TokenKind::End;
-    std::string text;            // identifier, punctuation or include name
-    uint64_t value = 0;          // integers
+    std::string text;    // identifier, punctuation or include name
+    uint64_t value = 0;  // integers
     SourceLocation location;
 };
 

@@ -28,20 +28,18 @@ struct CommandLine {
     std::string depfile;
     bool typeTable = false;
     bool layoutTable = false;
-    std::vector<std::pair<std::string, std::string>> renames;   // from, to
+    std::vector<std::pair<std::string, std::string>> renames;  // from, to
     zelidl::GeneratorOptions options;
     std::string input;
 };
 
-void usageI()
-{
+void usageI() {
     std::cerr << "usage: zelidl [-I dir]... [-o outdir] [--export-macro M] [--export-header H]\n"
                  "              [--plugin-type A::B]... [--type-table] [--depfile F]\n"
                  "              [--rename-module A=B]... [--output-basename N] [--layout-table] file.idl\n";
 }
 
-bool parseCommandLineI(int argc, char **argv, CommandLine &line)
-{
+bool parseCommandLineI(int argc, char **argv, CommandLine &line) {
     std::vector<std::string> args(argv + 1, argv + argc);
     for (size_t i = 0; i < args.size(); ++i) {
         const std::string &arg = args[i];
@@ -117,8 +115,7 @@ bool parseCommandLineI(int argc, char **argv, CommandLine &line)
     return true;
 }
 
-bool writeFileI(const std::filesystem::path &path, const std::string &contents)
-{
+bool writeFileI(const std::filesystem::path &path, const std::string &contents) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out << contents;
     out.close();
@@ -129,8 +126,7 @@ bool writeFileI(const std::filesystem::path &path, const std::string &contents)
     return true;
 }
 
-std::string escapeForDepfileI(const std::string &path)
-{
+std::string escapeForDepfileI(const std::string &path) {
     std::string out;
     for (char c : path) {
         if (c == ' ' || c == '#' || c == '\\') {
@@ -145,8 +141,7 @@ std::string escapeForDepfileI(const std::string &path)
 
 }  // namespace
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     CommandLine line;
     if (!parseCommandLineI(argc, argv, line)) {
         usageI();

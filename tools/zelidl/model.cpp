@@ -8,8 +8,7 @@ namespace zelidl {
 
 namespace {
 
-std::string joinI(const std::vector<std::string> &parts, const std::string &separator)
-{
+std::string joinI(const std::vector<std::string> &parts, const std::string &separator) {
     std::string out;
     for (const std::string &part : parts) {
         if (!out.empty()) {
@@ -20,41 +19,33 @@ std::string joinI(const std::vector<std::string> &parts, const std::string &sepa
     return out;
 }
 
-std::string describeLocationI(const SourceLocation &location)
-{
+std::string describeLocationI(const SourceLocation &location) {
     return location.file + ":" + std::to_string(location.line) + ":" + std::to_string(location.column);
 }
 
 }  // namespace
 
-std::string Declaration::scopedName() const
-{
+std::string Declaration::scopedName() const {
     std::vector<std::string> parts = scope;
     parts.push_back(name);
     return joinI(parts, "::");
 }
 
-std::string Declaration::flatName() const
-{
+std::string Declaration::flatName() const {
     std::vector<std::string> parts = scope;
     parts.push_back(name);
     return joinI(parts, "_");
 }
 
-std::string Declaration::moduleFlatName() const
-{
-    return joinI(scope, "_");
-}
+std::string Declaration::moduleFlatName() const { return joinI(scope, "_"); }
 
-std::string Declaration::declaredFlatName() const
-{
+std::string Declaration::declaredFlatName() const {
     std::vector<std::string> parts = declaredScope;
     parts.push_back(name);
     return joinI(parts, "_");
 }
 
-std::string Declaration::sequenceName() const
-{
+std::string Declaration::sequenceName() const {
     std::string flat = flatName();
     if (scope != declaredScope && flat.size() > 2 && flat.compare(flat.size() - 2, 2, "_t") == 0) {
         flat.resize(flat.size() - 2);
@@ -62,8 +53,7 @@ std::string Declaration::sequenceName() const
     return flat + "Seq";
 }
 
-bool Declaration::isKeyed() const
-{
+bool Declaration::isKeyed() const {
     for (const Member &member : members) {
         if (member.isKey) {
             return true;
@@ -72,8 +62,7 @@ bool Declaration::isKeyed() const
     return false;
 }
 
-std::vector<std::string> Module::path() const
-{
+std::vector<std::string> Module::path() const {
     std::vector<std::string> parts;
     for (const Module *m = this; m->parent != nullptr; m = m->parent) {
         parts.insert(parts.begin(), m->name);
@@ -83,8 +72,7 @@ std::vector<std::string> Module::path() const
 
 Model::Model() = default;
 
-SourceFile &Model::addFile(const std::string &path, const std::string &baseName)
-{
+SourceFile &Model::addFile(const std::string &path, const std::string &baseName) {
     files_.push_back(std::make_unique<SourceFile>());
     files_.back()->path = path;
     files_.back()->baseName = baseName;
@@ -94,8 +82,7 @@ SourceFile &Model::addFile(const std::string &path, const std::string &baseName)
 namespace {
 
 // "A::B" -> {"A", "B"}; empty when a component is not an identifier.
-std::vector<std::string> splitScopedNameI(const std::string &scoped)
-{
+std::vector<std::string> splitScopedNameI(const std::string &scoped) {
     std::vector<std::string> parts;
     size_t start = 0;
     for (;;) {
@@ -118,8 +105,7 @@ std::vector<std::string> splitScopedNameI(const std::string &scoped)
 
 }  // namespace
 
-void Model::renameModule(const std::string &from, const std::string &to)
-{
+void Model::renameModule(const std::string &from, const std::string &to) {
     const SourceLocation nowhere{"<command line>", 1, 1};
     std::vector<std::string> fromParts = splitScopedNameI(from);
     std::vector<std::string> toParts = splitScopedNameI(to);
@@ -134,8 +120,7 @@ void Model::renameModule(const std::string &from, const std::string &to)
     renames_.emplace_back(std::move(fromParts), std::move(toParts));
 }
 
-std::vector<std::string> Model::renamedI(const std::vector<std::string> &path) const
-{
+std::vector<std::string> Model::renamedI(const std::vector<std::string> &path) const {
     // The longest renamed module that encloses the path wins.
     const std::pair<std::vector<std::string>, std::vector<std::string>> *best = nullptr;
     for (const auto &rename : renames_) {
@@ -153,8 +138,7 @@ std::vector<std::string> Model::renamedI(const std::vector<std::string> &path) c
     return renamed;
 }
 
-void Model::claimCName(const std::string &cName, const SourceLocation &location)
-{
+void Model::claimCName(const std::string &cName, const SourceLocation &location) {
     auto [it, inserted] = cNames_.emplace(cName, location);
     if (!inserted) {
         throw CompileError(location, "C name '" + cName + "' is already used by the declaration at " +
@@ -163,8 +147,7 @@ void Model::claimCName(const std::string &cName, const SourceLocation &location)
 }
 
 Declaration &Model::declare(Module &scope, Declaration::Kind kind, const std::string &name,
-                            const SourceLocation &location, SourceFile &file)
-{
+                            const SourceLocation &location, SourceFile &file) {
     if (scope.types.count(name) != 0 || scope.modules.count(name) != 0 || scope.enumerators.count(name) != 0) {
         throw CompileError(location, "'" + name + "' is already declared in this scope");
     }
@@ -190,8 +173,7 @@ Declaration &Model::declare(Module &scope, Declaration::Kind kind, const std::st
 }
 
 void Model::declareEnumerator(Module &scope, const std::string &name, const std::string &cName,
-                              const SourceLocation &location)
-{
+                              const SourceLocation &location) {
     if (scope.types.count(name) != 0 || scope.modules.count(name) != 0 || scope.enumerators.count(name) != 0) {
         throw CompileError(location, "'" + name + "' is already declared in this scope");
     }
@@ -202,8 +184,7 @@ void Model::declareEnumerator(Module &scope, const std::string &name, const std:
     scope.enumerators.emplace(name, location);
 }
 
-Module &Model::openModule(Module &scope, const std::string &name, const SourceLocation &location)
-{
+Module &Model::openModule(Module &scope, const std::string &name, const SourceLocation &location) {
     if (scope.types.count(name) != 0 || scope.enumerators.count(name) != 0) {
         throw CompileError(location, "'" + name + "' is already declared in this scope");
     }
@@ -218,8 +199,7 @@ Module &Model::openModule(Module &scope, const std::string &name, const SourceLo
 }
 
 const Declaration &Model::resolve(const Module &scope, const std::vector<std::string> &parts, bool absolute,
-                                  const SourceLocation &location) const
-{
+                                  const SourceLocation &location) const {
     std::string written = (absolute ? "::" : "") + joinI(parts, "::");
     // The first component decides where the name lives: the innermost scope
     // that knows it wins, without falling back outwards when the rest fails.
@@ -264,8 +244,7 @@ const Declaration &Model::resolve(const Module &scope, const std::vector<std::st
     return *found;
 }
 
-const Declaration *Model::find(const std::string &scopedName) const
-{
+const Declaration *Model::find(const std::string &scopedName) const {
     for (const auto &declaration : declarations_) {
         if (declaration->scopedName() == scopedName) {
             return declaration.get();
@@ -274,26 +253,24 @@ const Declaration *Model::find(const std::string &scopedName) const
     return nullptr;
 }
 
-bool isReservedWord(const std::string &word)
-{
+bool isReservedWord(const std::string &word) {
     static const std::set<std::string> words = {
-        // C
-        "auto", "break", "case", "char", "const", "continue", "default", "do", "double", "else", "enum",
-        "extern", "float", "for", "goto", "if", "inline", "int", "long", "register", "restrict", "return",
-        "short", "signed", "sizeof", "static", "struct", "switch", "typedef", "union", "unsigned", "void",
-        "volatile", "while", "_Alignas", "_Alignof", "_Atomic", "_Bool", "_Complex", "_Generic",
-        "_Imaginary", "_Noreturn", "_Static_assert", "_Thread_local",
-        // C++ beyond C
-        "alignas", "alignof", "and", "and_eq", "asm", "bitand", "bitor", "bool", "catch", "char8_t",
-        "char16_t", "char32_t", "class", "compl", "concept", "consteval", "constexpr", "constinit",
-        "const_cast", "co_await", "co_return", "co_yield", "decltype", "delete", "dynamic_cast",
-        "explicit", "export", "false", "friend", "mutable", "namespace", "new", "noexcept", "not",
-        "not_eq", "nullptr", "operator", "or", "or_eq", "private", "protected", "public",
-        "reinterpret_cast", "requires", "static_assert", "static_cast", "template", "this",
-        "thread_local", "throw", "true", "try", "typeid", "typename", "using", "virtual", "wchar_t", "xor",
-        "xor_eq",
-        // macros of the standard headers that generated code includes
-        "NULL", "offsetof"};
+            // C
+            "auto", "break", "case", "char", "const", "continue", "default", "do", "double", "else", "enum", "extern",
+            "float", "for", "goto", "if", "inline", "int", "long", "register", "restrict", "return", "short", "signed",
+            "sizeof", "static", "struct", "switch", "typedef", "union", "unsigned", "void", "volatile", "while",
+            "_Alignas", "_Alignof", "_Atomic", "_Bool", "_Complex", "_Generic", "_Imaginary", "_Noreturn",
+            "_Static_assert", "_Thread_local",
+            // C++ beyond C
+            "alignas", "alignof", "and", "and_eq", "asm", "bitand", "bitor", "bool", "catch", "char8_t", "char16_t",
+            "char32_t", "class", "compl", "concept", "consteval", "constexpr", "constinit", "const_cast", "co_await",
+            "co_return", "co_yield", "decltype", "delete", "dynamic_cast", "explicit", "export", "false", "friend",
+            "mutable", "namespace", "new", "noexcept", "not", "not_eq", "nullptr", "operator", "or", "or_eq", "private",
+            "protected", "public", "reinterpret_cast", "requires", "static_assert", "static_cast", "template", "this",
+            "thread_local", "throw", "true", "try", "typeid", "typename", "using", "virtual", "wchar_t", "xor",
+            "xor_eq",
+            // macros of the standard headers that generated code includes
+            "NULL", "offsetof"};
     return words.count(word) != 0;
 }
 

@@ -13,19 +13,7 @@
 
 namespace zelidl {
 
-enum class PrimitiveKind {
-    Boolean,
-    Octet,
-    Char,
-    Short,
-    UShort,
-    Long,
-    ULong,
-    LongLong,
-    ULongLong,
-    Float,
-    Double
-};
+enum class PrimitiveKind { Boolean, Octet, Char, Short, UShort, Long, ULong, LongLong, ULongLong, Float, Double };
 
 struct Declaration;
 
@@ -36,9 +24,9 @@ struct TypeSpec {
 
     Form form = Form::Primitive;
     PrimitiveKind primitive = PrimitiveKind::Long;
-    uint32_t bound = 0;                      // strings and sequences (0 unbounded); arrays: length
-    std::unique_ptr<TypeSpec> element;       // sequences and arrays
-    const Declaration *named = nullptr;      // Form::Named
+    uint32_t bound = 0;                  // strings and sequences (0 unbounded); arrays: length
+    std::unique_ptr<TypeSpec> element;   // sequences and arrays
+    const Declaration *named = nullptr;  // Form::Named
     SourceLocation location;
 };
 
@@ -68,28 +56,28 @@ struct Declaration {
     std::vector<std::string> declaredScope;  // enclosing modules as written in the IDL
     SourceLocation location;
     const SourceFile *file = nullptr;
-    bool complete = false;                   // a struct is usable once its closing brace is read
+    bool complete = false;  // a struct is usable once its closing brace is read
 
-    Extensibility extensibility = Extensibility::Appendable;   // structs
-    std::vector<Member> members;                                // structs
-    std::vector<Enumerator> enumerators;                        // enums
-    TypeSpec aliased;                                           // aliases
+    Extensibility extensibility = Extensibility::Appendable;  // structs
+    std::vector<Member> members;                              // structs
+    std::vector<Enumerator> enumerators;                      // enums
+    TypeSpec aliased;                                         // aliases
 
-    std::string scopedName() const;          // "A::B::Name"
-    std::string flatName() const;            // "A_B_Name"
-    std::string moduleFlatName() const;      // "A_B" ("" at global scope)
-    std::string declaredFlatName() const;    // flatName() before any module rename
+    std::string scopedName() const;        // "A::B::Name"
+    std::string flatName() const;          // "A_B_Name"
+    std::string moduleFlatName() const;    // "A_B" ("" at global scope)
+    std::string declaredFlatName() const;  // flatName() before any module rename
     // The C name of a sequence of this type: "<flat>Seq", except that a type
     // of a renamed module whose flat name ends in "_t" drops it ("A_Foo_t"
     // -> "A_FooSeq"), as hand-written APIs name such sequences.
     std::string sequenceName() const;
-    bool isKeyed() const;                    // a struct with @key members
+    bool isKeyed() const;  // a struct with @key members
 };
 
 // One IDL file: what it includes and what it declares, in order.
 struct SourceFile {
-    std::string path;                        // path as opened
-    std::string baseName;                    // file name without directory and ".idl"
+    std::string path;      // path as opened
+    std::string baseName;  // file name without directory and ".idl"
     std::vector<const SourceFile *> includes;
     std::vector<const Declaration *> declarations;
 };
@@ -101,9 +89,9 @@ struct Module {
     Module *parent = nullptr;
     std::map<std::string, std::unique_ptr<Module>> modules;
     std::map<std::string, Declaration *> types;
-    std::map<std::string, SourceLocation> enumerators;   // enumerators live in their enum's scope
+    std::map<std::string, SourceLocation> enumerators;  // enumerators live in their enum's scope
 
-    std::vector<std::string> path() const;   // names from the outermost module
+    std::vector<std::string> path() const;  // names from the outermost module
 };
 
 // Everything read for one compilation: the root file and all it includes.
@@ -122,8 +110,8 @@ public:
     void renameModule(const std::string &from, const std::string &to);
     // Adds a declaration to `scope`; throws CompileError when the name is
     // taken in that scope or its flat C name is taken anywhere.
-    Declaration &declare(Module &scope, Declaration::Kind kind, const std::string &name,
-                         const SourceLocation &location, SourceFile &file);
+    Declaration &declare(Module &scope, Declaration::Kind kind, const std::string &name, const SourceLocation &location,
+                         SourceFile &file);
     // Adds an enumerator name to `scope` (it must be unique there, and its C
     // name unique everywhere).
     void declareEnumerator(Module &scope, const std::string &name, const std::string &cName,
@@ -147,8 +135,8 @@ private:
     Module root_;
     std::vector<std::unique_ptr<SourceFile>> files_;
     std::vector<std::unique_ptr<Declaration>> declarations_;
-    std::map<std::string, SourceLocation> cNames_;   // every generated C name, to catch collisions
-    std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> renames_;   // from, to
+    std::map<std::string, SourceLocation> cNames_;  // every generated C name, to catch collisions
+    std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> renames_;  // from, to
 };
 
 // True for words that C or C++ reserve, which cannot name a generated member

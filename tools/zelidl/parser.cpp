@@ -19,27 +19,24 @@ struct Annotation {
     SourceLocation location;
 };
 
-const std::map<std::string, PrimitiveKind> &singleWordPrimitivesI()
-{
+const std::map<std::string, PrimitiveKind> &singleWordPrimitivesI() {
     static const std::map<std::string, PrimitiveKind> kinds = {
-        {"boolean", PrimitiveKind::Boolean}, {"octet", PrimitiveKind::Octet},   {"char", PrimitiveKind::Char},
-        {"short", PrimitiveKind::Short},     {"float", PrimitiveKind::Float},   {"double", PrimitiveKind::Double}};
+            {"boolean", PrimitiveKind::Boolean}, {"octet", PrimitiveKind::Octet}, {"char", PrimitiveKind::Char},
+            {"short", PrimitiveKind::Short},     {"float", PrimitiveKind::Float}, {"double", PrimitiveKind::Double}};
     return kinds;
 }
 
 // Words of the dialect that cannot name anything.
-bool isKeywordI(const std::string &word)
-{
-    static const char *const keywords[] = {"module",  "struct", "enum",   "typedef", "sequence", "string",
-                                           "boolean", "octet",  "char",   "short",   "long",     "unsigned",
-                                           "float",   "double", "union",  "const",   "interface", "any",
-                                           "wchar",   "wstring", "fixed", "map",     "bitset",   "bitmask"};
-    return std::find_if(std::begin(keywords), std::end(keywords),
-                        [&](const char *k) { return word == k; }) != std::end(keywords);
+bool isKeywordI(const std::string &word) {
+    static const char *const keywords[] = {"module",  "struct",  "enum",  "typedef", "sequence",  "string",
+                                           "boolean", "octet",   "char",  "short",   "long",      "unsigned",
+                                           "float",   "double",  "union", "const",   "interface", "any",
+                                           "wchar",   "wstring", "fixed", "map",     "bitset",    "bitmask"};
+    return std::find_if(std::begin(keywords), std::end(keywords), [&](const char *k) { return word == k; }) !=
+           std::end(keywords);
 }
 
-std::string describeTokenI(const Token &token)
-{
+std::string describeTokenI(const Token &token) {
     switch (token.kind) {
     case TokenKind::End:
         return "end of file";
@@ -55,12 +52,9 @@ public:
     using IncludeHandler = std::function<const SourceFile &(const std::string &name, const SourceLocation &)>;
 
     Parser(std::vector<Token> tokens, Model &model, SourceFile &file, IncludeHandler includeHandler)
-        : tokens_(std::move(tokens)), model_(model), file_(file), includeHandler_(std::move(includeHandler))
-    {
-    }
+        : tokens_(std::move(tokens)), model_(model), file_(file), includeHandler_(std::move(includeHandler)) {}
 
-    void parseSpecification()
-    {
+    void parseSpecification() {
         while (peek().kind != TokenKind::End) {
             if (peek().kind == TokenKind::Include) {
                 const Token &token = next();
@@ -77,14 +71,12 @@ public:
 private:
     // ---- token access ----
 
-    const Token &peek(size_t ahead = 0) const
-    {
+    const Token &peek(size_t ahead = 0) const {
         size_t i = std::min(position_ + ahead, tokens_.size() - 1);
         return tokens_[i];
     }
 
-    const Token &next()
-    {
+    const Token &next() {
         const Token &token = peek();
         if (position_ < tokens_.size() - 1) {
             ++position_;
@@ -92,31 +84,26 @@ private:
         return token;
     }
 
-    bool isPunctuation(const char *text, size_t ahead = 0) const
-    {
+    bool isPunctuation(const char *text, size_t ahead = 0) const {
         return peek(ahead).kind == TokenKind::Punctuation && peek(ahead).text == text;
     }
 
-    bool isWord(const char *word, size_t ahead = 0) const
-    {
+    bool isWord(const char *word, size_t ahead = 0) const {
         return peek(ahead).kind == TokenKind::Identifier && peek(ahead).text == word;
     }
 
-    [[noreturn]] void fail(const Token &token, const std::string &expected) const
-    {
+    [[noreturn]] void fail(const Token &token, const std::string &expected) const {
         throw CompileError(token.location, "expected " + expected + " but found " + describeTokenI(token));
     }
 
-    const Token &expectPunctuation(const char *text)
-    {
+    const Token &expectPunctuation(const char *text) {
         if (!isPunctuation(text)) {
             fail(peek(), std::string("'") + text + "'");
         }
         return next();
     }
 
-    void expectWord(const char *word)
-    {
+    void expectWord(const char *word) {
         if (!isWord(word)) {
             fail(peek(), std::string("'") + word + "'");
         }
@@ -124,8 +111,7 @@ private:
     }
 
     // An identifier that names something new.
-    const Token &expectName(const char *what)
-    {
+    const Token &expectName(const char *what) {
         const Token &token = peek();
         if (token.kind != TokenKind::Identifier) {
             fail(token, what);
@@ -136,8 +122,7 @@ private:
         return next();
     }
 
-    uint64_t expectInteger(const char *what)
-    {
+    uint64_t expectInteger(const char *what) {
         if (peek().kind != TokenKind::Integer) {
             fail(peek(), what);
         }
@@ -145,8 +130,7 @@ private:
     }
 
     // A positive bound or length that fits 32 bits.
-    uint32_t expectPositive(const char *what)
-    {
+    uint32_t expectPositive(const char *what) {
         const Token &token = peek();
         uint64_t value = expectInteger(what);
         if (value == 0 || value > std::numeric_limits<uint32_t>::max()) {
@@ -157,8 +141,7 @@ private:
 
     // ---- annotations ----
 
-    std::vector<Annotation> parseAnnotations()
-    {
+    std::vector<Annotation> parseAnnotations() {
         std::vector<Annotation> annotations;
         while (isPunctuation("@")) {
             Annotation annotation;
@@ -190,9 +173,8 @@ private:
 
     // Checks that each annotation is one of `allowed` for `what`; no
     // annotation may appear twice.
-    static void checkAnnotations(const std::vector<Annotation> &annotations,
-                                 const std::vector<std::string> &allowed, const std::string &what)
-    {
+    static void checkAnnotations(const std::vector<Annotation> &annotations, const std::vector<std::string> &allowed,
+                                 const std::string &what) {
         static const std::vector<std::string> known = {"key", "final", "appendable", "mutable", "value"};
         for (size_t i = 0; i < annotations.size(); ++i) {
             const Annotation &a = annotations[i];
@@ -217,8 +199,7 @@ private:
 
     // ---- definitions ----
 
-    void parseDefinition(Module &scope)
-    {
+    void parseDefinition(Module &scope) {
         std::vector<Annotation> annotations = parseAnnotations();
         const Token &token = peek();
         if (isWord("module")) {
@@ -242,8 +223,7 @@ private:
         }
     }
 
-    void parseModule(Module &scope)
-    {
+    void parseModule(Module &scope) {
         next();  // module
         const Token &name = expectName("a module");
         Module &module = model_.openModule(scope, name.text, name.location);
@@ -261,8 +241,7 @@ private:
         expectPunctuation(";");
     }
 
-    void parseStruct(Module &scope, const std::vector<Annotation> &annotations)
-    {
+    void parseStruct(Module &scope, const std::vector<Annotation> &annotations) {
         next();  // struct
         const Token &name = expectName("a struct");
         Declaration &declaration = model_.declare(scope, Declaration::Kind::Struct, name.text, name.location, file_);
@@ -288,8 +267,7 @@ private:
 
     // `[@key] Type name [dims], name2 [dims] ... ;`: every declarator gets
     // its own copy of the type, read again from where it starts.
-    void parseMembers(Module &scope, Declaration &declaration)
-    {
+    void parseMembers(Module &scope, Declaration &declaration) {
         std::vector<Annotation> annotations = parseAnnotations();
         checkAnnotations(annotations, {"key"}, "a member");
         if (peek().kind == TokenKind::End) {
@@ -324,16 +302,14 @@ private:
         expectPunctuation(";");
     }
 
-    static void checkCName(const Token &name)
-    {
+    static void checkCName(const Token &name) {
         if (isReservedWord(name.text)) {
             throw CompileError(name.location, "'" + name.text + "' is a reserved word in C or C++");
         }
     }
 
     // `name[2][3]` is an array of 2 arrays of 3.
-    TypeSpec parseArrayDimensions(TypeSpec type)
-    {
+    TypeSpec parseArrayDimensions(TypeSpec type) {
         std::vector<std::pair<uint32_t, SourceLocation>> dimensions;
         while (isPunctuation("[")) {
             SourceLocation location = next().location;
@@ -351,8 +327,7 @@ private:
         return type;
     }
 
-    void parseEnum(Module &scope)
-    {
+    void parseEnum(Module &scope) {
         next();  // enum
         const Token &name = expectName("an enum");
         Declaration &declaration = model_.declare(scope, Declaration::Kind::Enum, name.text, name.location, file_);
@@ -391,8 +366,7 @@ private:
         declaration.complete = true;
     }
 
-    void parseTypedef(Module &scope)
-    {
+    void parseTypedef(Module &scope) {
         next();  // typedef
         TypeSpec type = parseType(scope);
         const Token &name = expectName("a typedef");
@@ -407,16 +381,15 @@ private:
 
     // ---- types ----
 
-    TypeSpec parseType(const Module &scope)
-    {
+    TypeSpec parseType(const Module &scope) {
         TypeSpec type;
         type.location = peek().location;
         const Token &token = peek();
         if (token.kind != TokenKind::Identifier && !isPunctuation("::")) {
             fail(token, "a type");
         }
-        if (auto it = singleWordPrimitivesI().find(token.text); token.kind == TokenKind::Identifier &&
-                                                                 it != singleWordPrimitivesI().end()) {
+        if (auto it = singleWordPrimitivesI().find(token.text);
+            token.kind == TokenKind::Identifier && it != singleWordPrimitivesI().end()) {
             next();
             type.primitive = it->second;
         } else if (isWord("long")) {
@@ -476,8 +449,7 @@ private:
         return type;
     }
 
-    const Declaration &parseScopedName(const Module &scope)
-    {
+    const Declaration &parseScopedName(const Module &scope) {
         SourceLocation location = peek().location;
         bool absolute = false;
         if (isPunctuation("::")) {
@@ -505,15 +477,13 @@ private:
     IncludeHandler includeHandler_;
 };
 
-std::string normalizedI(const std::string &path)
-{
+std::string normalizedI(const std::string &path) {
     return std::filesystem::absolute(std::filesystem::path(path)).lexically_normal().generic_string();
 }
 
 }  // namespace
 
-std::optional<std::string> readFileFromDisk(const std::string &path)
-{
+std::optional<std::string> readFileFromDisk(const std::string &path) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) {
         return std::nullopt;
@@ -528,12 +498,9 @@ std::optional<std::string> readFileFromDisk(const std::string &path)
 }
 
 Frontend::Frontend(std::vector<std::string> includeDirs, FileReader reader)
-    : includeDirs_(std::move(includeDirs)), reader_(std::move(reader))
-{
-}
+    : includeDirs_(std::move(includeDirs)), reader_(std::move(reader)) {}
 
-const SourceFile &Frontend::load(const std::string &path)
-{
+const SourceFile &Frontend::load(const std::string &path) {
     std::optional<std::string> source = reader_(path);
     if (!source) {
         throw CompileError(SourceLocation{path, 1, 1}, "cannot read '" + path + "'");
@@ -541,8 +508,7 @@ const SourceFile &Frontend::load(const std::string &path)
     return parse(path, *source);
 }
 
-const SourceFile &Frontend::parse(const std::string &path, const std::string &source)
-{
+const SourceFile &Frontend::parse(const std::string &path, const std::string &source) {
     std::string key = normalizedI(path);
     loadedPaths_.push_back(path);
     std::filesystem::path fsPath(path);
@@ -559,8 +525,7 @@ const SourceFile &Frontend::parse(const std::string &path, const std::string &so
 }
 
 const SourceFile &Frontend::include(const std::string &name, const std::string &includingPath,
-                                    const SourceLocation &location)
-{
+                                    const SourceLocation &location) {
     // Beside the including file first, then each include directory in order.
     std::vector<std::string> candidates;
     candidates.push_back((std::filesystem::path(includingPath).parent_path() / name).generic_string());

@@ -41,8 +41,8 @@ private:
     std::vector<std::string> includeDirs_;
     FileReader reader_;
     Model model_;
-    std::map<std::string, const SourceFile *> loaded_;   // by normalized absolute path
-    std::vector<std::string> inProgress_;                // normalized paths of files being parsed
+    std::map<std::string, const SourceFile *> loaded_;  // by normalized absolute path
+    std::vector<std::string> inProgress_;               // normalized paths of files being parsed
     std::vector<std::string> loadedPaths_;
 };
 

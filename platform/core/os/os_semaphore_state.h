@@ -10,9 +10,9 @@
 
 struct ZELOsapiSemaphoreStateI {
     enum ZELOsapiSemaphoreKind kind;
-    bool given;      /* binary kind */
-    uint64_t owner;  /* mutex kind: taking thread's id */
-    uint32_t depth;  /* mutex kind: takes not yet given back */
+    bool given;     /* binary kind */
+    uint64_t owner; /* mutex kind: taking thread's id */
+    uint32_t depth; /* mutex kind: takes not yet given back */
 };
 
 /* True when thread `self` may take the semaphore now; takes it then. */
@@ -46,7 +46,7 @@ inline bool ZELOsapiSemaphoreState_isFullI(const ZELOsapiSemaphoreStateI *state,
 /* Gives the semaphore back on behalf of `self`; `*wake` tells whether a
  * waiter may now take it. Only the owner gives a mutex back. */
 inline enum ZELOsapiSemaphoreStatus ZELOsapiSemaphoreState_giveI(ZELOsapiSemaphoreStateI *state, uint64_t self,
-                                                                  bool *wake) {
+                                                                 bool *wake) {
     *wake = false;
     if (state->kind == ZEL_OSAPI_SEMAPHORE_KIND_BINARY) {
         state->given = true;

@@ -603,8 +603,7 @@ ZELBoolean ZELCdrStream_serializeParameterHeader(ZELCdrStream *self, ZELCdrParam
     return ZEL_TRUE;
 }
 
-ZELBoolean ZELCdrStream_serializePrimitiveParameter(ZELCdrStream *self, uint32_t id, const void *value,
-                                                   uint32_t size) {
+ZELBoolean ZELCdrStream_serializePrimitiveParameter(ZELCdrStream *self, uint32_t id, const void *value, uint32_t size) {
     if (id > kShortIdMax || !isPrimitiveSize(size) || !writeShortHeaderI(self, static_cast<uint16_t>(id), 0)) {
         return ZEL_FALSE;
     }

@@ -21,9 +21,9 @@ inline constexpr uint64_t kUnboundedSize = 0x7fffffffu;
 
 /* Which members a walk visits. */
 enum class KeyMode {
-    all,         /* every member */
-    keys,        /* a key stream: only key members are present */
-    sampleKeys,  /* a full sample is read, only key members are kept */
+    all,        /* every member */
+    keys,       /* a key stream: only key members are present */
+    sampleKeys, /* a full sample is read, only key members are kept */
 };
 
 /* The header form of parameter lists, decided once per sample on its first

@@ -62,8 +62,7 @@ DDS_Boolean ZELCdrType_serializeKey(const ZELCdrTypeDesc *type, const void *samp
 
 DDS_Boolean ZELCdrType_deserializeKey(const ZELCdrTypeDesc *type, void *sample, ZELCdrStream *stream,
                                       DDS_Boolean deserializeEncapsulation, DDS_Boolean deserializeKey) {
-    return ZELCdrType_deserializeTopI(type, sample, stream, deserializeEncapsulation, deserializeKey,
-                                      KeyMode::keys);
+    return ZELCdrType_deserializeTopI(type, sample, stream, deserializeEncapsulation, deserializeKey, KeyMode::keys);
 }
 
 DDS_Boolean ZELCdrType_copyKey(const ZELCdrTypeDesc *type, void *dst, const void *src) {

@@ -8,9 +8,8 @@ namespace {
 
 template <typename T>
 constexpr ZELCdrTypeDesc primitiveDescriptor(ZELCdrTypeKind kind, const char *name) {
-    return ZELCdrTypeDesc{kind,    name,    sizeof(T), alignof(T), ZEL_CDR_EXTENSIBILITY_FINAL,
-                          0,       nullptr, 0,         nullptr,    0,
-                          nullptr, &zel::plainSequenceElementType<T>, nullptr, nullptr};
+    return ZELCdrTypeDesc{kind, name,    sizeof(T), alignof(T), ZEL_CDR_EXTENSIBILITY_FINAL,       0,       nullptr,
+                          0,    nullptr, 0,         nullptr,    &zel::plainSequenceElementType<T>, nullptr, nullptr};
 }
 
 // The engine writes C values of these types as they are, so each must have
@@ -37,8 +36,19 @@ const ZELCdrTypeDesc ZELCdrType_g_ulonglong =
 const ZELCdrTypeDesc ZELCdrType_g_float = primitiveDescriptor<DDS_Float>(ZEL_CDR_TK_FLOAT, "float");
 const ZELCdrTypeDesc ZELCdrType_g_double = primitiveDescriptor<DDS_Double>(ZEL_CDR_TK_DOUBLE, "double");
 
-const ZELCdrTypeDesc ZELCdrType_g_string = {ZEL_CDR_TK_STRING, "string", sizeof(char *), alignof(char *),
-                                            ZEL_CDR_EXTENSIBILITY_FINAL, 0, nullptr, 0, nullptr, 0, nullptr,
-                                            &zel::stringSequenceElementType, nullptr, nullptr};
+const ZELCdrTypeDesc ZELCdrType_g_string = {ZEL_CDR_TK_STRING,
+                                            "string",
+                                            sizeof(char *),
+                                            alignof(char *),
+                                            ZEL_CDR_EXTENSIBILITY_FINAL,
+                                            0,
+                                            nullptr,
+                                            0,
+                                            nullptr,
+                                            0,
+                                            nullptr,
+                                            &zel::stringSequenceElementType,
+                                            nullptr,
+                                            nullptr};
 
 }  // extern "C"

@@ -35,8 +35,7 @@ inline bool ZELCdrType_serializeMemberI(const ZELCdrTypeDesc *type, const char *
     return ZELCdrType_serializeValueI(type, value, stream, headers, mode);
 }
 
-inline bool ZELCdrType_deserializeMemberI(const ZELCdrTypeDesc *type, char *value, ZELCdrStream *stream,
-                                          KeyMode mode) {
+inline bool ZELCdrType_deserializeMemberI(const ZELCdrTypeDesc *type, char *value, ZELCdrStream *stream, KeyMode mode) {
     if (ZELCdrType_isPrimitiveKindI(type->kind)) {
         return ZELCdrStream_deserializePrimitive(stream, value, ZELCdrType_primitiveSizeI(type->kind));
     }
@@ -46,7 +45,7 @@ inline bool ZELCdrType_deserializeMemberI(const ZELCdrTypeDesc *type, char *valu
 ZELBoolean ZELCdrType_serializeElementI(ZELCdrStream *stream, const void *element, void *param) {
     const auto *walk = static_cast<const ElementWalk *>(param);
     return ZELCdrType_serializeValueI(walk->element, element, stream, *walk->headers, walk->mode) ? ZEL_TRUE
-                                                                                                   : ZEL_FALSE;
+                                                                                                  : ZEL_FALSE;
 }
 
 ZELBoolean ZELCdrType_deserializeElementI(ZELCdrStream *stream, void *element, void *param) {
@@ -124,9 +123,8 @@ bool ZELCdrType_serializeStructI(const ZELCdrTypeDesc *type, const char *base, Z
     const KeyMode memberMode = keysOnly ? mode : KeyMode::all;
     if (type->extensibility != ZEL_CDR_EXTENSIBILITY_MUTABLE) {
         const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_plainCacheI(type);
-        if (cache != nullptr &&
-            ZELCdrStream_serializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
-                                          cache->plainLeadsAligned)) {
+        if (cache != nullptr && ZELCdrStream_serializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
+                                                              cache->plainLeadsAligned)) {
             char *start = stream->currentPosition - cache->plainSize;
             for (uint32_t g = 0; g < cache->plainGapCount; ++g) {
                 std::memset(start + cache->plainGaps[g].offset, 0, cache->plainGaps[g].length);
@@ -199,8 +197,7 @@ bool ZELCdrType_deserializeStringI(const ZELCdrTypeDesc *type, char **string, ZE
     return ZELCdrStream_deserializeString(stream, *string, type->bound != 0 ? maximum : length);
 }
 
-bool ZELCdrType_deserializeElementsI(const ZELCdrTypeDesc *element, char *first, uint32_t count,
-                                     ZELCdrStream *stream) {
+bool ZELCdrType_deserializeElementsI(const ZELCdrTypeDesc *element, char *first, uint32_t count, ZELCdrStream *stream) {
     const ZELCdrTypeKind kind = ZELCdrType_resolveI(element)->kind;
     if (ZELCdrType_isPrimitiveKindI(kind)) {
         return ZELCdrStream_deserializePrimitiveArray(stream, first, count, ZELCdrType_primitiveSizeI(kind));
@@ -304,8 +301,8 @@ bool ZELCdrType_skipValueI(const ZELCdrTypeDesc *type, ZELCdrStream *stream) {
 
 // Members absent from the list are not touched: they keep the values they
 // had (the caller hands an initialized sample).
-bool ZELCdrType_deserializeParameterListI(const ZELCdrTypeDesc *type, char *base, ZELCdrStream *stream,
-                                          bool keysOnly, KeyMode memberMode) {
+bool ZELCdrType_deserializeParameterListI(const ZELCdrTypeDesc *type, char *base, ZELCdrStream *stream, bool keysOnly,
+                                          KeyMode memberMode) {
     while (ZELCdrStream_getRemainder(stream) >= 1) {
         ZELCdrParameterHeader header;
         if (!ZELCdrStream_deserializeParameterHeader(stream, &header)) {
@@ -337,9 +334,8 @@ bool ZELCdrType_deserializeStructI(const ZELCdrTypeDesc *type, char *base, ZELCd
         return ZELCdrType_deserializeParameterListI(type, base, stream, keysOnly, memberMode);
     }
     const ZELCdrTypeCache *cache = keysOnly ? nullptr : ZELCdrType_plainCacheI(type);
-    if (cache != nullptr &&
-        ZELCdrStream_deserializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
-                                        cache->plainLeadsAligned)) {
+    if (cache != nullptr && ZELCdrStream_deserializeInPlace(stream, base, cache->plainSize, cache->plainAlignment,
+                                                            cache->plainLeadsAligned)) {
         return true;
     }
     for (uint32_t i = 0; i < type->memberCount; ++i) {
@@ -484,8 +480,7 @@ DDS_Boolean ZELCdrType_serializeSample(const ZELCdrTypeDesc *type, const void *s
 
 DDS_Boolean ZELCdrType_deserializeSample(const ZELCdrTypeDesc *type, void *sample, ZELCdrStream *stream,
                                          DDS_Boolean deserializeEncapsulation, DDS_Boolean deserializeSample) {
-    return ZELCdrType_deserializeTopI(type, sample, stream, deserializeEncapsulation, deserializeSample,
-                                      KeyMode::all);
+    return ZELCdrType_deserializeTopI(type, sample, stream, deserializeEncapsulation, deserializeSample, KeyMode::all);
 }
 
 }  // extern "C"

@@ -66,17 +66,15 @@ uint64_t maxElementsI(const ZELCdrTypeDesc *element, uint64_t count, uint64_t al
         const uint32_t size = ZELCdrType_primitiveSizeI(kind);
         return alignUpI(alignment, size) + count * size;
     }
-    return repeatedSizeI(alignment, count, [&](uint64_t from) {
-        return ZELCdrType_maxSizeI(element, from, headers, KeyMode::all);
-    });
+    return repeatedSizeI(alignment, count,
+                         [&](uint64_t from) { return ZELCdrType_maxSizeI(element, from, headers, KeyMode::all); });
 }
 
 uint64_t minElementsI(const ZELCdrTypeDesc *element, uint64_t count, uint64_t alignment, HeaderChoice &headers) {
     if (count == 0) {
         return alignment;
     }
-    return repeatedSizeI(alignment, count,
-                         [&](uint64_t from) { return ZELCdrType_minSizeI(element, from, headers); });
+    return repeatedSizeI(alignment, count, [&](uint64_t from) { return ZELCdrType_minSizeI(element, from, headers); });
 }
 
 // Decides the header form on the first mutable level of a walk.
@@ -122,10 +120,12 @@ uint64_t structSizeI(const ZELCdrTypeDesc *type, uint64_t alignment, HeaderChoic
     return isMutable ? alignUpI(alignment, 4) + kSentinelSize : alignment;
 }
 
-uint64_t stringSizeFromI(uint64_t alignment, uint64_t characters) { return alignUpI(alignment, 4) + 4 + characters + 1; }
+uint64_t stringSizeFromI(uint64_t alignment, uint64_t characters) {
+    return alignUpI(alignment, 4) + 4 + characters + 1;
+}
 
-uint64_t sampleElementsSizeI(const ZELCdrTypeDesc *element, const char *first, void *const *pointers,
-                             uint32_t count, uint64_t alignment, HeaderChoice &headers) {
+uint64_t sampleElementsSizeI(const ZELCdrTypeDesc *element, const char *first, void *const *pointers, uint32_t count,
+                             uint64_t alignment, HeaderChoice &headers) {
     if (count == 0) {
         return alignment;
     }
@@ -230,8 +230,7 @@ ZELCdrTypeCache computeCacheI(const ZELCdrTypeDesc *structType) {
     HeaderChoice minHeaders = headers;
     values.minSerializedSize = ZELCdrType_clampSizeI(ZELCdrType_minSizeI(structType, 0, minHeaders));
     HeaderChoice keyHeaders = shortHeaders();
-    values.maxSerializedKeySize =
-            ZELCdrType_clampSizeI(ZELCdrType_maxSizeI(structType, 0, keyHeaders, KeyMode::keys));
+    values.maxSerializedKeySize = ZELCdrType_clampSizeI(ZELCdrType_maxSizeI(structType, 0, keyHeaders, KeyMode::keys));
     return values;
 }
 

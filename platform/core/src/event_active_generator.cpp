@@ -154,10 +154,10 @@ void ZELEventActiveGenerator_freeI(struct ZELEventActiveGenerator *generator) {
 extern "C" {
 
 struct ZELEventActiveGenerator *ZELEventActiveGenerator_new(struct REDAWorkerFactory *workerFactory,
-                                                           struct ZELHighResolutionClock *clock,
-                                                           struct ZELEventSmartTimer *timer,
-                                                           const struct ZELEventGeneratorListener *listener,
-                                                           const struct ZELEventThreadProperties *properties) {
+                                                            struct ZELHighResolutionClock *clock,
+                                                            struct ZELEventSmartTimer *timer,
+                                                            const struct ZELEventGeneratorListener *listener,
+                                                            const struct ZELEventThreadProperties *properties) {
     if (workerFactory == nullptr || clock == nullptr || clock->getTime == nullptr || timer == nullptr) {
         return nullptr;
     }
@@ -193,9 +193,9 @@ struct ZELEventActiveGenerator *ZELEventActiveGenerator_new(struct REDAWorkerFac
     }
     // Waits until the thread has its worker, so that a generator handed out
     // is one that runs events.
-    const bool started = ZELOsapiSemaphore_take(generator->startedSemaphore, nullptr) ==
-                                 ZEL_OSAPI_SEMAPHORE_STATUS_OK &&
-                         generator->startedOk;
+    const bool started =
+            ZELOsapiSemaphore_take(generator->startedSemaphore, nullptr) == ZEL_OSAPI_SEMAPHORE_STATUS_OK &&
+            generator->startedOk;
     if (!started) {
         ZELEventActiveGenerator_shutdown(generator);
         ZELOsapiThread_join(generator->thread);
@@ -206,7 +206,7 @@ struct ZELEventActiveGenerator *ZELEventActiveGenerator_new(struct REDAWorkerFac
 }
 
 ZELBoolean ZELEventActiveGenerator_postEvent(struct ZELEventActiveGenerator *generator, const struct ZELNtpTime *due,
-                                            ZELEventCallback callback, void *param, const struct ZELEventData *data) {
+                                             ZELEventCallback callback, void *param, const struct ZELEventData *data) {
     if (generator == nullptr || due == nullptr || callback == nullptr) {
         return ZEL_FALSE;
     }

@@ -36,8 +36,7 @@ struct ZELEventSmartTimer *ZELEventSmartTimer_new(struct ZELHighResolutionClock 
     if (clock == nullptr || clock->getTime == nullptr) {
         return nullptr;
     }
-    auto *timer = static_cast<ZELEventSmartTimer *>(
-            ZELOsapiHeap_allocateStructure(sizeof(ZELEventSmartTimer), "ESTM"));
+    auto *timer = static_cast<ZELEventSmartTimer *>(ZELOsapiHeap_allocateStructure(sizeof(ZELEventSmartTimer), "ESTM"));
     if (timer == nullptr) {
         return nullptr;
     }

@@ -59,10 +59,9 @@ const ZELLogMessage ZEL_LOG_ADD_FAILURE_s = {0x1000005, "failed to add %s\n"};
 const ZELLogMessage ZEL_LOG_INIT_FAILURE_s = {0x1000006, "failed to initialize %s\n"};
 const ZELLogMessage ZEL_LOG_SEMAPHORE_GIVE_FAILURE = {0x1000007, "failed to give semaphore\n"};
 const ZELLogMessage ZEL_LOG_SEMAPHORE_TAKE_FAILURE = {0x1000008, "failed to take semaphore\n"};
-const ZELLogMessage ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d = {0x1000009,
-                                                                 "out of heap: structure of %d octets\n"};
-const ZELLogMessage ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd = {
-        0x100000A, "out of heap: array of %d elements of %d octets\n"};
+const ZELLogMessage ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d = {0x1000009, "out of heap: structure of %d octets\n"};
+const ZELLogMessage ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_ARRAY_dd = {0x100000A,
+                                                                 "out of heap: array of %d elements of %d octets\n"};
 const ZELLogMessage ZEL_LOG_BAD_PARAMETER_s = {0x100000B, "bad parameter: %s\n"};
 const ZELLogMessage ZEL_LOG_PRECONDITION_NOT_MET_s = {0x100000C, "precondition not met: %s\n"};
 

@@ -355,7 +355,7 @@ DDS_Boolean ZELSequence_set_maximum(ZELSequence *self, const ZELSequenceElementT
         return DDS_BOOLEAN_FALSE;
     }
     return setOwnedMaximumI(self, type, static_cast<DDS_UnsignedLong>(new_max), context) ? DDS_BOOLEAN_TRUE
-                                                                                       : DDS_BOOLEAN_FALSE;
+                                                                                         : DDS_BOOLEAN_FALSE;
 }
 
 DDS_Long ZELSequence_get_length(const ZELSequence *self, const char *context) {
@@ -456,8 +456,9 @@ DDS_Boolean ZELSequence_to_array(const ZELSequence *self, void *array, DDS_Long 
         logPreconditionI(context, kNegativeArgument);
         return DDS_BOOLEAN_FALSE;
     }
-    const DDS_UnsignedLong count =
-            static_cast<DDS_UnsignedLong>(length) < self->_length ? static_cast<DDS_UnsignedLong>(length) : self->_length;
+    const DDS_UnsignedLong count = static_cast<DDS_UnsignedLong>(length) < self->_length
+                                           ? static_cast<DDS_UnsignedLong>(length)
+                                           : self->_length;
     if (array == nullptr && count > 0) {
         logBadParameterI(context, "array");
         return DDS_BOOLEAN_FALSE;
@@ -515,8 +516,7 @@ void **ZELSequence_get_discontiguous_bufferI(const ZELSequence *self, const char
     return self == nullptr ? nullptr : self->_discontiguous_buffer;
 }
 
-DDS_Boolean ZELSequence_get_read_tokenI(const ZELSequence *self, void **token1, void **token2,
-                                        const char *context) {
+DDS_Boolean ZELSequence_get_read_tokenI(const ZELSequence *self, void **token1, void **token2, const char *context) {
     self = readableI(self, context);
     if (self == nullptr) {
         return DDS_BOOLEAN_FALSE;
@@ -573,8 +573,7 @@ DDS_Boolean ZELSequence_set_element_allocation_params(ZELSequence *self, const D
     return DDS_BOOLEAN_TRUE;
 }
 
-DDS_Boolean ZELSequence_set_element_deallocation_params(ZELSequence *self,
-                                                        const DDS_TypeDeallocationParams_t *params,
+DDS_Boolean ZELSequence_set_element_deallocation_params(ZELSequence *self, const DDS_TypeDeallocationParams_t *params,
                                                         const char *context) {
     self = writableI(self, context);
     if (self == nullptr) {

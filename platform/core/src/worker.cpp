@@ -35,9 +35,9 @@ struct REDAWorkerFactory {
 struct REDAWorker {
     struct REDAWorkerFactory *factory;
     uint64_t threadId;
-    struct REDAWorker *registryPrevious;     // guarded by g_registryMutex
-    struct REDAWorker *registryNext;         // guarded by g_registryMutex
-    struct REDAExclusiveArea *lowestHeld;    // only its own thread uses it
+    struct REDAWorker *registryPrevious;   // guarded by g_registryMutex
+    struct REDAWorker *registryNext;       // guarded by g_registryMutex
+    struct REDAExclusiveArea *lowestHeld;  // only its own thread uses it
     char name[kWorkerNameSize];
 };
 
@@ -47,7 +47,7 @@ struct REDAExclusiveArea {
     // The worker holding the area. Other threads read it only to learn that
     // they are not the holder, so relaxed loads suffice.
     std::atomic<struct REDAWorker *> owner;
-    uint32_t depth;                          // guarded by lock
+    uint32_t depth;  // guarded by lock
     // The area of the next higher level that the holder entered before
     // this one; guarded by lock.
     struct REDAExclusiveArea *nextHeld;
@@ -107,8 +107,7 @@ ZELBoolean REDAWorker_failI(const char *context, const char **failReason, const 
 extern "C" {
 
 struct REDAWorkerFactory *REDAWorkerFactory_new(const char *name) {
-    auto *factory = static_cast<REDAWorkerFactory *>(
-            ZELOsapiHeap_allocateStructure(sizeof(REDAWorkerFactory), "RWFC"));
+    auto *factory = static_cast<REDAWorkerFactory *>(ZELOsapiHeap_allocateStructure(sizeof(REDAWorkerFactory), "RWFC"));
     if (factory == nullptr) {
         return nullptr;
     }

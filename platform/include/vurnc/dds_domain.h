@@ -76,31 +76,33 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_add_qos_profile(DDS_Doma
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_participant_qos_in_profile(
         DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,
         const struct DDS_DomainParticipantQos *qos);
-VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_topic_qos_in_profile(
-        DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,
-        const struct DDS_TopicQos *qos);
-VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_publisher_qos_in_profile(
-        DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,
-        const struct DDS_PublisherQos *qos);
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_topic_qos_in_profile(DDS_DomainParticipantFactory *self,
+                                                                                 const char *libraryName,
+                                                                                 const char *profileName,
+                                                                                 const struct DDS_TopicQos *qos);
+VURNC_API DDS_ReturnCode_t
+DDS_DomainParticipantFactory_set_publisher_qos_in_profile(DDS_DomainParticipantFactory *self, const char *libraryName,
+                                                          const char *profileName, const struct DDS_PublisherQos *qos);
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_subscriber_qos_in_profile(
         DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,
         const struct DDS_SubscriberQos *qos);
 /* `topicPattern` NULL sets the profile's own writer (reader) QoS. */
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_datawriter_qos_in_profile(
-        DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,
-        const char *topicPattern, const struct DDS_DataWriterQos *qos);
+        DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName, const char *topicPattern,
+        const struct DDS_DataWriterQos *qos);
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_datareader_qos_in_profile(
-        DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName,
-        const char *topicPattern, const struct DDS_DataReaderQos *qos);
+        DDS_DomainParticipantFactory *self, const char *libraryName, const char *profileName, const char *topicPattern,
+        const struct DDS_DataReaderQos *qos);
 
 /* Copy the profile's QoS into `qos` (an initialized structure).
  * BAD_PARAMETER for NULL arguments or an unknown profile. */
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_participant_qos_from_profile(
         DDS_DomainParticipantFactory *self, struct DDS_DomainParticipantQos *qos, const char *libraryName,
         const char *profileName);
-VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_topic_qos_from_profile(
-        DDS_DomainParticipantFactory *self, struct DDS_TopicQos *qos, const char *libraryName,
-        const char *profileName);
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_topic_qos_from_profile(DDS_DomainParticipantFactory *self,
+                                                                                   struct DDS_TopicQos *qos,
+                                                                                   const char *libraryName,
+                                                                                   const char *profileName);
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_get_publisher_qos_from_profile(
         DDS_DomainParticipantFactory *self, struct DDS_PublisherQos *qos, const char *libraryName,
         const char *profileName);
@@ -133,8 +135,8 @@ VURNC_API const char *DDS_DomainParticipantFactory_get_wire_nameI(DDS_DomainPart
 /* The factory's worker factory (`reserved` must be 0), and the calling
  * thread's worker of it (made on first use; NULL when out of heap). Entity
  * locks are exclusive areas of this worker factory. */
-VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(
-        DDS_DomainParticipantFactory *self, int reserved);
+VURNC_API struct REDAWorkerFactory *DDS_DomainParticipantFactory_get_worker_factoryI(DDS_DomainParticipantFactory *self,
+                                                                                     int reserved);
 VURNC_API struct REDAWorker *DDS_DomainParticipantFactory_get_workerI(DDS_DomainParticipantFactory *self);
 
 /* ---- participants ---- */
@@ -176,8 +178,7 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_register_type(DDS_DomainPartici
                                                                void *registrationData);
 /* Takes back one registration. PRECONDITION_NOT_MET while a topic uses the
  * type; BAD_PARAMETER when the name is not registered. */
-VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_unregister_type(DDS_DomainParticipant *self,
-                                                                 const char *typeName);
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_unregister_type(DDS_DomainParticipant *self, const char *typeName);
 /* The participant's copy of the plug-in registered under `typeName`, or
  * NULL. Valid until the type is unregistered. */
 VURNC_API const struct PRESTypePlugin *DDS_DomainParticipant_get_type_pluginI(DDS_DomainParticipant *self,

@@ -40,7 +40,8 @@ struct DDS_MonitorVersion {
     DDS_Octet revision;
 };
 /* What a factory reports unless configured otherwise: 5.1.0 revision 0. */
-#define DDS_MONITOR_VERSION_DEFAULT {5, 1, 0, 0}
+#define DDS_MONITOR_VERSION_DEFAULT \
+    { 5, 1, 0, 0 }
 
 struct DDS_Monitor;
 typedef DDS_UnsignedLong (*DDS_MonitorDeleteFunction)(struct DDS_Monitor *self);
@@ -72,7 +73,7 @@ typedef struct DDS_Monitor *(*DDS_MonitorCreateFunction)(DDS_UnsignedLong *resul
  * monitor it creates (a monitor already created keeps what it was given).
  * BAD_PARAMETER for a NULL factory, OUT_OF_RESOURCES when out of heap. */
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_monitor_versionI(DDS_DomainParticipantFactory *self,
-                                                                          struct DDS_MonitorVersion version);
+                                                                             struct DDS_MonitorVersion version);
 
 /* Event codes. "BEFORE" events come before the operation changes anything,
  * "AFTER" events once it has succeeded. */

@@ -17,14 +17,15 @@ ZEL_EXTERN_C_BEGIN
  * its maximum + 1 octets. */
 #define DDS_PROPERTY_NAME_MAX 127
 #define DDS_PROPERTY_VALUE_MAX 511
-#define DDS_PROPERTY_QOS_POLICY_DEFAULT {ZEL_SEQUENCE_INITIALIZER}
+#define DDS_PROPERTY_QOS_POLICY_DEFAULT \
+    { ZEL_SEQUENCE_INITIALIZER }
 
 /* Number of properties in `policy` (0 for NULL). */
 VURNC_API DDS_Long DDS_PropertyQosPolicyHelper_get_number_of_properties(const struct DDS_PropertyQosPolicy *policy);
 
 /* The property named `name`, or NULL when there is none. */
-VURNC_API struct DDS_Property_t *DDS_PropertyQosPolicyHelper_lookup_property(
-        const struct DDS_PropertyQosPolicy *policy, const char *name);
+VURNC_API struct DDS_Property_t *DDS_PropertyQosPolicyHelper_lookup_property(const struct DDS_PropertyQosPolicy *policy,
+                                                                             const char *name);
 
 /* Appends a property, copying the texts. BAD_PARAMETER for NULL arguments or
  * a name or value longer than its maximum (logged), PRECONDITION_NOT_MET

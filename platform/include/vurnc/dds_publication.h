@@ -34,8 +34,7 @@ VURNC_API const DDS_BuiltinTopicKey_t *DDS_Publisher_get_builtin_topic_key(const
 VURNC_API DDS_ReturnCode_t DDS_Publisher_get_qos(DDS_Publisher *self, struct DDS_PublisherQos *qos);
 /* IMMUTABLE_POLICY once enabled for presentation and protocol. */
 VURNC_API DDS_ReturnCode_t DDS_Publisher_set_qos(DDS_Publisher *self, const struct DDS_PublisherQos *qos);
-VURNC_API DDS_ReturnCode_t DDS_Publisher_get_default_datawriter_qos(DDS_Publisher *self,
-                                                                    struct DDS_DataWriterQos *qos);
+VURNC_API DDS_ReturnCode_t DDS_Publisher_get_default_datawriter_qos(DDS_Publisher *self, struct DDS_DataWriterQos *qos);
 VURNC_API DDS_ReturnCode_t DDS_Publisher_set_default_datawriter_qos(DDS_Publisher *self,
                                                                     const struct DDS_DataWriterQos *qos);
 VURNC_API DDS_ReturnCode_t DDS_Publisher_get_all_datawriters(DDS_Publisher *self, struct DDS_DataWriterSeq *seq);
@@ -86,9 +85,10 @@ VURNC_API extern const struct DDS_WriteParams_t DDS_WRITEPARAMS_DEFAULT;
 
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_write_untyped_generalI(DDS_DataWriter *self, const void *instance_data,
                                                                  const DDS_InstanceHandle_t *handle);
-VURNC_API DDS_ReturnCode_t DDS_DataWriter_write_w_timestamp_untyped_generalI(
-        DDS_DataWriter *self, const void *instance_data, const DDS_InstanceHandle_t *handle,
-        const struct DDS_Time_t *source_timestamp);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_write_w_timestamp_untyped_generalI(DDS_DataWriter *self,
+                                                                             const void *instance_data,
+                                                                             const DDS_InstanceHandle_t *handle,
+                                                                             const struct DDS_Time_t *source_timestamp);
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_write_w_params_untyped_generalI(DDS_DataWriter *self,
                                                                           const void *instance_data,
                                                                           struct DDS_WriteParams_t *params);
@@ -137,8 +137,9 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_deadline_missed_status_ex(
         DDS_DataWriter *self, struct DDS_OfferedDeadlineMissedStatus *status, DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status_ex(
         DDS_DataWriter *self, struct DDS_OfferedIncompatibleQosStatus *status, DDS_Boolean reset);
-VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status_ex(
-        DDS_DataWriter *self, struct DDS_PublicationMatchedStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status_ex(DDS_DataWriter *self,
+                                                                            struct DDS_PublicationMatchedStatus *status,
+                                                                            DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_writer_cache_changed_status_ex(
         DDS_DataWriter *self, struct DDS_ReliableWriterCacheChangedStatus *status, DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_reader_activity_changed_status_ex(
@@ -146,8 +147,9 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_reliable_reader_activity_changed_s
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_cache_status_ex(DDS_DataWriter *self,
                                                                          struct DDS_DataWriterCacheStatus *status,
                                                                          DDS_Boolean reset);
-VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_protocol_status_ex(
-        DDS_DataWriter *self, struct DDS_DataWriterProtocolStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_datawriter_protocol_status_ex(DDS_DataWriter *self,
+                                                                            struct DDS_DataWriterProtocolStatus *status,
+                                                                            DDS_Boolean reset);
 /* BAD_PARAMETER for a handle or locator of no matched subscription. */
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_datawriter_protocol_status_ex(
         DDS_DataWriter *self, struct DDS_DataWriterProtocolStatus *status,
@@ -157,8 +159,8 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_matched_subscription_datawriter_pr
         DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_liveliness_lost_status(DDS_DataWriter *self,
                                                                      struct DDS_LivelinessLostStatus *status);
-VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_deadline_missed_status(
-        DDS_DataWriter *self, struct DDS_OfferedDeadlineMissedStatus *status);
+VURNC_API DDS_ReturnCode_t
+DDS_DataWriter_get_offered_deadline_missed_status(DDS_DataWriter *self, struct DDS_OfferedDeadlineMissedStatus *status);
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status(
         DDS_DataWriter *self, struct DDS_OfferedIncompatibleQosStatus *status);
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_publication_matched_status(DDS_DataWriter *self,

@@ -86,8 +86,7 @@ VURNC_API void *DDS_DataReader_get_endpoint_dataI(const DDS_DataReader *self);
  * for a reader that is not enabled. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_untypedI(DDS_DataReader *self, struct ZELSequence *data,
                                                                 struct DDS_SampleInfoSeq *info_seq,
-                                                                DDS_Long max_samples,
-                                                                DDS_SampleStateMask sample_states,
+                                                                DDS_Long max_samples, DDS_SampleStateMask sample_states,
                                                                 DDS_ViewStateMask view_states,
                                                                 DDS_InstanceStateMask instance_states,
                                                                 DDS_Boolean take);
@@ -99,28 +98,24 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_untypedI(DDS_DataReader *
  * - next_instance: instances ordered by handle, only the first one whose
  *   handle is greater than `previous_handle` (DDS_HANDLE_NIL: from the
  *   smallest) and that has samples in the states. */
-VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_w_condition_untypedI(DDS_DataReader *self,
-                                                                            struct ZELSequence *data,
-                                                                            struct DDS_SampleInfoSeq *info_seq,
-                                                                            DDS_Long max_samples,
-                                                                            DDS_ReadCondition *condition,
-                                                                            DDS_Boolean take);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_w_condition_untypedI(
+        DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
+        DDS_ReadCondition *condition, DDS_Boolean take);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_instance_untypedI(
         DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
         const DDS_InstanceHandle_t *a_handle, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states,
         DDS_InstanceStateMask instance_states, DDS_Boolean take);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_instance_untypedI(
         DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
-        const DDS_InstanceHandle_t *previous_handle, DDS_SampleStateMask sample_states,
-        DDS_ViewStateMask view_states, DDS_InstanceStateMask instance_states, DDS_Boolean take);
+        const DDS_InstanceHandle_t *previous_handle, DDS_SampleStateMask sample_states, DDS_ViewStateMask view_states,
+        DDS_InstanceStateMask instance_states, DDS_Boolean take);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_instance_w_condition_untypedI(
         DDS_DataReader *self, struct ZELSequence *data, struct DDS_SampleInfoSeq *info_seq, DDS_Long max_samples,
         const DDS_InstanceHandle_t *previous_handle, DDS_ReadCondition *condition, DDS_Boolean take);
 /* The oldest sample not yet read (instances in order of first arrival),
  * copied into `received_data` (left as it was for an invalid-data sample)
  * with its info; NO_DATA when every sample has been read. */
-VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_sample_untypedI(DDS_DataReader *self,
-                                                                            void *received_data,
+VURNC_API DDS_ReturnCode_t DDS_DataReader_read_or_take_next_sample_untypedI(DDS_DataReader *self, void *received_data,
                                                                             struct DDS_SampleInfo *sample_info,
                                                                             DDS_Boolean take);
 /* Writes the key members of the instance of `handle` into `key_holder`;
@@ -137,9 +132,9 @@ VURNC_API DDS_InstanceHandle_t DDS_DataReader_lookup_instance_untypedI(DDS_DataR
  * conditions are (PRECONDITION_NOT_MET otherwise);
  * delete_contained_entities of the reader or its subscriber deletes them. */
 VURNC_API DDS_ReadCondition *DDS_DataReader_create_readcondition(DDS_DataReader *self,
-                                                                DDS_SampleStateMask sample_states,
-                                                                DDS_ViewStateMask view_states,
-                                                                DDS_InstanceStateMask instance_states);
+                                                                 DDS_SampleStateMask sample_states,
+                                                                 DDS_ViewStateMask view_states,
+                                                                 DDS_InstanceStateMask instance_states);
 /* PRECONDITION_NOT_MET for a condition of another reader. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_delete_readcondition(DDS_DataReader *self, DDS_ReadCondition *condition);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_delete_contained_entities(DDS_DataReader *self);
@@ -157,8 +152,8 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_return_loan_untypedI(DDS_DataReader *s
  * copy. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status_ex(
         DDS_DataReader *self, struct DDS_SubscriptionMatchedStatus *status, DDS_Boolean reset);
-VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status(
-        DDS_DataReader *self, struct DDS_SubscriptionMatchedStatus *status);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status(DDS_DataReader *self,
+                                                                          struct DDS_SubscriptionMatchedStatus *status);
 /* Incompatible writers: their count and the last policy found wanting
  * (the policies sequence stays empty). */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status_ex(
@@ -167,28 +162,28 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_incompatible_qos_status(
         DDS_DataReader *self, struct DDS_RequestedIncompatibleQosStatus *status);
 /* Samples refused by the resource limits: count, last reason and instance. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status_ex(DDS_DataReader *self,
-                                                                       struct DDS_SampleRejectedStatus *status,
-                                                                       DDS_Boolean reset);
+                                                                        struct DDS_SampleRejectedStatus *status,
+                                                                        DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataReader *self,
-                                                                    struct DDS_SampleRejectedStatus *status);
+                                                                     struct DDS_SampleRejectedStatus *status);
 /* Samples missing from a writer's sequence numbers (a gap counts each
  * missing number once). */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status_ex(DDS_DataReader *self,
-                                                                   struct DDS_SampleLostStatus *status,
-                                                                   DDS_Boolean reset);
+                                                                    struct DDS_SampleLostStatus *status,
+                                                                    DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status(DDS_DataReader *self,
-                                                                struct DDS_SampleLostStatus *status);
+                                                                 struct DDS_SampleLostStatus *status);
 /* Samples in the cache and their peak; `reset` restarts the peak. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_cache_status_ex(DDS_DataReader *self,
-                                                                        struct DDS_DataReaderCacheStatus *status,
-                                                                        DDS_Boolean reset);
+                                                                         struct DDS_DataReaderCacheStatus *status,
+                                                                         DDS_Boolean reset);
 /* Matched writers alive and not alive, their changes and the last writer
  * whose liveliness changed. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status_ex(DDS_DataReader *self,
-                                                                          struct DDS_LivelinessChangedStatus *status,
-                                                                          DDS_Boolean reset);
+                                                                           struct DDS_LivelinessChangedStatus *status,
+                                                                           DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status(DDS_DataReader *self,
-                                                                       struct DDS_LivelinessChangedStatus *status);
+                                                                        struct DDS_LivelinessChangedStatus *status);
 /* Deadline periods an instance went without a sample, and the last such
  * instance. */
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status_ex(
@@ -197,13 +192,14 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status(
         DDS_DataReader *self, struct DDS_RequestedDeadlineMissedStatus *status);
 /* What the reader received from all writers, or from one matched writer;
  * BAD_PARAMETER for a handle of no matched publication. */
-VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_protocol_status_ex(
-        DDS_DataReader *self, struct DDS_DataReaderProtocolStatus *status, DDS_Boolean reset);
+VURNC_API DDS_ReturnCode_t DDS_DataReader_get_datareader_protocol_status_ex(DDS_DataReader *self,
+                                                                            struct DDS_DataReaderProtocolStatus *status,
+                                                                            DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_matched_publication_datareader_protocol_status_ex(
         DDS_DataReader *self, struct DDS_DataReaderProtocolStatus *status,
         const DDS_InstanceHandle_t *publication_handle, DDS_Boolean reset);
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_matched_publications(DDS_DataReader *self,
-                                                                  struct DDS_InstanceHandleSeq *handles);
+                                                                   struct DDS_InstanceHandleSeq *handles);
 /* True when the reader's registered type is called `type_name`. */
 VURNC_API DDS_Boolean DDS_DataReader_compare_typeI(const DDS_DataReader *self, const char *type_name);
 

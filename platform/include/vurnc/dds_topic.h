@@ -21,15 +21,14 @@ typedef struct DDS_TopicListener DDS_TopicListener;
  * out of heap. */
 VURNC_API DDS_Topic *DDS_DomainParticipant_create_topic(DDS_DomainParticipant *self, const char *topicName,
                                                         const char *typeName, const struct DDS_TopicQos *qos,
-                                                        const struct DDS_TopicListener *listener,
-                                                        DDS_StatusMask mask);
+                                                        const struct DDS_TopicListener *listener, DDS_StatusMask mask);
 /* PRECONDITION_NOT_MET while writers, readers or content-filtered topics use
  * the topic, or when it belongs to another participant. A topic returned by
  * find_topic needs one delete per find before the last one deletes it. */
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_delete_topic(DDS_DomainParticipant *self, DDS_Topic *topic);
 /* The participant's topic or content-filtered topic of that name, or NULL. */
 VURNC_API DDS_TopicDescription *DDS_DomainParticipant_lookup_topicdescription(DDS_DomainParticipant *self,
-                                                                             const char *topicName);
+                                                                              const char *topicName);
 /* The participant's topic of that name, counted as one more reference that
  * delete_topic takes back; NULL when there is none (the topic must exist:
  * the timeout is not waited). */
@@ -73,8 +72,8 @@ VURNC_API const char *DDS_ContentFilteredTopic_get_filter_expression(const DDS_C
 VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_get_expression_parameters(const DDS_ContentFilteredTopic *self,
                                                                               struct DDS_StringSeq *parameters);
 /* Replaces the parameters; OUT_OF_RESOURCES keeps the old ones. */
-VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(
-        DDS_ContentFilteredTopic *self, const struct DDS_StringSeq *parameters);
+VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(DDS_ContentFilteredTopic *self,
+                                                                              const struct DDS_StringSeq *parameters);
 
 /* The topics of other participants of the domain with this topic's name
  * and another type name, each counted once from when it is first seen

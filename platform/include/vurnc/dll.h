@@ -5,13 +5,13 @@
 #include "vurncore/dll.h"
 
 #if defined(_WIN32)
-#  if defined(VURNC_BUILDING)
-#    define VURNC_API __declspec(dllexport)
-#  else
-#    define VURNC_API __declspec(dllimport)
-#  endif
+#if defined(VURNC_BUILDING)
+#define VURNC_API __declspec(dllexport)
 #else
-#  define VURNC_API __attribute__((visibility("default")))
+#define VURNC_API __declspec(dllimport)
+#endif
+#else
+#define VURNC_API __attribute__((visibility("default")))
 #endif
 
 #endif

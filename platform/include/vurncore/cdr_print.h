@@ -39,8 +39,8 @@ VURNCORE_API void ZELCdrType_printString(const char *value, const char *descript
 VURNCORE_API void ZELCdrType_printArray(const void *array, unsigned int length, unsigned int elementSize,
                                         ZELCdrTypePrintFunction printElement, const char *description,
                                         unsigned int indent);
-VURNCORE_API void ZELCdrType_printStringArray(const char *const *array, unsigned int length,
-                                              const char *description, unsigned int indent);
+VURNCORE_API void ZELCdrType_printStringArray(const char *const *array, unsigned int length, const char *description,
+                                              unsigned int indent);
 /* Elements reached through an array of pointers. */
 VURNCORE_API void ZELCdrType_printPointerArray(const void *const *array, unsigned int length,
                                                ZELCdrTypePrintFunction printElement, const char *description,

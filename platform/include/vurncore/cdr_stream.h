@@ -31,25 +31,25 @@ ZEL_EXTERN_C_BEGIN
 enum ZELCdrByteOrder { ZEL_CDR_BIG_ENDIAN = 0, ZEL_CDR_LITTLE_ENDIAN = 1 };
 
 struct ZELCdrStream {
-    char *buffer;                  /* start of the buffer */
-    char *alignBase;               /* origin of alignment */
+    char *buffer;    /* start of the buffer */
+    char *alignBase; /* origin of alignment */
     char *currentPosition;
     uint32_t bufferLength;
     enum ZELCdrByteOrder byteOrder;
     uint16_t encapsulationKind;
     uint16_t encapsulationOptions;
-    ZELBoolean skipSentinel;       /* the next parameter list omits its sentinel */
-    ZELBoolean dirty;              /* set by ZELCdrStream_clear: the buffer is being refilled */
+    ZELBoolean skipSentinel; /* the next parameter list omits its sentinel */
+    ZELBoolean dirty;        /* set by ZELCdrStream_clear: the buffer is being refilled */
 };
 
 /* A parameter header as read or to be patched. */
 struct ZELCdrParameterHeader {
-    uint32_t id;                   /* member id (flags removed) */
-    uint32_t length;               /* announced length of the parameter */
+    uint32_t id;     /* member id (flags removed) */
+    uint32_t length; /* announced length of the parameter */
     ZELBoolean mustUnderstand;
-    ZELBoolean extended;           /* written with the extended form */
-    char *lengthPosition;          /* where the length is (for patching) */
-    char *valueStart;              /* first octet of the value */
+    ZELBoolean extended;  /* written with the extended form */
+    char *lengthPosition; /* where the length is (for patching) */
+    char *valueStart;     /* first octet of the value */
 };
 
 /* ---- set-up ---- */
@@ -97,8 +97,8 @@ VURNCORE_API ZELBoolean ZELCdrStream_skipPrimitive(struct ZELCdrStream *self, ui
  * before the first element: an empty array moves nothing, pads nothing. */
 VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitiveArray(struct ZELCdrStream *self, const void *array,
                                                              uint32_t count, uint32_t elementSize);
-VURNCORE_API ZELBoolean ZELCdrStream_deserializePrimitiveArray(struct ZELCdrStream *self, void *array,
-                                                               uint32_t count, uint32_t elementSize);
+VURNCORE_API ZELBoolean ZELCdrStream_deserializePrimitiveArray(struct ZELCdrStream *self, void *array, uint32_t count,
+                                                               uint32_t elementSize);
 VURNCORE_API ZELBoolean ZELCdrStream_skipPrimitiveArray(struct ZELCdrStream *self, uint32_t count,
                                                         uint32_t elementSize);
 /* `size` octets whose memory layout is already their CDR form, copied in
@@ -108,9 +108,9 @@ VURNCORE_API ZELBoolean ZELCdrStream_skipPrimitiveArray(struct ZELCdrStream *sel
  * that alignment anyway and the stream pads to it first) and room for it.
  * Otherwise FALSE with nothing moved, and the caller walks the members. */
 VURNCORE_API ZELBoolean ZELCdrStream_serializeInPlace(struct ZELCdrStream *self, const void *value, uint32_t size,
-                                                     uint32_t alignment, ZELBoolean pad);
+                                                      uint32_t alignment, ZELBoolean pad);
 VURNCORE_API ZELBoolean ZELCdrStream_deserializeInPlace(struct ZELCdrStream *self, void *value, uint32_t size,
-                                                       uint32_t alignment, ZELBoolean pad);
+                                                        uint32_t alignment, ZELBoolean pad);
 
 /* ---- strings: 32-bit length including the NUL, the characters, the NUL.
  * `maximumLength` counts the NUL (bound + 1; UINT32_MAX when unbounded);
@@ -121,8 +121,7 @@ VURNCORE_API ZELBoolean ZELCdrStream_serializeString(struct ZELCdrStream *self, 
                                                      uint32_t maximumLength);
 /* Into a buffer of at least `maximumLength` octets (or at least the incoming
  * length, when the caller knows it). */
-VURNCORE_API ZELBoolean ZELCdrStream_deserializeString(struct ZELCdrStream *self, char *string,
-                                                       uint32_t maximumLength);
+VURNCORE_API ZELBoolean ZELCdrStream_deserializeString(struct ZELCdrStream *self, char *string, uint32_t maximumLength);
 VURNCORE_API ZELBoolean ZELCdrStream_skipString(struct ZELCdrStream *self, uint32_t maximumLength);
 
 /* ---- sequences: the 32-bit count then the elements. `maximumLength` is the
@@ -140,8 +139,7 @@ VURNCORE_API ZELBoolean ZELCdrStream_deserializeSequenceLength(struct ZELCdrStre
  * as given. */
 typedef ZELBoolean (*ZELCdrStreamReserveFunction)(void *sequence, uint32_t length, void **elements);
 /* Element operations of non-primitive sequences; `param` is passed through. */
-typedef ZELBoolean (*ZELCdrStreamSerializeFunction)(struct ZELCdrStream *stream, const void *element,
-                                                    void *param);
+typedef ZELBoolean (*ZELCdrStreamSerializeFunction)(struct ZELCdrStream *stream, const void *element, void *param);
 typedef ZELBoolean (*ZELCdrStreamDeserializeFunction)(struct ZELCdrStream *stream, void *element, void *param);
 typedef ZELBoolean (*ZELCdrStreamSkipFunction)(struct ZELCdrStream *stream, void *param);
 
@@ -180,9 +178,11 @@ VURNCORE_API ZELBoolean ZELCdrStream_serializeNonPrimitiveSequence(struct ZELCdr
                                                                    uint32_t elementSize,
                                                                    ZELCdrStreamSerializeFunction serializeElement,
                                                                    void *param);
-VURNCORE_API ZELBoolean ZELCdrStream_deserializeNonPrimitiveSequence(
-        struct ZELCdrStream *self, void *sequence, ZELCdrStreamReserveFunction reserve, uint32_t maximumLength,
-        uint32_t elementSize, ZELCdrStreamDeserializeFunction deserializeElement, void *param);
+VURNCORE_API ZELBoolean ZELCdrStream_deserializeNonPrimitiveSequence(struct ZELCdrStream *self, void *sequence,
+                                                                     ZELCdrStreamReserveFunction reserve,
+                                                                     uint32_t maximumLength, uint32_t elementSize,
+                                                                     ZELCdrStreamDeserializeFunction deserializeElement,
+                                                                     void *param);
 VURNCORE_API ZELBoolean ZELCdrStream_skipNonPrimitiveSequence(struct ZELCdrStream *self, uint32_t maximumLength,
                                                               ZELCdrStreamSkipFunction skipElement, void *param);
 
@@ -201,7 +201,7 @@ VURNCORE_API ZELBoolean ZELCdrStream_serializeParameterHeader(struct ZELCdrStrea
 /* A whole parameter whose value is one primitive of `size` octets: short
  * header, value and length, as the three calls above would write them. */
 VURNCORE_API ZELBoolean ZELCdrStream_serializePrimitiveParameter(struct ZELCdrStream *self, uint32_t id,
-                                                                const void *value, uint32_t size);
+                                                                 const void *value, uint32_t size);
 /* Pads with zeros to the next 4-octet boundary and patches the header's
  * length with the value's octets plus that padding. Fails when the length
  * does not fit a short header. */

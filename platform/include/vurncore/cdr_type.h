@@ -15,23 +15,23 @@ ZEL_EXTERN_C_BEGIN
 struct DDS_TypeCode;
 
 enum ZELCdrTypeKind {
-    ZEL_CDR_TK_BOOLEAN = 1,   /* DDS_Boolean */
-    ZEL_CDR_TK_OCTET,         /* DDS_Octet */
-    ZEL_CDR_TK_CHAR,          /* DDS_Char */
-    ZEL_CDR_TK_SHORT,         /* DDS_Short */
-    ZEL_CDR_TK_USHORT,        /* DDS_UnsignedShort */
-    ZEL_CDR_TK_LONG,          /* DDS_Long */
-    ZEL_CDR_TK_ULONG,         /* DDS_UnsignedLong */
-    ZEL_CDR_TK_LONGLONG,      /* DDS_LongLong */
-    ZEL_CDR_TK_ULONGLONG,     /* DDS_UnsignedLongLong */
-    ZEL_CDR_TK_FLOAT,         /* DDS_Float */
-    ZEL_CDR_TK_DOUBLE,        /* DDS_Double */
-    ZEL_CDR_TK_ENUM,          /* a C enum of 32 bits */
-    ZEL_CDR_TK_STRING,        /* char *, bound in `bound` */
-    ZEL_CDR_TK_SEQUENCE,      /* a sequence (struct ZELSequence layout) of `element` */
-    ZEL_CDR_TK_ARRAY,         /* `bound` elements of `element` in place */
+    ZEL_CDR_TK_BOOLEAN = 1, /* DDS_Boolean */
+    ZEL_CDR_TK_OCTET,       /* DDS_Octet */
+    ZEL_CDR_TK_CHAR,        /* DDS_Char */
+    ZEL_CDR_TK_SHORT,       /* DDS_Short */
+    ZEL_CDR_TK_USHORT,      /* DDS_UnsignedShort */
+    ZEL_CDR_TK_LONG,        /* DDS_Long */
+    ZEL_CDR_TK_ULONG,       /* DDS_UnsignedLong */
+    ZEL_CDR_TK_LONGLONG,    /* DDS_LongLong */
+    ZEL_CDR_TK_ULONGLONG,   /* DDS_UnsignedLongLong */
+    ZEL_CDR_TK_FLOAT,       /* DDS_Float */
+    ZEL_CDR_TK_DOUBLE,      /* DDS_Double */
+    ZEL_CDR_TK_ENUM,        /* a C enum of 32 bits */
+    ZEL_CDR_TK_STRING,      /* char *, bound in `bound` */
+    ZEL_CDR_TK_SEQUENCE,    /* a sequence (struct ZELSequence layout) of `element` */
+    ZEL_CDR_TK_ARRAY,       /* `bound` elements of `element` in place */
     ZEL_CDR_TK_STRUCT,
-    ZEL_CDR_TK_ALIAS          /* same representation as `element` */
+    ZEL_CDR_TK_ALIAS /* same representation as `element` */
 };
 
 enum ZELCdrExtensibility {
@@ -50,7 +50,7 @@ struct ZELCdrTypeDesc;
 /* A struct member; its member id is its declaration index. */
 struct ZELCdrMember {
     const char *name;
-    uint32_t offset;                       /* offsetof in the C struct */
+    uint32_t offset; /* offsetof in the C struct */
     const struct ZELCdrTypeDesc *type;
     DDS_Boolean isKey;
 };
@@ -62,11 +62,11 @@ struct ZELCdrMember {
 #define ZEL_CDR_PLAIN_GAP_MAX 4
 
 struct ZELCdrTypeCache {
-    int32_t state;                         /* 0 not computed, 1 computed */
-    uint32_t maxSerializedSize;            /* from alignment 0, no encapsulation */
+    int32_t state;              /* 0 not computed, 1 computed */
+    uint32_t maxSerializedSize; /* from alignment 0, no encapsulation */
     uint32_t minSerializedSize;
-    uint32_t maxSerializedKeySize;         /* key stream: short headers, no encapsulation */
-    ZELBoolean usesExtendedHeaders;        /* maxSerializedSize >= 65536 */
+    uint32_t maxSerializedKeySize;  /* key stream: short headers, no encapsulation */
+    ZELBoolean usesExtendedHeaders; /* maxSerializedSize >= 65536 */
     /* Non-zero when the C representation is the CDR form: a final or
      * appendable struct of primitives, plain structs and arrays of them,
      * each member where CDR alignment puts it. It is then copied as it
@@ -76,7 +76,7 @@ struct ZELCdrTypeCache {
      * the padding octets between members (`plainGaps`) written as zeros. */
     uint32_t plainSize;
     uint32_t plainAlignment;
-    ZELBoolean plainLeadsAligned;          /* its first member needs plainAlignment */
+    ZELBoolean plainLeadsAligned; /* its first member needs plainAlignment */
     uint32_t plainGapCount;
     struct ZELCdrPlainGap {
         uint32_t offset;
@@ -94,9 +94,9 @@ struct ZELCdrTypeCache {
  *   only those; otherwise all of it is key. */
 struct ZELCdrTypeDesc {
     enum ZELCdrTypeKind kind;
-    const char *name;                      /* scoped IDL name ("DDSMonitoring::Duration_t"); NULL when anonymous */
-    uint32_t size;                         /* sizeof the C representation */
-    uint32_t alignment;                    /* alignof the C representation */
+    const char *name;   /* scoped IDL name ("DDSMonitoring::Duration_t"); NULL when anonymous */
+    uint32_t size;      /* sizeof the C representation */
+    uint32_t alignment; /* alignof the C representation */
     /* structs */
     enum ZELCdrExtensibility extensibility;
     uint32_t memberCount;
@@ -112,7 +112,7 @@ struct ZELCdrTypeDesc {
     const struct ZELSequenceElementType *sequenceElementType;
     /* named types: the type code (completed on first call) */
     struct DDS_TypeCode *(*getTypeCode)(void);
-    struct ZELCdrTypeCache *cache;         /* named structs; NULL otherwise */
+    struct ZELCdrTypeCache *cache; /* named structs; NULL otherwise */
 };
 
 /* Descriptors of the primitive types and of unbounded strings, for use as
@@ -148,8 +148,8 @@ VURNCORE_API DDS_Boolean ZELCdrType_initializeSample(const struct ZELCdrTypeDesc
 VURNCORE_API void ZELCdrType_finalizeSample(const struct ZELCdrTypeDesc *type, void *sample,
                                             const struct DDS_TypeDeallocationParams_t *params);
 VURNCORE_API DDS_Boolean ZELCdrType_copySample(const struct ZELCdrTypeDesc *type, void *dst, const void *src);
-VURNCORE_API void ZELCdrType_printSample(const struct ZELCdrTypeDesc *type, const void *sample,
-                                         const char *description, unsigned int indent);
+VURNCORE_API void ZELCdrType_printSample(const struct ZELCdrTypeDesc *type, const void *sample, const char *description,
+                                         unsigned int indent);
 
 /* Serializes `sample`; with `serializeEncapsulation` writes the
  * encapsulation header first (a mutable type turns identifiers 0/1 into 2/3)
@@ -161,17 +161,16 @@ VURNCORE_API DDS_Boolean ZELCdrType_serializeSample(const struct ZELCdrTypeDesc 
  * A mutable type's members absent from the parameter list keep the values
  * they had; unknown and ignored parameters are skipped. */
 VURNCORE_API DDS_Boolean ZELCdrType_deserializeSample(const struct ZELCdrTypeDesc *type, void *sample,
-                                                      struct ZELCdrStream *stream,
-                                                      DDS_Boolean deserializeEncapsulation,
+                                                      struct ZELCdrStream *stream, DDS_Boolean deserializeEncapsulation,
                                                       DDS_Boolean deserializeSample);
 /* Sizes, given the current alignment; each returns the new alignment
  * (current + size). */
 VURNCORE_API uint32_t ZELCdrType_getSerializedSampleMaxSize(const struct ZELCdrTypeDesc *type,
-                                                            DDS_Boolean includeEncapsulation,
-                                                            uint16_t encapsulationId, uint32_t currentAlignment);
+                                                            DDS_Boolean includeEncapsulation, uint16_t encapsulationId,
+                                                            uint32_t currentAlignment);
 VURNCORE_API uint32_t ZELCdrType_getSerializedSampleMinSize(const struct ZELCdrTypeDesc *type,
-                                                            DDS_Boolean includeEncapsulation,
-                                                            uint16_t encapsulationId, uint32_t currentAlignment);
+                                                            DDS_Boolean includeEncapsulation, uint16_t encapsulationId,
+                                                            uint32_t currentAlignment);
 VURNCORE_API uint32_t ZELCdrType_getSerializedSampleSize(const struct ZELCdrTypeDesc *type,
                                                          DDS_Boolean includeEncapsulation, uint16_t encapsulationId,
                                                          uint32_t currentAlignment, const void *sample);
@@ -182,8 +181,8 @@ VURNCORE_API DDS_Boolean ZELCdrType_serializeKey(const struct ZELCdrTypeDesc *ty
                                                  struct ZELCdrStream *stream, DDS_Boolean serializeEncapsulation,
                                                  uint16_t encapsulationId, DDS_Boolean serializeKey);
 VURNCORE_API DDS_Boolean ZELCdrType_deserializeKey(const struct ZELCdrTypeDesc *type, void *sample,
-                                                   struct ZELCdrStream *stream,
-                                                   DDS_Boolean deserializeEncapsulation, DDS_Boolean deserializeKey);
+                                                   struct ZELCdrStream *stream, DDS_Boolean deserializeEncapsulation,
+                                                   DDS_Boolean deserializeKey);
 VURNCORE_API uint32_t ZELCdrType_getSerializedKeyMaxSize(const struct ZELCdrTypeDesc *type,
                                                          DDS_Boolean includeEncapsulation, uint16_t encapsulationId,
                                                          uint32_t currentAlignment);
@@ -192,9 +191,8 @@ VURNCORE_API DDS_Boolean ZELCdrType_copyKey(const struct ZELCdrTypeDesc *type, v
 /* The instance key hash: the key serialized big-endian without
  * encapsulation header into `md5Stream` (zero-filled first), taken as is
  * when the maximum key size is 16 or less, else its MD5 digest. */
-VURNCORE_API DDS_Boolean ZELCdrType_instanceToKeyHash(const struct ZELCdrTypeDesc *type,
-                                                      struct ZELCdrStream *md5Stream, DDS_KeyHash_t *keyHash,
-                                                      const void *sample);
+VURNCORE_API DDS_Boolean ZELCdrType_instanceToKeyHash(const struct ZELCdrTypeDesc *type, struct ZELCdrStream *md5Stream,
+                                                      DDS_KeyHash_t *keyHash, const void *sample);
 /* The key hash of a serialized sample: reads its key members into
  * `keyHolder` (an initialized sample) and hashes them as above. */
 VURNCORE_API DDS_Boolean ZELCdrType_serializedSampleToKeyHash(const struct ZELCdrTypeDesc *type,

@@ -59,16 +59,15 @@ struct ZELEventActiveGenerator;
  * timer serves this one generator (its wake-ups are the generator's).
  * NULL on failure. */
 VURNCORE_API struct ZELEventActiveGenerator *ZELEventActiveGenerator_new(
-        struct REDAWorkerFactory *workerFactory, struct ZELHighResolutionClock *clock,
-        struct ZELEventSmartTimer *timer, const struct ZELEventGeneratorListener *listener,
-        const struct ZELEventThreadProperties *properties);
+        struct REDAWorkerFactory *workerFactory, struct ZELHighResolutionClock *clock, struct ZELEventSmartTimer *timer,
+        const struct ZELEventGeneratorListener *listener, const struct ZELEventThreadProperties *properties);
 
 /* Queues one run of callback(param) at `due` (absolute, on the generator's
  * clock). Events with the same due time run in the order posted. Fails
  * after shutdown or when out of heap. Any thread may post. */
 VURNCORE_API ZELBoolean ZELEventActiveGenerator_postEvent(struct ZELEventActiveGenerator *generator,
-                                                         const struct ZELNtpTime *due, ZELEventCallback callback,
-                                                         void *param, const struct ZELEventData *data);
+                                                          const struct ZELNtpTime *due, ZELEventCallback callback,
+                                                          void *param, const struct ZELEventData *data);
 
 /* Asks the thread to stop: events still pending are dropped, a running one
  * completes, then the listener's onStopped is called from the thread and

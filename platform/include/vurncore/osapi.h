@@ -58,8 +58,7 @@ VURNCORE_API enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_give(struct ZELOsapi
 #define ZEL_OSAPI_THREAD_OPTION_STDIO 0x02u
 #define ZEL_OSAPI_THREAD_OPTION_REALTIME_PRIORITY 0x08u
 #define ZEL_OSAPI_THREAD_OPTION_PRIORITY_ENFORCE 0x10u
-#define ZEL_OSAPI_THREAD_OPTION_DEFAULT \
-    (ZEL_OSAPI_THREAD_OPTION_FLOATING_POINT | ZEL_OSAPI_THREAD_OPTION_STDIO)
+#define ZEL_OSAPI_THREAD_OPTION_DEFAULT (ZEL_OSAPI_THREAD_OPTION_FLOATING_POINT | ZEL_OSAPI_THREAD_OPTION_STDIO)
 
 /* Priority and stack size of a new thread; stackSize 0 takes the system's
  * default, a smaller non-zero one is raised to the system's minimum, a
@@ -74,15 +73,15 @@ struct ZELOsapiThreadSettings {
     int32_t stackSize;
     uint32_t options;
 };
-#define ZEL_OSAPI_THREAD_SETTINGS_DEFAULT {-2, 0, ZEL_OSAPI_THREAD_OPTION_DEFAULT}
+#define ZEL_OSAPI_THREAD_SETTINGS_DEFAULT \
+    { -2, 0, ZEL_OSAPI_THREAD_OPTION_DEFAULT }
 
 struct ZELOsapiThread;
 typedef void *(*ZELOsapiThreadFunction)(void *param);
 
 /* Starts `function(param)` on a new thread named `name` (truncated to what
  * the system keeps). NULL on failure. */
-VURNCORE_API struct ZELOsapiThread *ZELOsapiThread_new(const char *name,
-                                                       const struct ZELOsapiThreadSettings *settings,
+VURNCORE_API struct ZELOsapiThread *ZELOsapiThread_new(const char *name, const struct ZELOsapiThreadSettings *settings,
                                                        ZELOsapiThreadFunction function, void *param);
 /* Waits for the thread to end and frees it. Fails, freeing nothing, for
  * the calling thread itself. */

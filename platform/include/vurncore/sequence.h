@@ -15,34 +15,38 @@ struct DDS_TypeAllocationParams_t {
     DDS_Boolean allocate_optional_members;
     DDS_Boolean allocate_memory;
 };
-#define DDS_TYPE_ALLOCATION_PARAMS_DEFAULT {DDS_BOOLEAN_TRUE, DDS_BOOLEAN_FALSE, DDS_BOOLEAN_TRUE}
+#define DDS_TYPE_ALLOCATION_PARAMS_DEFAULT \
+    { DDS_BOOLEAN_TRUE, DDS_BOOLEAN_FALSE, DDS_BOOLEAN_TRUE }
 
 struct DDS_TypeDeallocationParams_t {
     DDS_Boolean delete_pointers;
     DDS_Boolean delete_optional_members;
 };
-#define DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT {DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE}
+#define DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT \
+    { DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE }
 
 /* Value of the initialization marker of an initialized sequence; any other
  * value makes the sequence initialize itself on first use, so a zero-filled
  * sequence is a valid empty one. */
 #define ZEL_SEQUENCE_MAGIC_NUMBER 0x7344
 
-#define ZEL_SEQUENCE_FIELDS(T)                                   \
-    DDS_Boolean _owned;                                          \
-    T *_contiguous_buffer;                                       \
-    T **_discontiguous_buffer;                                   \
-    DDS_UnsignedLong _maximum;                                   \
-    DDS_UnsignedLong _length;                                    \
-    DDS_Long _sequence_init;                                     \
-    void *_read_token1;                                          \
-    void *_read_token2;                                          \
-    struct DDS_TypeAllocationParams_t _elementAllocParams;       \
+#define ZEL_SEQUENCE_FIELDS(T)                             \
+    DDS_Boolean _owned;                                    \
+    T *_contiguous_buffer;                                 \
+    T **_discontiguous_buffer;                             \
+    DDS_UnsignedLong _maximum;                             \
+    DDS_UnsignedLong _length;                              \
+    DDS_Long _sequence_init;                               \
+    void *_read_token1;                                    \
+    void *_read_token2;                                    \
+    struct DDS_TypeAllocationParams_t _elementAllocParams; \
     struct DDS_TypeDeallocationParams_t _elementDeallocParams
 
-#define ZEL_SEQUENCE_INITIALIZER                                                           \
-    {DDS_BOOLEAN_TRUE, NULL, NULL, 0, 0, ZEL_SEQUENCE_MAGIC_NUMBER, NULL, NULL,            \
-     DDS_TYPE_ALLOCATION_PARAMS_DEFAULT, DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT}
+#define ZEL_SEQUENCE_INITIALIZER                                                                                       \
+    {                                                                                                                  \
+        DDS_BOOLEAN_TRUE, NULL, NULL, 0, 0, ZEL_SEQUENCE_MAGIC_NUMBER, NULL, NULL, DDS_TYPE_ALLOCATION_PARAMS_DEFAULT, \
+                DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT                                                                   \
+    }
 
 /* The untyped view of every sequence. */
 struct ZELSequence {
@@ -105,12 +109,10 @@ VURNCORE_API DDS_Boolean ZELSequence_set_maximum(struct ZELSequence *self, const
 VURNCORE_API DDS_Long ZELSequence_get_length(const struct ZELSequence *self, const char *context);
 VURNCORE_API DDS_Boolean ZELSequence_set_length(struct ZELSequence *self, const struct ZELSequenceElementType *type,
                                                 DDS_Long new_length, const char *context);
-VURNCORE_API DDS_Boolean ZELSequence_ensure_length(struct ZELSequence *self,
-                                                   const struct ZELSequenceElementType *type, DDS_Long length,
-                                                   DDS_Long max, const char *context);
-VURNCORE_API void *ZELSequence_get_reference(const struct ZELSequence *self,
-                                             const struct ZELSequenceElementType *type, DDS_Long i,
-                                             const char *context);
+VURNCORE_API DDS_Boolean ZELSequence_ensure_length(struct ZELSequence *self, const struct ZELSequenceElementType *type,
+                                                   DDS_Long length, DDS_Long max, const char *context);
+VURNCORE_API void *ZELSequence_get_reference(const struct ZELSequence *self, const struct ZELSequenceElementType *type,
+                                             DDS_Long i, const char *context);
 VURNCORE_API struct ZELSequence *ZELSequence_copy(struct ZELSequence *self, const struct ZELSequence *src,
                                                   const struct ZELSequenceElementType *type, const char *context);
 VURNCORE_API struct ZELSequence *ZELSequence_copy_no_alloc(struct ZELSequence *self, const struct ZELSequence *src,
@@ -122,9 +124,8 @@ VURNCORE_API DDS_Boolean ZELSequence_to_array(const struct ZELSequence *self, vo
                                               const struct ZELSequenceElementType *type, const char *context);
 VURNCORE_API DDS_Boolean ZELSequence_loan_contiguous(struct ZELSequence *self, void *buffer, DDS_Long new_length,
                                                      DDS_Long new_max, const char *context);
-VURNCORE_API DDS_Boolean ZELSequence_loan_discontiguous(struct ZELSequence *self, void **buffer,
-                                                        DDS_Long new_length, DDS_Long new_max,
-                                                        const char *context);
+VURNCORE_API DDS_Boolean ZELSequence_loan_discontiguous(struct ZELSequence *self, void **buffer, DDS_Long new_length,
+                                                        DDS_Long new_max, const char *context);
 VURNCORE_API DDS_Boolean ZELSequence_unloan(struct ZELSequence *self, const char *context);
 VURNCORE_API DDS_Boolean ZELSequence_has_ownership(const struct ZELSequence *self, const char *context);
 VURNCORE_API void *ZELSequence_get_contiguous_bufferI(const struct ZELSequence *self, const char *context);
@@ -139,46 +140,45 @@ VURNCORE_API DDS_Boolean ZELSequence_get_element_allocation_params(const struct 
 VURNCORE_API DDS_Boolean ZELSequence_set_element_allocation_params(struct ZELSequence *self,
                                                                    const struct DDS_TypeAllocationParams_t *params,
                                                                    const char *context);
-VURNCORE_API DDS_Boolean ZELSequence_set_element_deallocation_params(
-        struct ZELSequence *self, const struct DDS_TypeDeallocationParams_t *params, const char *context);
+VURNCORE_API DDS_Boolean ZELSequence_set_element_deallocation_params(struct ZELSequence *self,
+                                                                     const struct DDS_TypeDeallocationParams_t *params,
+                                                                     const char *context);
 VURNCORE_API DDS_Boolean ZELSequence_set_element_pointers_allocation(struct ZELSequence *self,
                                                                      DDS_Boolean allocate_pointers,
                                                                      const char *context);
 
 /* Declares the typed sequence `SEQ` of elements `T` and its operations,
  * exported with `API`. */
-#define ZEL_SEQUENCE_DECLARE(API, SEQ, T)                                                                   \
-    struct SEQ {                                                                                            \
-        ZEL_SEQUENCE_FIELDS(T);                                                                             \
-    };                                                                                                      \
-    typedef struct SEQ SEQ;                                                                                 \
-    API DDS_Boolean SEQ##_initialize(SEQ *self);                                                            \
-    API DDS_Boolean SEQ##_finalize(SEQ *self);                                                              \
-    API DDS_Long SEQ##_get_maximum(const SEQ *self);                                                        \
-    API DDS_Boolean SEQ##_set_maximum(SEQ *self, DDS_Long new_max);                                         \
-    API DDS_Long SEQ##_get_length(const SEQ *self);                                                         \
-    API DDS_Boolean SEQ##_set_length(SEQ *self, DDS_Long new_length);                                       \
-    API DDS_Boolean SEQ##_ensure_length(SEQ *self, DDS_Long length, DDS_Long max);                          \
-    API T SEQ##_get(const SEQ *self, DDS_Long i);                                                           \
-    API T *SEQ##_get_reference(SEQ *self, DDS_Long i);                                                      \
-    API SEQ *SEQ##_copy(SEQ *self, const SEQ *src);                                                         \
-    API SEQ *SEQ##_copy_no_alloc(SEQ *self, const SEQ *src);                                                \
-    API DDS_Boolean SEQ##_from_array(SEQ *self, const T array[], DDS_Long length);                          \
-    API DDS_Boolean SEQ##_to_array(SEQ *self, T array[], DDS_Long length);                                  \
-    API DDS_Boolean SEQ##_loan_contiguous(SEQ *self, T *buffer, DDS_Long new_length, DDS_Long new_max);     \
-    API DDS_Boolean SEQ##_loan_discontiguous(SEQ *self, T **buffer, DDS_Long new_length, DDS_Long new_max); \
-    API DDS_Boolean SEQ##_unloan(SEQ *self);                                                                \
-    API DDS_Boolean SEQ##_has_ownership(const SEQ *self);                                                   \
-    API T *SEQ##_get_contiguous_bufferI(const SEQ *self);                                                   \
-    API T **SEQ##_get_discontiguous_bufferI(const SEQ *self);                                               \
-    API DDS_Boolean SEQ##_get_read_tokenI(const SEQ *self, void **token1, void **token2);                   \
-    API DDS_Boolean SEQ##_set_read_tokenI(SEQ *self, void *token1, void *token2);                           \
-    API DDS_Boolean SEQ##_get_element_allocation_params(const SEQ *self,                                    \
-                                                        struct DDS_TypeAllocationParams_t *params);         \
-    API DDS_Boolean SEQ##_set_element_allocation_params(SEQ *self,                                          \
-                                                        const struct DDS_TypeAllocationParams_t *params);   \
-    API DDS_Boolean SEQ##_set_element_deallocation_params(SEQ *self,                                        \
-                                                          const struct DDS_TypeDeallocationParams_t *params); \
+#define ZEL_SEQUENCE_DECLARE(API, SEQ, T)                                                                            \
+    struct SEQ {                                                                                                     \
+        ZEL_SEQUENCE_FIELDS(T);                                                                                      \
+    };                                                                                                               \
+    typedef struct SEQ SEQ;                                                                                          \
+    API DDS_Boolean SEQ##_initialize(SEQ *self);                                                                     \
+    API DDS_Boolean SEQ##_finalize(SEQ *self);                                                                       \
+    API DDS_Long SEQ##_get_maximum(const SEQ *self);                                                                 \
+    API DDS_Boolean SEQ##_set_maximum(SEQ *self, DDS_Long new_max);                                                  \
+    API DDS_Long SEQ##_get_length(const SEQ *self);                                                                  \
+    API DDS_Boolean SEQ##_set_length(SEQ *self, DDS_Long new_length);                                                \
+    API DDS_Boolean SEQ##_ensure_length(SEQ *self, DDS_Long length, DDS_Long max);                                   \
+    API T SEQ##_get(const SEQ *self, DDS_Long i);                                                                    \
+    API T *SEQ##_get_reference(SEQ *self, DDS_Long i);                                                               \
+    API SEQ *SEQ##_copy(SEQ *self, const SEQ *src);                                                                  \
+    API SEQ *SEQ##_copy_no_alloc(SEQ *self, const SEQ *src);                                                         \
+    API DDS_Boolean SEQ##_from_array(SEQ *self, const T array[], DDS_Long length);                                   \
+    API DDS_Boolean SEQ##_to_array(SEQ *self, T array[], DDS_Long length);                                           \
+    API DDS_Boolean SEQ##_loan_contiguous(SEQ *self, T *buffer, DDS_Long new_length, DDS_Long new_max);              \
+    API DDS_Boolean SEQ##_loan_discontiguous(SEQ *self, T **buffer, DDS_Long new_length, DDS_Long new_max);          \
+    API DDS_Boolean SEQ##_unloan(SEQ *self);                                                                         \
+    API DDS_Boolean SEQ##_has_ownership(const SEQ *self);                                                            \
+    API T *SEQ##_get_contiguous_bufferI(const SEQ *self);                                                            \
+    API T **SEQ##_get_discontiguous_bufferI(const SEQ *self);                                                        \
+    API DDS_Boolean SEQ##_get_read_tokenI(const SEQ *self, void **token1, void **token2);                            \
+    API DDS_Boolean SEQ##_set_read_tokenI(SEQ *self, void *token1, void *token2);                                    \
+    API DDS_Boolean SEQ##_get_element_allocation_params(const SEQ *self, struct DDS_TypeAllocationParams_t *params); \
+    API DDS_Boolean SEQ##_set_element_allocation_params(SEQ *self, const struct DDS_TypeAllocationParams_t *params); \
+    API DDS_Boolean SEQ##_set_element_deallocation_params(SEQ *self,                                                 \
+                                                          const struct DDS_TypeDeallocationParams_t *params);        \
     API DDS_Boolean SEQ##_set_element_pointers_allocation(SEQ *self, DDS_Boolean allocate_pointers)
 
 ZEL_EXTERN_C_END

@@ -18,10 +18,7 @@ struct ZELCdrStream;
 typedef void *PRESTypePluginParticipantData;
 typedef void *PRESTypePluginEndpointData;
 
-typedef enum PRESTypePluginKeyKind {
-    PRES_TYPEPLUGIN_NO_KEY = 0,
-    PRES_TYPEPLUGIN_USER_KEY = 2
-} PRESTypePluginKeyKind;
+typedef enum PRESTypePluginKeyKind { PRES_TYPEPLUGIN_NO_KEY = 0, PRES_TYPEPLUGIN_USER_KEY = 2 } PRESTypePluginKeyKind;
 
 typedef enum PRESTypePluginEndpointKind {
     PRES_TYPEPLUGIN_ENDPOINT_WRITER = 1,
@@ -52,8 +49,7 @@ typedef void (*PRESTypePluginFinalizeSampleFunction)(void *sample);
 typedef void (*PRESTypePluginPrintSampleFunction)(const void *sample, const char *description, unsigned int indent);
 
 typedef DDS_Boolean (*PRESTypePluginSerializeFunction)(PRESTypePluginEndpointData endpointData, const void *sample,
-                                                       struct ZELCdrStream *stream,
-                                                       DDS_Boolean serializeEncapsulation,
+                                                       struct ZELCdrStream *stream, DDS_Boolean serializeEncapsulation,
                                                        DDS_UnsignedShort encapsulationId, DDS_Boolean serializeSample,
                                                        void *endpointPluginQos);
 typedef DDS_Boolean (*PRESTypePluginDeserializeFunction)(PRESTypePluginEndpointData endpointData, void *sample,
@@ -86,8 +82,8 @@ struct ZELCdrTypeDesc;
 
 /* The plug-in record. Keyless types leave the key operations NULL. */
 struct PRESTypePlugin {
-    const char *typeName;                  /* registered name (static text of the type support) */
-    struct DDS_TypeCode *typeCode;         /* NULL when the type has none */
+    const char *typeName;          /* registered name (static text of the type support) */
+    struct DDS_TypeCode *typeCode; /* NULL when the type has none */
     PRESTypePluginGetKeyKindFunction getKeyKindFnc;
 
     PRESTypePluginOnParticipantAttachedFunction onParticipantAttachedFnc;
@@ -95,7 +91,7 @@ struct PRESTypePlugin {
     PRESTypePluginOnEndpointAttachedFunction onEndpointAttachedFnc;
     PRESTypePluginOnEndpointDetachedFunction onEndpointDetachedFnc;
 
-    PRESTypePluginCreateSampleFunction createSampleFnc;   /* a heap sample, initialized */
+    PRESTypePluginCreateSampleFunction createSampleFnc; /* a heap sample, initialized */
     PRESTypePluginDeleteSampleFunction deleteSampleFnc;
     PRESTypePluginCopySampleFunction copySampleFnc;
     PRESTypePluginInitializeSampleFunction initializeSampleFnc;
@@ -131,8 +127,8 @@ VURNCORE_API PRESTypePluginKeyKind PRESTypePluginDefault_getNoKeyKind(void);
  * endpoint data of that participant use. Failures log under the function's
  * own name and return NULL or false. ---- */
 
-VURNCORE_API PRESTypePluginParticipantData PRESTypePluginDefaultParticipantData_new(
-        const struct PRESTypePlugin *plugin);
+VURNCORE_API PRESTypePluginParticipantData
+PRESTypePluginDefaultParticipantData_new(const struct PRESTypePlugin *plugin);
 VURNCORE_API void PRESTypePluginDefaultParticipantData_delete(PRESTypePluginParticipantData participantData);
 /* The participant data's copy of the record. */
 VURNCORE_API const struct PRESTypePlugin *PRESTypePluginDefaultParticipantData_getPlugin(
@@ -158,20 +154,18 @@ VURNCORE_API void PRESTypePluginDefault_onEndpointDetached(PRESTypePluginEndpoin
 
 VURNCORE_API const struct PRESTypePlugin *PRESTypePluginDefaultEndpointData_getPlugin(
         PRESTypePluginEndpointData endpointData);
-VURNCORE_API PRESTypePluginParticipantData PRESTypePluginDefaultEndpointData_getParticipantData(
-        PRESTypePluginEndpointData endpointData);
-VURNCORE_API PRESTypePluginEndpointKind PRESTypePluginDefaultEndpointData_getEndpointKind(
-        PRESTypePluginEndpointData endpointData);
+VURNCORE_API PRESTypePluginParticipantData
+PRESTypePluginDefaultEndpointData_getParticipantData(PRESTypePluginEndpointData endpointData);
+VURNCORE_API PRESTypePluginEndpointKind
+PRESTypePluginDefaultEndpointData_getEndpointKind(PRESTypePluginEndpointData endpointData);
 
 /* Samples straight from the plug-in (createSampleFnc / deleteSampleFnc). */
 VURNCORE_API void *PRESTypePluginDefaultEndpointData_createSample(PRESTypePluginEndpointData endpointData);
-VURNCORE_API void PRESTypePluginDefaultEndpointData_deleteSample(PRESTypePluginEndpointData endpointData,
-                                                                 void *sample);
+VURNCORE_API void PRESTypePluginDefaultEndpointData_deleteSample(PRESTypePluginEndpointData endpointData, void *sample);
 /* A sample from the pool (made through the plug-in when the pool is empty),
  * and back. A returned sample keeps its contents. */
 VURNCORE_API void *PRESTypePluginDefaultEndpointData_getSample(PRESTypePluginEndpointData endpointData);
-VURNCORE_API void PRESTypePluginDefaultEndpointData_returnSample(PRESTypePluginEndpointData endpointData,
-                                                                 void *sample);
+VURNCORE_API void PRESTypePluginDefaultEndpointData_returnSample(PRESTypePluginEndpointData endpointData, void *sample);
 /* A key holder (a sample of the type) from its own pool, and back. */
 VURNCORE_API void *PRESTypePluginDefaultEndpointData_getKey(PRESTypePluginEndpointData endpointData);
 VURNCORE_API void PRESTypePluginDefaultEndpointData_returnKey(PRESTypePluginEndpointData endpointData, void *key);

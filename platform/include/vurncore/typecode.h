@@ -62,10 +62,10 @@ struct DDS_TypeCode;
 
 struct DDS_TypeCode_Member {
     const char *name;
-    DDS_Long id;                           /* the declaration index */
-    DDS_Octet keyFlag;                     /* DDS_TYPECODE_KEY_MEMBER or _NONKEY_REQUIRED_MEMBER */
-    DDS_Short visibility;                  /* DDS_PUBLIC_MEMBER */
-    const struct DDS_TypeCode *type;       /* NULL until the owner's get_typecode fills it */
+    DDS_Long id;                     /* the declaration index */
+    DDS_Octet keyFlag;               /* DDS_TYPECODE_KEY_MEMBER or _NONKEY_REQUIRED_MEMBER */
+    DDS_Short visibility;            /* DDS_PUBLIC_MEMBER */
+    const struct DDS_TypeCode *type; /* NULL until the owner's get_typecode fills it */
 };
 
 struct DDS_TypeCode_Enumerator {
@@ -75,15 +75,15 @@ struct DDS_TypeCode_Enumerator {
 
 struct DDS_TypeCode {
     DDS_TCKind kind;
-    const char *name;                      /* scoped name of structs, enums and aliases; else NULL */
-    DDS_ExtensibilityKind extensibility;   /* structs */
-    DDS_UnsignedLong memberCount;          /* structs */
+    const char *name;                    /* scoped name of structs, enums and aliases; else NULL */
+    DDS_ExtensibilityKind extensibility; /* structs */
+    DDS_UnsignedLong memberCount;        /* structs */
     struct DDS_TypeCode_Member *members;
-    DDS_UnsignedLong length;               /* strings and sequences: the bound (0 unbounded) */
+    DDS_UnsignedLong length;                /* strings and sequences: the bound (0 unbounded) */
     const struct DDS_TypeCode *contentType; /* sequence and array element, aliased type */
-    DDS_UnsignedLong dimensionCount;       /* arrays */
+    DDS_UnsignedLong dimensionCount;        /* arrays */
     const DDS_UnsignedLong *dimensions;
-    DDS_UnsignedLong enumeratorCount;      /* enumerations */
+    DDS_UnsignedLong enumeratorCount; /* enumerations */
     const struct DDS_TypeCode_Enumerator *enumerators;
 };
 typedef struct DDS_TypeCode DDS_TypeCode;

@@ -34,7 +34,9 @@ struct ZELNtpTime {
 };
 #define ZEL_NTP_TIME_SEC_MAX 0x7fffffff
 #define ZEL_NTP_TIME_FRAC_MAX 0xffffffffu
-#define ZEL_NTP_TIME_ZERO {0, 0}
-#define ZEL_NTP_TIME_INFINITE {ZEL_NTP_TIME_SEC_MAX, ZEL_NTP_TIME_FRAC_MAX}
+#define ZEL_NTP_TIME_ZERO \
+    { 0, 0 }
+#define ZEL_NTP_TIME_INFINITE \
+    { ZEL_NTP_TIME_SEC_MAX, ZEL_NTP_TIME_FRAC_MAX }
 
 #endif

@@ -25,7 +25,7 @@ VURNCORE_API struct REDAWorker *REDAWorkerFactory_getWorker(struct REDAWorkerFac
 VURNCORE_API const char *REDAWorker_getName(const struct REDAWorker *worker);
 
 VURNCORE_API struct REDAExclusiveArea *REDAWorkerFactory_createExclusiveArea(struct REDAWorkerFactory *factory,
-                                                                            int level);
+                                                                             int level);
 VURNCORE_API void REDAWorkerFactory_destroyExclusiveArea(struct REDAWorkerFactory *factory,
                                                          struct REDAExclusiveArea *area);
 

@@ -12,7 +12,8 @@ constexpr uint32_t discoveryMaxSamples = 4096;
 
 // Reads the alive entities of a builtin reader; `each` is given every
 // sample in turn and returns false to stop. False when Cyclone refused.
-template <typename Each> bool builtinRead(dds_entity_t reader, Each each) {
+template <typename Each>
+bool builtinRead(dds_entity_t reader, Each each) {
     static thread_local void *samples[discoveryMaxSamples];
     static thread_local dds_sample_info_t infos[discoveryMaxSamples];
     samples[0] = nullptr;
@@ -77,7 +78,8 @@ ZELBoolean ZELCycloneWire_visitDiscoveredI(ZELWireParticipant *handle, ZELWireEn
 // the participant's mutex, so that an arrival and a departure taken by two
 // threads are applied in order. Throws std::bad_alloc.
 static void ZELCycloneParticipant_takeEndpointChangesI(ZELCycloneParticipantI *participant) {
-    for (ZELCycloneBuiltinI kind : {ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES, ZEL_CYCLONE_BUILTIN_SUBSCRIPTION_CHANGES}) {
+    for (ZELCycloneBuiltinI kind :
+         {ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES, ZEL_CYCLONE_BUILTIN_SUBSCRIPTION_CHANGES}) {
         const dds_entity_t reader = participant->builtin[kind];
         dds_return_t n = 0;
         do {
@@ -146,8 +148,8 @@ ZELBoolean ZELCycloneWire_getInconsistentTopicsI(ZELWireParticipant *handle, con
                 }
                 bool known = false;
                 for (const ZELCycloneInconsistentI &found : local.found) {
-                    known = known || std::memcmp(found.remotePrefix, endpoint.participantPrefix,
-                                                 sizeof found.remotePrefix) == 0;
+                    known = known ||
+                            std::memcmp(found.remotePrefix, endpoint.participantPrefix, sizeof found.remotePrefix) == 0;
                 }
                 if (!known) {
                     local.found.push_back({{endpoint.participantPrefix[0], endpoint.participantPrefix[1],

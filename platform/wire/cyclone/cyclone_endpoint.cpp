@@ -24,27 +24,25 @@ ZELWireMatchInfo matchInfo(const ZELCycloneRemoteI &remote) {
     return info;
 }
 
-bool sameGuid(const ZELWireGuid &a, const ZELWireGuid &b) {
-    return std::equal(a.value, a.value + 4, b.value);
-}
+bool sameGuid(const ZELWireGuid &a, const ZELWireGuid &b) { return std::equal(a.value, a.value + 4, b.value); }
 
 void countDelivery(ZELWireCounters *counters, uint32_t size, ZELWireDeliveryResult result) {
     ++counters->sampleCount;
     counters->sampleBytes += size;
     switch (result) {
-        case ZEL_WIRE_DELIVERY_DUPLICATE:
-            ++counters->duplicateSampleCount;
-            counters->duplicateSampleBytes += size;
-            break;
-        case ZEL_WIRE_DELIVERY_FILTERED:
-            ++counters->filteredSampleCount;
-            counters->filteredSampleBytes += size;
-            break;
-        case ZEL_WIRE_DELIVERY_REJECTED:
-            ++counters->rejectedSampleCount;
-            break;
-        case ZEL_WIRE_DELIVERY_ACCEPTED:
-            break;
+    case ZEL_WIRE_DELIVERY_DUPLICATE:
+        ++counters->duplicateSampleCount;
+        counters->duplicateSampleBytes += size;
+        break;
+    case ZEL_WIRE_DELIVERY_FILTERED:
+        ++counters->filteredSampleCount;
+        counters->filteredSampleBytes += size;
+        break;
+    case ZEL_WIRE_DELIVERY_REJECTED:
+        ++counters->rejectedSampleCount;
+        break;
+    case ZEL_WIRE_DELIVERY_ACCEPTED:
+        break;
     }
 }
 
@@ -197,10 +195,10 @@ bool topicAcquire(ZELCycloneEndpointI *endpoint, const ZELWireEndpointParams *pa
         }
         ddsi_sertype *sertype = ZELCycloneSertype_newI(params->typeName, endpoint->keyed);
         // Cyclone owns the sertype from here on, or gives back its equal.
-        const dds_entity_t topic =
-                sertype == nullptr ? 0
-                                   : dds_create_topic_sertype(participant->participant, params->topicName, &sertype,
-                                                              nullptr, nullptr, nullptr);
+        const dds_entity_t topic = sertype == nullptr
+                                           ? 0
+                                           : dds_create_topic_sertype(participant->participant, params->topicName,
+                                                                      &sertype, nullptr, nullptr, nullptr);
         if (topic <= 0) {
             participant->cycloneTopics.erase(shared);
             ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s,
@@ -386,9 +384,8 @@ void ZELCycloneEndpoint_syncMatchesI(ZELCycloneEndpointI *endpoint) {
         handles.resize(16);
         for (;;) {
             const dds_return_t n =
-                    endpoint->isWriter
-                            ? dds_get_matched_subscriptions(endpoint->entity, handles.data(), handles.size())
-                            : dds_get_matched_publications(endpoint->entity, handles.data(), handles.size());
+                    endpoint->isWriter ? dds_get_matched_subscriptions(endpoint->entity, handles.data(), handles.size())
+                                       : dds_get_matched_publications(endpoint->entity, handles.data(), handles.size());
             if (n < 0) {
                 return;  // the entity is going away
             }
@@ -400,11 +397,10 @@ void ZELCycloneEndpoint_syncMatchesI(ZELCycloneEndpointI *endpoint) {
         }
         {
             std::lock_guard<std::mutex> guard(endpoint->mutex);
-            auto gone = std::stable_partition(endpoint->matches.begin(), endpoint->matches.end(),
-                                              [&](const ZELCycloneRemoteI &match) {
-                                                  return std::find(handles.begin(), handles.end(), match.handle) !=
-                                                         handles.end();
-                                              });
+            auto gone = std::stable_partition(
+                    endpoint->matches.begin(), endpoint->matches.end(), [&](const ZELCycloneRemoteI &match) {
+                        return std::find(handles.begin(), handles.end(), match.handle) != handles.end();
+                    });
             lost.assign(gone, endpoint->matches.end());
             endpoint->matches.erase(gone, endpoint->matches.end());
             handles.erase(std::remove_if(handles.begin(), handles.end(),

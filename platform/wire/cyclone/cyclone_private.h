@@ -92,9 +92,14 @@ struct ZELCycloneRemoteEndpointI {
 // The builtin readers: discovery reads the first three; the last two are
 // only ever taken from, so that each endpoint's arrival and departure is
 // seen once (a status read then costs what changed, not the domain).
-enum ZELCycloneBuiltinI { ZEL_CYCLONE_BUILTIN_PARTICIPANT, ZEL_CYCLONE_BUILTIN_PUBLICATION,
-                          ZEL_CYCLONE_BUILTIN_SUBSCRIPTION, ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES,
-                          ZEL_CYCLONE_BUILTIN_SUBSCRIPTION_CHANGES, ZEL_CYCLONE_BUILTIN_COUNT };
+enum ZELCycloneBuiltinI {
+    ZEL_CYCLONE_BUILTIN_PARTICIPANT,
+    ZEL_CYCLONE_BUILTIN_PUBLICATION,
+    ZEL_CYCLONE_BUILTIN_SUBSCRIPTION,
+    ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES,
+    ZEL_CYCLONE_BUILTIN_SUBSCRIPTION_CHANGES,
+    ZEL_CYCLONE_BUILTIN_COUNT
+};
 
 // A Cyclone topic entity, shared by a participant's endpoints of one topic
 // name and type: Cyclone counts its entities per process (some 16,000 in
@@ -148,12 +153,12 @@ struct ZELCycloneEndpointI {
     // A writer's Cyclone statistics, read for its repair octets; its own
     // lock, which no callback takes, because a refresh takes Cyclone's.
     std::mutex statisticsMutex;
-    struct dds_statistics *statistics;      // [statisticsMutex] NULL for a reader
-    std::recursive_mutex callbackMutex;     // held by every callback and by the deletion
-    std::mutex mutex;                       // the fields below
-    bool deleting;                          // [mutex]
-    std::vector<ZELCycloneRemoteI> matches; // [mutex]
-    ZELWireCounters counters;               // [mutex]
+    struct dds_statistics *statistics;       // [statisticsMutex] NULL for a reader
+    std::recursive_mutex callbackMutex;      // held by every callback and by the deletion
+    std::mutex mutex;                        // the fields below
+    bool deleting;                           // [mutex]
+    std::vector<ZELCycloneRemoteI> matches;  // [mutex]
+    ZELWireCounters counters;                // [mutex]
 };
 
 // ---- identity (cyclone_identity.cpp) ----
@@ -161,8 +166,7 @@ struct ZELCycloneEndpointI {
 void ZELCycloneGuid_toUserDataI(const ZELWireGuid *guid, bool vendorSpecific,
                                 uint8_t octets[ZEL_CYCLONE_USER_DATA_SIZE]);
 // The vurnc GUID that `qos` carries in its USER_DATA, else `cycloneGuid`'s.
-void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELWireGuid *guid,
-                             bool *vendorSpecific);
+void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELWireGuid *guid, bool *vendorSpecific);
 // The matching QoS, ownership strength and lifespan of a discovered endpoint.
 void ZELCycloneRemote_fromQosI(const dds_qos_t *qos, ZELCycloneRemoteI *remote);
 // The Cyclone QoS of a local endpoint; NULL (logged) when out of heap.

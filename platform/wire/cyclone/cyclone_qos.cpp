@@ -38,8 +38,7 @@ void ZELCycloneGuid_toUserDataI(const ZELWireGuid *guid, bool vendorSpecific,
     octets[20] = vendorSpecific ? ZEL_CYCLONE_USER_DATA_VENDOR_SPECIFIC : 0u;
 }
 
-void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELWireGuid *guid,
-                             bool *vendorSpecific) {
+void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELWireGuid *guid, bool *vendorSpecific) {
     void *value = nullptr;
     size_t size = 0;
     const uint8_t *octets = static_cast<const uint8_t *>(cycloneGuid);

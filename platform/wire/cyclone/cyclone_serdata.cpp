@@ -60,8 +60,7 @@ bool serdataEqkey(const ddsi_serdata *a, const ddsi_serdata *b) {
 
 uint32_t serdataGetSize(const ddsi_serdata *d) { return reinterpret_cast<const Serdata *>(d)->size; }
 
-ddsi_serdata *serdataFromSer(const ddsi_sertype *type, ddsi_serdata_kind kind, const nn_rdata *fragchain,
-                             size_t size) {
+ddsi_serdata *serdataFromSer(const ddsi_sertype *type, ddsi_serdata_kind kind, const nn_rdata *fragchain, size_t size) {
     Serdata *d = serdataNew(type, kind, static_cast<uint32_t>(size));
     if (d == nullptr) {
         return nullptr;
@@ -74,8 +73,8 @@ ddsi_serdata *serdataFromSer(const ddsi_sertype *type, ddsi_serdata_kind kind, c
     for (const nn_rdata *frag = fragchain; frag != nullptr && off < size; frag = frag->nextfrag) {
         if (frag->maxp1 > off) {
             const uint32_t end = frag->maxp1 < size ? frag->maxp1 : static_cast<uint32_t>(size);
-            std::memcpy(d->data + off,
-                        NN_RMSG_PAYLOADOFF(frag->rmsg, NN_RDATA_PAYLOAD_OFF(frag)) + (off - frag->min), end - off);
+            std::memcpy(d->data + off, NN_RMSG_PAYLOADOFF(frag->rmsg, NN_RDATA_PAYLOAD_OFF(frag)) + (off - frag->min),
+                        end - off);
             off = end;
         }
     }

@@ -174,9 +174,9 @@ ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *base, int32_t dom
         created = participant->builtin[i] > 0;
     }
     if (!created) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s,
-                                  participant->participant < 0 ? dds_strretcode(participant->participant)
-                                                               : "builtin reader");
+        ZELLog_printContextAndMsg(
+                context, &ZEL_LOG_CREATION_FAILURE_s,
+                participant->participant < 0 ? dds_strretcode(participant->participant) : "builtin reader");
         participant->participant = participant->participant < 0 ? 0 : participant->participant;
         std::lock_guard<std::mutex> guard(wire->mutex);
         --wire->participantCount;

@@ -28,8 +28,8 @@ ZELBoolean ZELLoopbackWire_visitDiscoveredI(ZELWireParticipant *handle, ZELWireE
             if (other == self || other->domainId != self->domainId) {
                 continue;
             }
-            entity.guid = ZELWireGuid{{other->guidPrefix[0], other->guidPrefix[1], other->guidPrefix[2],
-                                       ZEL_WIRE_ENTITY_ID_PARTICIPANT}};
+            entity.guid = ZELWireGuid{
+                    {other->guidPrefix[0], other->guidPrefix[1], other->guidPrefix[2], ZEL_WIRE_ENTITY_ID_PARTICIPANT}};
             if (!visit(context, &entity)) {
                 return ZEL_FALSE;
             }
@@ -38,8 +38,7 @@ ZELBoolean ZELLoopbackWire_visitDiscoveredI(ZELWireParticipant *handle, ZELWireE
     }
     const bool writers = kind == ZEL_WIRE_ENTITY_WRITER;
     for (const ZELLoopbackEndpointI *endpoint = wire->endpoints; endpoint != nullptr; endpoint = endpoint->next) {
-        if (endpoint->isWriter != writers || endpoint->deleting ||
-            endpoint->participant->domainId != self->domainId) {
+        if (endpoint->isWriter != writers || endpoint->deleting || endpoint->participant->domainId != self->domainId) {
             continue;
         }
         entity.guid = endpoint->guid;
@@ -73,8 +72,8 @@ static bool ZELLoopbackLocalTopic_remembersI(const ZELLoopbackLocalTopicI *topic
 // The record of the participant's topic `guid` named `name`, or NULL. A
 // record of that name with another GUID was a deleted topic's: the new
 // topic takes it over, forgetting what it found [wire mutex held].
-static ZELLoopbackLocalTopicI *ZELLoopbackParticipant_findTopicI(ZELLoopbackParticipantI *self,
-                                                                 const ZELWireGuid *guid, const char *name) {
+static ZELLoopbackLocalTopicI *ZELLoopbackParticipant_findTopicI(ZELLoopbackParticipantI *self, const ZELWireGuid *guid,
+                                                                 const char *name) {
     for (ZELLoopbackLocalTopicI *topic = self->topics; topic != nullptr; topic = topic->next) {
         if (std::strcmp(topic->name, name) == 0) {
             if (!ZELWireGuid_equalsI(&topic->guid, guid)) {
@@ -89,8 +88,8 @@ static ZELLoopbackLocalTopicI *ZELLoopbackParticipant_findTopicI(ZELLoopbackPart
 
 // A record for the participant's topic, linked; NULL when out of heap
 // [wire mutex held].
-static ZELLoopbackLocalTopicI *ZELLoopbackParticipant_addTopicI(ZELLoopbackParticipantI *self,
-                                                                const ZELWireGuid *guid, const char *name) {
+static ZELLoopbackLocalTopicI *ZELLoopbackParticipant_addTopicI(ZELLoopbackParticipantI *self, const ZELWireGuid *guid,
+                                                                const char *name) {
     const char *const context = "ZELLoopbackParticipant_addTopicI";
     auto *topic = static_cast<ZELLoopbackLocalTopicI *>(
             ZELOsapiHeap_allocateStructure(sizeof(ZELLoopbackLocalTopicI), "WLBT"));
@@ -151,9 +150,8 @@ static bool ZELLoopbackParticipant_findInconsistentTopicsI(ZELLoopbackParticipan
 }
 
 ZELBoolean ZELLoopbackWire_getInconsistentTopicsI(ZELWireParticipant *handle, const ZELWireGuid *guid,
-                                                  const char *topicName, const char *typeName,
-                                                  ZELBoolean acknowledge, uint32_t *total,
-                                                  uint32_t *unacknowledged) {
+                                                  const char *topicName, const char *typeName, ZELBoolean acknowledge,
+                                                  uint32_t *total, uint32_t *unacknowledged) {
     auto *self = reinterpret_cast<ZELLoopbackParticipantI *>(handle);
     std::lock_guard<std::mutex> guard(self->wire->mutex);
     ZELLoopbackLocalTopicI *topic = nullptr;

@@ -74,8 +74,7 @@ static ZELLoopbackEndpointI *ZELLoopbackEndpoint_createI(ZELWireParticipant *han
                                                          const char *context) {
     const bool isWriter = writerListener != nullptr;
     auto *participant = reinterpret_cast<ZELLoopbackParticipantI *>(handle);
-    if (participant == nullptr || params == nullptr || params->topicName == nullptr ||
-        params->typeName == nullptr) {
+    if (participant == nullptr || params == nullptr || params->topicName == nullptr || params->typeName == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, "endpoint parameters");
         return nullptr;
     }
@@ -100,9 +99,8 @@ static ZELLoopbackEndpointI *ZELLoopbackEndpoint_createI(ZELWireParticipant *han
     }
     endpoint->topicName = DDS_String_dup(params->topicName);
     endpoint->typeName = endpoint->topicName == nullptr ? nullptr : DDS_String_dup(params->typeName);
-    endpoint->wakeup = endpoint->typeName == nullptr
-                               ? nullptr
-                               : ZELOsapiSemaphore_new(ZEL_OSAPI_SEMAPHORE_KIND_BINARY, nullptr);
+    endpoint->wakeup =
+            endpoint->typeName == nullptr ? nullptr : ZELOsapiSemaphore_new(ZEL_OSAPI_SEMAPHORE_KIND_BINARY, nullptr);
     if (endpoint->wakeup == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "endpoint");
         ZELLoopbackEndpoint_freeI(endpoint);

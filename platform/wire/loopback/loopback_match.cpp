@@ -107,8 +107,8 @@ bool ZELLoopbackMatch_createAllI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *e
         if (!ZELLoopbackEndpoint_pairsWithI(endpoint, other)) {
             continue;
         }
-        auto *match = static_cast<ZELLoopbackMatchI *>(
-                ZELOsapiHeap_allocateStructure(sizeof(ZELLoopbackMatchI), "WLBM"));
+        auto *match =
+                static_cast<ZELLoopbackMatchI *>(ZELOsapiHeap_allocateStructure(sizeof(ZELLoopbackMatchI), "WLBM"));
         if (match == nullptr) {
             ZELLog_printContextAndMsg("ZELLoopbackMatch_createAllI", &ZEL_OSAPI_MEMORY_LOG_OUT_OF_HEAP_STRUCT_d,
                                       static_cast<int>(sizeof(ZELLoopbackMatchI)));

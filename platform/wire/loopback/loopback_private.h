@@ -16,8 +16,8 @@ struct ZELOsapiSemaphore;
 struct ZELLoopbackEndpointI;
 
 enum ZELLoopbackMatchStateI {
-    ZEL_LOOPBACK_MATCH_ANNOUNCING, // matched callbacks not yet made: no deliveries
-    ZEL_LOOPBACK_MATCH_REPLAYING,  // the writer replays its history: no live deliveries
+    ZEL_LOOPBACK_MATCH_ANNOUNCING,  // matched callbacks not yet made: no deliveries
+    ZEL_LOOPBACK_MATCH_REPLAYING,   // the writer replays its history: no live deliveries
     ZEL_LOOPBACK_MATCH_ACTIVE,
     ZEL_LOOPBACK_MATCH_UNMATCHING  // an endpoint is being deleted: no deliveries
 };
@@ -30,19 +30,19 @@ struct ZELLoopbackMatchI {
     ZELLoopbackMatchI *writerPrev, *writerNext;  // in the writer's list [wire mutex]
     ZELLoopbackMatchI *readerPrev, *readerNext;  // in the reader's list [wire mutex]
     uint32_t policyId;
-    ZELLoopbackMatchStateI state;        // [wire mutex]
-    ZELLoopbackEndpointI *announcer;     // the endpoint whose creation made it
-    ZELLoopbackEndpointI *unmatcher;     // the endpoint whose deletion ends it [wire mutex]
-    int busy;                            // threads using it outside the mutex [wire mutex]
-    ZELWireCounters counters;            // [wire mutex]
+    ZELLoopbackMatchStateI state;     // [wire mutex]
+    ZELLoopbackEndpointI *announcer;  // the endpoint whose creation made it
+    ZELLoopbackEndpointI *unmatcher;  // the endpoint whose deletion ends it [wire mutex]
+    int busy;                         // threads using it outside the mutex [wire mutex]
+    ZELWireCounters counters;         // [wire mutex]
 };
 
 struct ZELLoopbackParticipantI;
 
 struct ZELLoopbackWireI {
-    ZELWire base;                           // first: the table
+    ZELWire base;  // first: the table
     std::mutex mutex;
-    ZELLoopbackEndpointI *endpoints;        // every writer and reader [mutex]
+    ZELLoopbackEndpointI *endpoints;  // every writer and reader [mutex]
     // The first endpoint of each topic name, so that matching and topic
     // statuses visit the endpoints of one topic only [mutex].
     std::unordered_map<std::string, ZELLoopbackEndpointI *> byTopic;
@@ -61,8 +61,8 @@ struct ZELLoopbackInconsistentTopicI {
 // A participant has one topic per name: a record of the name with another
 // GUID belongs to a deleted topic, and the new one takes it over.
 struct ZELLoopbackLocalTopicI {
-    ZELLoopbackLocalTopicI *next;             // in the participant's list [wire mutex]
-    ZELWireGuid guid;                         // [wire mutex]
+    ZELLoopbackLocalTopicI *next;  // in the participant's list [wire mutex]
+    ZELWireGuid guid;              // [wire mutex]
     char *name;
     ZELLoopbackInconsistentTopicI *inconsistent;  // [wire mutex]
 };
@@ -72,14 +72,14 @@ struct ZELLoopbackParticipantI {
     ZELLoopbackParticipantI *prev, *next;  // in the wire's list [wire mutex]
     int32_t domainId;
     uint32_t guidPrefix[3];
-    long endpointCount;                    // [wire mutex]
-    ZELLoopbackLocalTopicI *topics;        // those with inconsistent topics [wire mutex]
+    long endpointCount;              // [wire mutex]
+    ZELLoopbackLocalTopicI *topics;  // those with inconsistent topics [wire mutex]
 };
 
 struct ZELLoopbackEndpointI {
     bool isWriter;
     ZELLoopbackParticipantI *participant;
-    ZELLoopbackEndpointI *prev, *next;  // in the wire's list [wire mutex]
+    ZELLoopbackEndpointI *prev, *next;            // in the wire's list [wire mutex]
     ZELLoopbackEndpointI *topicPrev, *topicNext;  // of the same topic name [wire mutex]
     ZELWireGuid guid;
     char *topicName;
@@ -89,12 +89,12 @@ struct ZELLoopbackEndpointI {
     ZELWireEndpointQos qos;
     ZELWireWriterListener writerListener;  // the one of its kind is set
     ZELWireReaderListener readerListener;
-    ZELNetioLocator locator;               // a reader's
-    ZELLoopbackMatchI *matches;            // [wire mutex]
-    bool deleting;                         // no new matches, no deliveries [wire mutex]
-    bool waiting;                          // its deletion waits on `wakeup` [wire mutex]
+    ZELNetioLocator locator;     // a reader's
+    ZELLoopbackMatchI *matches;  // [wire mutex]
+    bool deleting;               // no new matches, no deliveries [wire mutex]
+    bool waiting;                // its deletion waits on `wakeup` [wire mutex]
     ZELOsapiSemaphore *wakeup;
-    ZELWireCounters counters;              // [wire mutex]
+    ZELWireCounters counters;  // [wire mutex]
 };
 
 // ---- the topic index (loopback_endpoint.cpp) ----
@@ -142,9 +142,8 @@ ZELBoolean ZELLoopbackWire_getReaderMatchCountersI(ZELWireReader *reader, const 
 ZELBoolean ZELLoopbackWire_visitDiscoveredI(ZELWireParticipant *participant, ZELWireEntityKind kind,
                                             ZELWireDiscoveryVisitor visit, void *context);
 ZELBoolean ZELLoopbackWire_getInconsistentTopicsI(ZELWireParticipant *participant, const ZELWireGuid *topic,
-                                                  const char *topicName, const char *typeName,
-                                                  ZELBoolean acknowledge, uint32_t *total,
-                                                  uint32_t *unacknowledged);
+                                                  const char *topicName, const char *typeName, ZELBoolean acknowledge,
+                                                  uint32_t *total, uint32_t *unacknowledged);
 // Frees what a participant remembers of inconsistent topics (the
 // participant being unlinked).
 void ZELLoopbackParticipant_forgetTopicsI(ZELLoopbackParticipantI *participant);

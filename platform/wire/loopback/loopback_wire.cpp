@@ -11,8 +11,7 @@ const ZELWireOps ZELLoopbackWire_ops = {
         // reader's decision; nothing is ever repaired, so pulled octets are
         // a true 0.
         ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS | ZEL_WIRE_SUPPLIES_READER_OUTCOMES | ZEL_WIRE_SUPPLIES_WRITER_OUTCOMES |
-                ZEL_WIRE_SUPPLIES_SEQUENCE_NUMBERS | ZEL_WIRE_SUPPLIES_PULLED_BYTES |
-                ZEL_WIRE_SUPPLIES_MATCH_LOCATORS,
+                ZEL_WIRE_SUPPLIES_SEQUENCE_NUMBERS | ZEL_WIRE_SUPPLIES_PULLED_BYTES | ZEL_WIRE_SUPPLIES_MATCH_LOCATORS,
         ZELLoopbackWire_createI,
         ZELLoopbackWire_destroyI,
         ZELLoopbackWire_createParticipantI,
@@ -60,8 +59,7 @@ ZELBoolean ZELLoopbackWire_destroyI(ZELWire *base) {
     return ZEL_TRUE;
 }
 
-ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t domainId,
-                                                       const uint32_t guidPrefix[3]) {
+ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t domainId, const uint32_t guidPrefix[3]) {
     ZELLoopbackWireI *wire = reinterpret_cast<ZELLoopbackWireI *>(base);
     auto *participant = static_cast<ZELLoopbackParticipantI *>(
             ZELOsapiHeap_allocateStructure(sizeof(ZELLoopbackParticipantI), "WLBP"));

@@ -18,8 +18,8 @@ uint32_t ZELOsapiHost_getIpv4AddressI() {
     }
     uint32_t address = 0;
     for (const struct ifaddrs *entry = interfaces; entry != nullptr; entry = entry->ifa_next) {
-        if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET ||
-            (entry->ifa_flags & IFF_UP) == 0 || (entry->ifa_flags & IFF_LOOPBACK) != 0) {
+        if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET || (entry->ifa_flags & IFF_UP) == 0 ||
+            (entry->ifa_flags & IFF_LOOPBACK) != 0) {
             continue;
         }
         const auto *inet = reinterpret_cast<const struct sockaddr_in *>(entry->ifa_addr);

@@ -53,8 +53,7 @@ struct ZELOsapiLibrary *ZELOsapiLibrary_open(const char *name, char *error, size
         ZELOsapiLibrary_setErrorI(error, errorSize, "no library name");
         return nullptr;
     }
-    auto *library = static_cast<ZELOsapiLibrary *>(
-            ZELOsapiHeap_allocateStructure(sizeof(ZELOsapiLibrary), "OLIB"));
+    auto *library = static_cast<ZELOsapiLibrary *>(ZELOsapiHeap_allocateStructure(sizeof(ZELOsapiLibrary), "OLIB"));
     if (library == nullptr) {
         ZELOsapiLibrary_setErrorI(error, errorSize, "out of heap");
         return nullptr;

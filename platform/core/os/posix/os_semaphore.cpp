@@ -26,8 +26,8 @@ struct ZELOsapiSemaphore *ZELOsapiSemaphore_new(enum ZELOsapiSemaphoreKind kind,
     if (kind != ZEL_OSAPI_SEMAPHORE_KIND_BINARY && kind != ZEL_OSAPI_SEMAPHORE_KIND_MUTEX) {
         return nullptr;
     }
-    auto *semaphore = static_cast<ZELOsapiSemaphore *>(
-            ZELOsapiHeap_allocateStructure(sizeof(ZELOsapiSemaphore), "OSEM"));
+    auto *semaphore =
+            static_cast<ZELOsapiSemaphore *>(ZELOsapiHeap_allocateStructure(sizeof(ZELOsapiSemaphore), "OSEM"));
     if (semaphore == nullptr) {
         return nullptr;
     }
@@ -86,7 +86,7 @@ enum ZELOsapiSemaphoreStatus ZELOsapiSemaphore_take(struct ZELOsapiSemaphore *se
         if (result == ETIMEDOUT) {
             // The semaphore may have been given just as the wait expired.
             status = ZELOsapiSemaphoreState_tryTakeI(&semaphore->state, self) ? ZEL_OSAPI_SEMAPHORE_STATUS_OK
-                                                                       : ZEL_OSAPI_SEMAPHORE_STATUS_TIMEOUT;
+                                                                              : ZEL_OSAPI_SEMAPHORE_STATUS_TIMEOUT;
             break;
         }
         if (result != 0) {

@@ -86,9 +86,10 @@ struct ZELOsapiThread *ZELOsapiThread_new(const char *name, const struct ZELOsap
     }
     // The same floor as elsewhere: a small stack is raised, never refused.
     constexpr unsigned floor = 1024 * 1024;
-    const unsigned stackSize = settings->stackSize == 0                            ? 0
-                               : static_cast<unsigned>(settings->stackSize) < floor ? floor
-                                                                                    : static_cast<unsigned>(settings->stackSize);
+    const unsigned stackSize = settings->stackSize == 0 ? 0
+                               : static_cast<unsigned>(settings->stackSize) < floor
+                                       ? floor
+                                       : static_cast<unsigned>(settings->stackSize);
     // Started suspended so that its priority is set before it runs.
     unsigned id = 0;
     const uintptr_t handle = _beginthreadex(nullptr, stackSize, &ZELOsapiThread_startI, thread,

@@ -53,8 +53,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
 extern "C" {
 
 struct ZELOsapiThreadLocal *ZELOsapiThreadLocal_new(void (*destructor)(void *value)) {
-    auto *local = static_cast<ZELOsapiThreadLocal *>(
-            ZELOsapiHeap_allocateStructure(sizeof(ZELOsapiThreadLocal), "OTLS"));
+    auto *local =
+            static_cast<ZELOsapiThreadLocal *>(ZELOsapiHeap_allocateStructure(sizeof(ZELOsapiThreadLocal), "OTLS"));
     if (local == nullptr) {
         return nullptr;
     }
