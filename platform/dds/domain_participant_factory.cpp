@@ -371,15 +371,19 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipantFactory_create_participant
     participant->entity.key.value[1] = static_cast<DDS_Long>(ZELOsapiProcess_getId());
     participant->entity.key.value[2] = static_cast<DDS_Long>(g_participantCounter.fetch_add(1) + 1);
     participant->entity.key.value[3] = static_cast<DDS_Long>((1u << 8) | DDS_ENTITY_KIND_OCTET_PARTICIPANT);
-    const uint32_t guidPrefix[3] = {static_cast<uint32_t>(participant->entity.key.value[0]),
-                                    static_cast<uint32_t>(participant->entity.key.value[1]),
-                                    static_cast<uint32_t>(participant->entity.key.value[2])};
+    uint32_t guidPrefix[3] = {static_cast<uint32_t>(participant->entity.key.value[0]),
+                              static_cast<uint32_t>(participant->entity.key.value[1]),
+                              static_cast<uint32_t>(participant->entity.key.value[2])};
     participant->wireParticipant = wire->ops->createParticipant(wire, domainId, guidPrefix);
     if (participant->wireParticipant == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "wire participant");
         DDS_DomainParticipant_freeI(participant);
         --self->participantsCreating;
         return nullptr;
+    }
+    // The prefix the wire uses on the network, which its children's keys share.
+    for (int word = 0; word < 3; ++word) {
+        participant->entity.key.value[word] = static_cast<DDS_Long>(guidPrefix[word]);
     }
     bool listed = false;
     {

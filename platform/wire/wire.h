@@ -227,8 +227,11 @@ struct ZELWireOps {
     // Refused while participants remain.
     ZELBoolean (*destroy)(struct ZELWire *wire);
 
-    struct ZELWireParticipant *(*createParticipant)(struct ZELWire *wire, int32_t domainId,
-                                                    const uint32_t guidPrefix[3]);
+    // `guidPrefix` proposes the participant's GUID prefix. A wire whose
+    // network stack picks its own (an RTPS stack does) writes that one back,
+    // and the DDS layer adopts it: a key then names the same entity on every
+    // host that sees it.
+    struct ZELWireParticipant *(*createParticipant)(struct ZELWire *wire, int32_t domainId, uint32_t guidPrefix[3]);
     // Refused while endpoints remain.
     ZELBoolean (*deleteParticipant)(struct ZELWireParticipant *participant);
 

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "log_capture.h"
+#include "plain_cyclone.h"
 #include "rtps_peer.h"
 
 namespace {
@@ -137,6 +138,20 @@ TEST_F(RtpsProcessTest, AKilledPeerIsUnmatchedOnceItsLeaseEnds) {
     ASSERT_TRUE(waitFor([&] { return matchedCount(reader) == 1; }, 20s));
     peer.kill9();
     EXPECT_TRUE(waitFor([&] { return matchedCount(reader) == 0; }, 30s));
+}
+
+// A plain Cyclone application in the same domain discovers the participant
+// under the key the participant reports: its GUID on the network.
+TEST_F(RtpsProcessTest, AParticipantsKeyIsItsGuidOnTheNetwork) {
+    Application app(testDomain());
+    ASSERT_TRUE(app.ready());
+    DDS_BuiltinTopicKey_t key{};
+    ASSERT_EQ(DDS_DomainParticipant_get_builtin_topic_key(app.participant, &key), DDS_RETCODE_OK);
+    uint8_t guid[16];
+    for (int octet = 0; octet < 16; ++octet) {
+        guid[octet] = static_cast<uint8_t>(static_cast<uint32_t>(key.value[octet / 4]) >> (24 - 8 * (octet % 4)));
+    }
+    EXPECT_TRUE(rtpstest::plainCycloneDiscoversParticipant(testDomain(), guid, 20s));
 }
 
 // Monitoring data read in another process: the peer's writer description

@@ -49,7 +49,7 @@ TEST_F(LoopbackConcurrencyTest, MatchesStayBalancedAndWalksSeeWholeEntitiesWhile
             // Every eighth endpoint comes with a participant of its own
             // and a type of its own, which the local topic finds
             // inconsistent.
-            const uint32_t prefix[3] = {0x0a000001u, 0x1234u, 100u + entity};
+            uint32_t prefix[3] = {0x0a000001u, 0x1234u, 100u + entity};
             const bool own = i % 8 == 0;
             ZELWireParticipant *p = own ? ops_->createParticipant(wire_, 0, prefix) : local;
             ASSERT_NE(p, nullptr);

@@ -106,7 +106,7 @@ void WireTest::TearDown() {
 }
 
 ZELWireParticipant *WireTest::participant(int32_t domainId) {
-    const uint32_t prefix[3] = {0x0a000001u, 0x1234u, static_cast<uint32_t>(participants_.size() + 1)};
+    uint32_t prefix[3] = {0x0a000001u, 0x1234u, static_cast<uint32_t>(participants_.size() + 1)};
     // A wire between processes: domains of this process's own, so that
     // tests running beside it are not seen.
     if (std::strcmp(wireName(), "loopback") != 0) {

@@ -3,13 +3,16 @@
 // reader of its own topic entity; samples travel as the type plug-in's
 // serialized octets in a sertype of our own.
 //
-// Identity. Cyclone picks its own GUIDs and cannot be told one, so every
-// Cyclone entity carries the vurnc GUID of its entity in its USER_DATA
-// (ZEL_CYCLONE_USER_DATA_SIZE octets: a magic word, the four GUID words
-// most significant octet first, a flags octet with the vendor-specific
-// bit). Every process reads it from discovery, so a key means the same
-// entity on every host. An entity without it (a plain Cyclone
-// application) is known by its Cyclone GUID.
+// Identity. Cyclone picks its own GUIDs and cannot be told one. A
+// participant takes Cyclone's GUID prefix, so its key is its GUID on the
+// network. A writer or reader has its key from its creation on, before it
+// is enabled and before Cyclone has an entity for it, so it keeps its own
+// entity id under that prefix, and its Cyclone entity carries the key in
+// its USER_DATA (ZEL_CYCLONE_USER_DATA_SIZE octets: a magic word, the four
+// GUID words most significant octet first, a flags octet with the
+// vendor-specific bit). Every process reads it from discovery, so a key
+// means the same entity on every host. An entity without it (a participant,
+// a plain Cyclone application) is known by its Cyclone GUID.
 //
 // Threads. Cyclone calls listeners on its own threads. Every callback of an
 // endpoint runs under that endpoint's `callbackMutex`, which also
@@ -113,7 +116,6 @@ struct ZELCycloneTopicI {
 struct ZELCycloneParticipantI {
     ZELCycloneWireI *wire;
     int32_t domainId;
-    uint32_t guidPrefix[3];
     dds_entity_t participant;
     dds_entity_t builtin[ZEL_CYCLONE_BUILTIN_COUNT];
     std::mutex mutex;
@@ -166,6 +168,12 @@ struct ZELCycloneEndpointI {
 void ZELCycloneGuid_toUserDataI(const ZELWireGuid *guid, bool vendorSpecific,
                                 uint8_t octets[ZEL_CYCLONE_USER_DATA_SIZE]);
 // The vurnc GUID that `qos` carries in its USER_DATA, else `cycloneGuid`'s.
+// Word `word` of a GUID in network order: its octets most significant first.
+inline uint32_t ZELCycloneGuid_wordI(const uint8_t *octets, int word) {
+    return (uint32_t{octets[word * 4]} << 24) | (uint32_t{octets[word * 4 + 1]} << 16) |
+           (uint32_t{octets[word * 4 + 2]} << 8) | uint32_t{octets[word * 4 + 3]};
+}
+
 void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELWireGuid *guid, bool *vendorSpecific);
 // The matching QoS, ownership strength and lifespan of a discovered endpoint.
 void ZELCycloneRemote_fromQosI(const dds_qos_t *qos, ZELCycloneRemoteI *remote);
@@ -204,7 +212,7 @@ void ZELCycloneMatchSync_forgetI(ZELCycloneMatchSyncI *sync, ZELCycloneEndpointI
 // ---- operations of the table ----
 ZELWire *ZELCycloneWire_createI(void);
 ZELBoolean ZELCycloneWire_destroyI(ZELWire *wire);
-ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *wire, int32_t domainId, const uint32_t guidPrefix[3]);
+ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *wire, int32_t domainId, uint32_t guidPrefix[3]);
 ZELBoolean ZELCycloneWire_deleteParticipantI(ZELWireParticipant *participant);
 ZELWireWriter *ZELCycloneWire_createWriterI(ZELWireParticipant *participant, const ZELWireEndpointParams *params,
                                             const ZELWireWriterListener *listener);

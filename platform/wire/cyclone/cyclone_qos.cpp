@@ -49,8 +49,7 @@ void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELW
         *vendorSpecific = (static_cast<const uint8_t *>(value)[20] & ZEL_CYCLONE_USER_DATA_VENDOR_SPECIFIC) != 0;
     }
     for (int word = 0; word < 4; ++word) {
-        guid->value[word] = (uint32_t{octets[word * 4]} << 24) | (uint32_t{octets[word * 4 + 1]} << 16) |
-                            (uint32_t{octets[word * 4 + 2]} << 8) | uint32_t{octets[word * 4 + 3]};
+        guid->value[word] = ZELCycloneGuid_wordI(octets, word);
     }
     dds_free(value);
 }

@@ -132,7 +132,7 @@ static void ZELCycloneParticipant_freeI(ZELCycloneParticipantI *participant) {
     ZELOsapiHeap_freeStructure(participant);
 }
 
-ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *base, int32_t domainId, const uint32_t guidPrefix[3]) {
+ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *base, int32_t domainId, uint32_t guidPrefix[3]) {
     const char *const context = "ZELCycloneWire_createParticipantI";
     auto *wire = reinterpret_cast<ZELCycloneWireI *>(base);
     void *memory = ZELOsapiHeap_allocateStructure(sizeof(ZELCycloneParticipantI), "WCYP");
@@ -145,9 +145,6 @@ ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *base, int32_t dom
     participant->wire = wire;
     participant->domainId = domainId;
     participant->endpointCount = 0;
-    for (int i = 0; i < 3; ++i) {
-        participant->guidPrefix[i] = guidPrefix[i];
-    }
     {
         std::lock_guard<std::mutex> guard(wire->mutex);
         if (!ZELCycloneWire_useDomainI(wire, domainId)) {
@@ -156,33 +153,34 @@ ZELWireParticipant *ZELCycloneWire_createParticipantI(ZELWire *base, int32_t dom
         }
         ++wire->participantCount;
     }
-    dds_qos_t *qos = dds_create_qos();
-    const ZELWireGuid guid = {{guidPrefix[0], guidPrefix[1], guidPrefix[2], ZEL_WIRE_ENTITY_ID_PARTICIPANT}};
-    uint8_t userData[ZEL_CYCLONE_USER_DATA_SIZE];
-    ZELCycloneGuid_toUserDataI(&guid, false, userData);
-    if (qos != nullptr) {
-        dds_qset_userdata(qos, userData, sizeof userData);
-    }
-    participant->participant = dds_create_participant(static_cast<dds_domainid_t>(domainId), qos, nullptr);
-    dds_delete_qos(qos);
+    participant->participant = dds_create_participant(static_cast<dds_domainid_t>(domainId), nullptr, nullptr);
     static const dds_entity_t builtinTopics[ZEL_CYCLONE_BUILTIN_COUNT] = {
             DDS_BUILTIN_TOPIC_DCPSPARTICIPANT, DDS_BUILTIN_TOPIC_DCPSPUBLICATION, DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION,
             DDS_BUILTIN_TOPIC_DCPSPUBLICATION, DDS_BUILTIN_TOPIC_DCPSSUBSCRIPTION};
-    bool created = participant->participant > 0;
-    for (int i = 0; created && i < ZEL_CYCLONE_BUILTIN_COUNT; ++i) {
-        participant->builtin[i] = dds_create_reader(participant->participant, builtinTopics[i], nullptr, nullptr);
-        created = participant->builtin[i] > 0;
+    // Cyclone picks the GUID and cannot be told one: the participant takes
+    // Cyclone's prefix, so that its key is its GUID on the network.
+    dds_guid_t guid{};
+    const char *failed = nullptr;
+    if (participant->participant <= 0) {
+        failed = dds_strretcode(participant->participant);
+    } else if (dds_get_guid(participant->participant, &guid) != DDS_RETCODE_OK) {
+        failed = "participant GUID";
     }
-    if (!created) {
-        ZELLog_printContextAndMsg(
-                context, &ZEL_LOG_CREATION_FAILURE_s,
-                participant->participant < 0 ? dds_strretcode(participant->participant) : "builtin reader");
+    for (int i = 0; failed == nullptr && i < ZEL_CYCLONE_BUILTIN_COUNT; ++i) {
+        participant->builtin[i] = dds_create_reader(participant->participant, builtinTopics[i], nullptr, nullptr);
+        failed = participant->builtin[i] > 0 ? nullptr : "builtin reader";
+    }
+    if (failed != nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, failed);
         participant->participant = participant->participant < 0 ? 0 : participant->participant;
         std::lock_guard<std::mutex> guard(wire->mutex);
         --wire->participantCount;
         ZELCycloneWire_unuseDomainI(wire, domainId);
         ZELCycloneParticipant_freeI(participant);
         return nullptr;
+    }
+    for (int word = 0; word < 3; ++word) {
+        guidPrefix[word] = ZELCycloneGuid_wordI(guid.v, word);
     }
     return reinterpret_cast<ZELWireParticipant *>(participant);
 }

@@ -122,7 +122,7 @@ void ZELLoopbackMatch_removeAllI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *e
 // ---- operations of the table ----
 ZELWire *ZELLoopbackWire_createI(void);
 ZELBoolean ZELLoopbackWire_destroyI(ZELWire *wire);
-ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *wire, int32_t domainId, const uint32_t guidPrefix[3]);
+ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *wire, int32_t domainId, uint32_t guidPrefix[3]);
 ZELBoolean ZELLoopbackWire_deleteParticipantI(ZELWireParticipant *participant);
 ZELWireWriter *ZELLoopbackWire_createWriterI(ZELWireParticipant *participant, const ZELWireEndpointParams *params,
                                              const ZELWireWriterListener *listener);

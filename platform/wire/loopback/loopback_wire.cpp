@@ -59,7 +59,7 @@ ZELBoolean ZELLoopbackWire_destroyI(ZELWire *base) {
     return ZEL_TRUE;
 }
 
-ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t domainId, const uint32_t guidPrefix[3]) {
+ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t domainId, uint32_t guidPrefix[3]) {
     ZELLoopbackWireI *wire = reinterpret_cast<ZELLoopbackWireI *>(base);
     auto *participant = static_cast<ZELLoopbackParticipantI *>(
             ZELOsapiHeap_allocateStructure(sizeof(ZELLoopbackParticipantI), "WLBP"));
