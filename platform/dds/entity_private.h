@@ -139,6 +139,13 @@ struct DDS_TopicDescriptionImpl {
     DDS_DomainParticipant *participant;
 };
 
+// A remote topic found inconsistent with a topic: its participant.
+struct DDS_InconsistentTopicI {
+    DDS_InconsistentTopicI *next; /* [topic's inconsistentMutex] */
+    uint32_t remotePrefix[3];
+    bool acknowledged; /* [topic's inconsistentMutex] */
+};
+
 struct DDS_TopicImpl {
     DDS_EntityImpl entity;
     DDS_TopicDescriptionImpl description;
@@ -146,6 +153,10 @@ struct DDS_TopicImpl {
     DDS_TopicQos qos;   /* [lock] */
     DDS_Long useCount;  /* writers, readers and content-filtered topics [participant lock] */
     DDS_Long findCount; /* references handed out by find_topic [participant lock] */
+    /* Each remote topic found inconsistent with this one, remembered while
+       the topic lives so that it counts once [inconsistentMutex]. */
+    DDS_InconsistentTopicI *inconsistent;
+    std::mutex inconsistentMutex; /* held across the wire's visit, which takes the wire's lock */
 };
 
 struct DDS_ContentFilteredTopicImpl {

@@ -12,6 +12,11 @@ static void DDS_Topic_freeI(DDS_Topic *topic) {
     DDS_TopicQos_finalize(&topic->qos);
     DDS_String_free(topic->description.typeName);
     DDS_String_free(topic->description.name);
+    while (topic->inconsistent != nullptr) {
+        DDS_InconsistentTopicI *known = topic->inconsistent;
+        topic->inconsistent = known->next;
+        ZELOsapiHeap_freeStructure(known);
+    }
     topic->~DDS_TopicImpl();
     ZELOsapiHeap_freeStructure(topic);
 }

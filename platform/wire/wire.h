@@ -177,6 +177,8 @@ struct ZELWireDiscoveredEntity {
 
 // Given each discovered entity in turn; returning ZEL_FALSE stops the walk.
 typedef ZELBoolean (*ZELWireDiscoveryVisitor)(void *context, const struct ZELWireDiscoveredEntity *entity);
+// Given a remote participant's GUID prefix; ZEL_FALSE stops the walk.
+typedef ZELBoolean (*ZELWireInconsistentTopicVisitor)(void *context, const uint32_t remotePrefix[3]);
 
 struct ZELWire;
 struct ZELWireParticipant;
@@ -269,21 +271,15 @@ struct ZELWireOps {
     // stopped the walk.
     ZELBoolean (*visitDiscovered)(struct ZELWireParticipant *participant, enum ZELWireEntityKind kind,
                                   ZELWireDiscoveryVisitor visit, void *context);
-    // The remote topics inconsistent with the participant's topic `topic`
-    // (its GUID) named `topicName` of type `typeName`: topics of other
-    // participants of the domain with that name and another type name. A
-    // remote topic is known through its endpoints. The participant
-    // remembers each one it finds for its topic of that name, so each
-    // counts once, however long it stays or whether it goes, until a topic
-    // of that name with another GUID (a new topic replacing a deleted one)
-    // asks: then the count starts again. `*total` is the number remembered
-    // and `*unacknowledged` those not yet acknowledged; with `acknowledge`
-    // all are acknowledged afterwards. What is remembered goes with the
-    // participant. ZEL_FALSE (logged) when out of heap: the topics found
-    // until then stay remembered and nothing is acknowledged.
-    ZELBoolean (*getInconsistentTopics)(struct ZELWireParticipant *participant, const struct ZELWireGuid *topic,
-                                        const char *topicName, const char *typeName, ZELBoolean acknowledge,
-                                        uint32_t *total, uint32_t *unacknowledged);
+    // Visits the participants of the domain, other than this one, with an
+    // endpoint of topic `topicName` whose type name is not `typeName`: the
+    // remote topics inconsistent with the participant's topic of that name,
+    // since a remote topic is known through its endpoints. One with several
+    // such endpoints may be visited more than once. The visitor must not
+    // call the wire, take another lock or wait. ZEL_FALSE when a visit
+    // stopped the walk, or (logged) when the wire ran out of memory.
+    ZELBoolean (*visitInconsistentTopics)(struct ZELWireParticipant *participant, const char *topicName,
+                                          const char *typeName, ZELWireInconsistentTopicVisitor visit, void *context);
 };
 
 // Every wire instance starts with its table.

@@ -6,6 +6,7 @@
 // call that caused it, so the checks wait.
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <thread>
 
@@ -159,6 +160,40 @@ TEST_P(WireContractTest, AnIncompatiblePairNamesThePolicyOnBothSides) {
     }
     ops_->deleteWriter(writerHandle);
     ops_->deleteReader(readerHandle);
+}
+
+// A remote topic is known through its endpoints: another participant's
+// endpoints of the name and another type are visited, of the same type or
+// another name they are not.
+TEST_P(WireContractTest, RemoteEndpointsOfTheTopicNameWithAnotherTypeAreInconsistent) {
+    ZELWireParticipant *a = participant(0);
+    ZELWireParticipant *b = participant(0);
+    Recorder w, r, same;
+    ZELWireEndpointParams params{guidOf(1), "Square", "Other", ZEL_TRUE, ZEL_FALSE, offered()};
+    const ZELWireWriterListener writerListening = writerListener(&w);
+    ZELWireWriter *other = ops_->createWriter(b, &params, &writerListening);
+    ZELWireReader *sameType = reader(b, 2, &same, "Square", requestedQos());
+    ZELWireReader *local = reader(a, 3, &r, "Square", requestedQos());
+    const auto visited = [&](const char *topic, const char *type) {
+        std::vector<uint32_t> entities;
+        EXPECT_TRUE(ops_->visitInconsistentTopics(
+                a, topic, type,
+                [](void *context, const uint32_t prefix[3]) {
+                    static_cast<std::vector<uint32_t> *>(context)->push_back(prefix[0]);
+                    return ZEL_TRUE;
+                },
+                &entities));
+        return entities;
+    };
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (visited("Square", "ShapeType").empty() && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_EQ(visited("Square", "ShapeType"), std::vector<uint32_t>{0x0a000001u});
+    EXPECT_TRUE(visited("Square", "Other").size() == 1 && visited("Circle", "ShapeType").empty());
+    ops_->deleteReader(local);
+    ops_->deleteReader(sameType);
+    ops_->deleteWriter(other);
 }
 
 // Each reader's decision counts for the reader and its match; the writer

@@ -1,6 +1,7 @@
 // Discovery on the RTPS wire: what Cyclone's builtin topics tell of the
 // domain, and topics of other participants inconsistent with ours.
 #include <cstring>
+#include <new>
 
 #include "cyclone_private.h"
 #include "vurncore/log.h"
@@ -122,52 +123,26 @@ static void ZELCycloneParticipant_takeEndpointChangesI(ZELCycloneParticipantI *p
     }
 }
 
-ZELBoolean ZELCycloneWire_getInconsistentTopicsI(ZELWireParticipant *handle, const ZELWireGuid *topic,
-                                                 const char *topicName, const char *typeName, ZELBoolean acknowledge,
-                                                 uint32_t *total, uint32_t *unacknowledged) {
+ZELBoolean ZELCycloneWire_visitInconsistentTopicsI(ZELWireParticipant *handle, const char *topicName,
+                                                   const char *typeName, ZELWireInconsistentTopicVisitor visit,
+                                                   void *context) {
     auto *participant = reinterpret_cast<ZELCycloneParticipantI *>(handle);
+    std::lock_guard<std::mutex> guard(participant->mutex);
     try {
-        std::lock_guard<std::mutex> guard(participant->mutex);
         ZELCycloneParticipant_takeEndpointChangesI(participant);
-        const auto [position, added] = participant->topics.try_emplace(topicName);
-        ZELCycloneLocalTopicI &local = position->second;
-        if (added) {
-            local.guid = *topic;
-        } else if (std::memcmp(&local.guid, topic, sizeof *topic) != 0) {
-            // A new topic of the name replaces a deleted one: counts restart.
-            local.guid = *topic;
-            local.found.clear();
-        }
-        // Remote topics are known through their endpoints: the participants
-        // with an endpoint of this topic name and another type name.
-        const auto remote = participant->remoteEndpoints.find(topicName);
-        if (remote != participant->remoteEndpoints.end()) {
-            for (const ZELCycloneRemoteEndpointI &endpoint : remote->second) {
-                if (endpoint.typeName == typeName) {
-                    continue;
-                }
-                bool known = false;
-                for (const ZELCycloneInconsistentI &found : local.found) {
-                    known = known ||
-                            std::memcmp(found.remotePrefix, endpoint.participantPrefix, sizeof found.remotePrefix) == 0;
-                }
-                if (!known) {
-                    local.found.push_back({{endpoint.participantPrefix[0], endpoint.participantPrefix[1],
-                                            endpoint.participantPrefix[2]},
-                                           false});
-                }
-            }
-        }
-        *total = static_cast<uint32_t>(local.found.size());
-        *unacknowledged = 0;
-        for (ZELCycloneInconsistentI &found : local.found) {
-            *unacknowledged += found.acknowledged ? 0u : 1u;
-            found.acknowledged = found.acknowledged || acknowledge != ZEL_FALSE;
-        }
-    } catch (...) {
-        ZELLog_printContextAndMsg("ZELCycloneWire_getInconsistentTopicsI", &ZEL_LOG_CREATION_FAILURE_s,
-                                  "inconsistent topic record");
+    } catch (const std::bad_alloc &) {
+        ZELLog_printContextAndMsg("ZELCycloneWire_visitInconsistentTopicsI", &ZEL_LOG_CREATION_FAILURE_s,
+                                  "remote endpoint record");
         return ZEL_FALSE;
+    }
+    const auto remote = participant->remoteEndpoints.find(topicName);
+    if (remote == participant->remoteEndpoints.end()) {
+        return ZEL_TRUE;
+    }
+    for (const ZELCycloneRemoteEndpointI &endpoint : remote->second) {
+        if (endpoint.typeName != typeName && !visit(context, endpoint.participantPrefix)) {
+            return ZEL_FALSE;
+        }
     }
     return ZEL_TRUE;
 }

@@ -73,17 +73,6 @@ struct ZELCycloneWireI {
     ZELCycloneMatchSyncI matchSync;
 };
 
-// A remote topic found inconsistent with one of a participant's topics.
-struct ZELCycloneInconsistentI {
-    uint32_t remotePrefix[3];
-    bool acknowledged;
-};
-
-struct ZELCycloneLocalTopicI {
-    ZELWireGuid guid;
-    std::vector<ZELCycloneInconsistentI> found;
-};
-
 // An alive endpoint of another participant, as far as inconsistent topics
 // need it.
 struct ZELCycloneRemoteEndpointI {
@@ -119,8 +108,7 @@ struct ZELCycloneParticipantI {
     dds_entity_t participant;
     dds_entity_t builtin[ZEL_CYCLONE_BUILTIN_COUNT];
     std::mutex mutex;
-    long endpointCount;                                             // [mutex]
-    std::unordered_map<std::string, ZELCycloneLocalTopicI> topics;  // [mutex] by name
+    long endpointCount;  // [mutex]
     // [mutex] remote endpoints by topic name, and the topic name of each
     std::unordered_map<std::string, std::vector<ZELCycloneRemoteEndpointI>> remoteEndpoints;
     std::map<std::array<unsigned char, 16>, std::string> remoteTopicNames;
@@ -231,8 +219,8 @@ ZELBoolean ZELCycloneWire_getReaderMatchCountersI(ZELWireReader *reader, const Z
                                                   ZELWireCounters *counters);
 ZELBoolean ZELCycloneWire_visitDiscoveredI(ZELWireParticipant *participant, ZELWireEntityKind kind,
                                            ZELWireDiscoveryVisitor visit, void *context);
-ZELBoolean ZELCycloneWire_getInconsistentTopicsI(ZELWireParticipant *participant, const ZELWireGuid *topic,
-                                                 const char *topicName, const char *typeName, ZELBoolean acknowledge,
-                                                 uint32_t *total, uint32_t *unacknowledged);
+ZELBoolean ZELCycloneWire_visitInconsistentTopicsI(ZELWireParticipant *participant, const char *topicName,
+                                                   const char *typeName, ZELWireInconsistentTopicVisitor visit,
+                                                   void *context);
 
 #endif

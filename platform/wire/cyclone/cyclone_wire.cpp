@@ -28,7 +28,7 @@ const ZELWireOps ZELCycloneWire_ops = {
         ZELCycloneWire_getWriterMatchCountersI,
         ZELCycloneWire_getReaderMatchCountersI,
         ZELCycloneWire_visitDiscoveredI,
-        ZELCycloneWire_getInconsistentTopicsI,
+        ZELCycloneWire_visitInconsistentTopicsI,
 };
 
 // Used when the environment names no configuration (CYCLONEDDS_URI): peers

@@ -50,30 +50,12 @@ struct ZELLoopbackWireI {
     uint32_t nextReaderId;                  // [mutex]
 };
 
-// A remote topic found inconsistent with one of a participant's topics.
-struct ZELLoopbackInconsistentTopicI {
-    ZELLoopbackInconsistentTopicI *next;  // in the local topic's list [wire mutex]
-    uint32_t remotePrefix[3];             // the remote topic's participant
-    bool acknowledged;                    // [wire mutex]
-};
-
-// A topic of a participant with the remote topics inconsistent with it.
-// A participant has one topic per name: a record of the name with another
-// GUID belongs to a deleted topic, and the new one takes it over.
-struct ZELLoopbackLocalTopicI {
-    ZELLoopbackLocalTopicI *next;  // in the participant's list [wire mutex]
-    ZELWireGuid guid;              // [wire mutex]
-    char *name;
-    ZELLoopbackInconsistentTopicI *inconsistent;  // [wire mutex]
-};
-
 struct ZELLoopbackParticipantI {
     ZELLoopbackWireI *wire;
     ZELLoopbackParticipantI *prev, *next;  // in the wire's list [wire mutex]
     int32_t domainId;
     uint32_t guidPrefix[3];
-    long endpointCount;              // [wire mutex]
-    ZELLoopbackLocalTopicI *topics;  // those with inconsistent topics [wire mutex]
+    long endpointCount;  // [wire mutex]
 };
 
 struct ZELLoopbackEndpointI {
@@ -141,11 +123,8 @@ ZELBoolean ZELLoopbackWire_getReaderMatchCountersI(ZELWireReader *reader, const 
                                                    ZELWireCounters *counters);
 ZELBoolean ZELLoopbackWire_visitDiscoveredI(ZELWireParticipant *participant, ZELWireEntityKind kind,
                                             ZELWireDiscoveryVisitor visit, void *context);
-ZELBoolean ZELLoopbackWire_getInconsistentTopicsI(ZELWireParticipant *participant, const ZELWireGuid *topic,
-                                                  const char *topicName, const char *typeName, ZELBoolean acknowledge,
-                                                  uint32_t *total, uint32_t *unacknowledged);
-// Frees what a participant remembers of inconsistent topics (the
-// participant being unlinked).
-void ZELLoopbackParticipant_forgetTopicsI(ZELLoopbackParticipantI *participant);
+ZELBoolean ZELLoopbackWire_visitInconsistentTopicsI(ZELWireParticipant *participant, const char *topicName,
+                                                    const char *typeName, ZELWireInconsistentTopicVisitor visit,
+                                                    void *context);
 
 #endif

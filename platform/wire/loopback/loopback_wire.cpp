@@ -28,7 +28,7 @@ const ZELWireOps ZELLoopbackWire_ops = {
         ZELLoopbackWire_getWriterMatchCountersI,
         ZELLoopbackWire_getReaderMatchCountersI,
         ZELLoopbackWire_visitDiscoveredI,
-        ZELLoopbackWire_getInconsistentTopicsI,
+        ZELLoopbackWire_visitInconsistentTopicsI,
 };
 
 ZELWire *ZELLoopbackWire_createI(void) {
@@ -75,7 +75,6 @@ ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t do
         participant->guidPrefix[i] = guidPrefix[i];
     }
     participant->endpointCount = 0;
-    participant->topics = nullptr;
     std::lock_guard<std::mutex> guard(wire->mutex);
     participant->next = wire->participants;
     if (wire->participants != nullptr) {
@@ -104,7 +103,6 @@ ZELBoolean ZELLoopbackWire_deleteParticipantI(ZELWireParticipant *handle) {
             participant->next->prev = participant->prev;
         }
     }
-    ZELLoopbackParticipant_forgetTopicsI(participant);
     ZELOsapiHeap_freeStructure(participant);
     return ZEL_TRUE;
 }
