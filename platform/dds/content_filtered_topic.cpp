@@ -38,7 +38,7 @@ void DDS_TopicDescription_addReaderI(DDS_TopicDescription *description, DDS_Long
 }
 
 bool DDS_ContentFilteredTopic_evaluateI(DDS_ContentFilteredTopic *topic, const void *sample) {
-    std::lock_guard<std::mutex> guard(topic->filterMutex);
+    std::lock_guard guard(topic->filterMutex);
     return ZELContentFilter_evaluate(topic->filter, sample) != DDS_BOOLEAN_FALSE;
 }
 
@@ -184,7 +184,7 @@ VURNC_API DDS_ReturnCode_t DDS_ContentFilteredTopic_set_expression_parameters(DD
     // and the stored parameters stay as they were.
     ZELContentFilterError error{};
     {
-        std::lock_guard<std::mutex> filterGuard(self->filterMutex);
+        std::lock_guard filterGuard(self->filterMutex);
         if (!ZELContentFilter_setParameters(self->filter, parameters, &error)) {
             ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, error.message);
             return DDS_RETCODE_BAD_PARAMETER;

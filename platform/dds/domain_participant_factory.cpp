@@ -6,6 +6,7 @@
 // default. Setting a default participant QoS that names another wire
 // replaces the wire, which is refused while participants exist: every
 // participant and its endpoints live on the wire they were created on.
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -15,6 +16,7 @@
 #include "entity_private.h"
 #include "vurncore/clock.h"
 #include "vurncore/heap.h"
+#include "vurncore/lock_order.h"
 #include "vurncore/osapi.h"
 
 extern "C" {
@@ -27,9 +29,13 @@ const DDS_DataReaderQos DDS_DATAREADER_QOS_DEFAULT{};
 }
 
 namespace {
-std::mutex g_instanceMutex;                             // guards g_instance
-DDS_DomainParticipantFactory *g_instance = nullptr;     // [g_instanceMutex]
-std::atomic<DDS_UnsignedLong> g_participantCounter{0};  // numbers participants in the process
+// Made and finalized under the mutex. Once made it is read without it: code
+// that holds entity locks (a plug-in's create function, the monitor's
+// walks) asks for it, while a finalization holds the mutex and takes those
+// locks.
+ZELOrderedMutex<ZEL_LOCK_LEVEL_FACTORY_INSTANCE> g_instanceMutex{"factory instance"};
+std::atomic<DDS_DomainParticipantFactory *> g_instance{nullptr};  // written [g_instanceMutex]
+std::atomic<DDS_UnsignedLong> g_participantCounter{0};            // numbers participants in the process
 }  // namespace
 
 // The wire that a participant QoS names; NULL when "zel.wire" is absent or
@@ -181,16 +187,22 @@ static bool DDS_DomainParticipantFactory_checkI(const DDS_DomainParticipantFacto
 extern "C" {
 
 VURNC_API DDS_DomainParticipantFactory *DDS_DomainParticipantFactory_get_instance(void) {
-    std::lock_guard<std::mutex> guard(g_instanceMutex);
-    if (g_instance == nullptr) {
-        g_instance = DDS_DomainParticipantFactory_newI();
+    DDS_DomainParticipantFactory *factory = g_instance.load(std::memory_order_acquire);
+    if (factory != nullptr) {
+        return factory;
     }
-    return g_instance;
+    std::lock_guard guard(g_instanceMutex);
+    factory = g_instance.load(std::memory_order_relaxed);
+    if (factory == nullptr) {
+        factory = DDS_DomainParticipantFactory_newI();
+        g_instance.store(factory, std::memory_order_release);
+    }
+    return factory;
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_finalize_instance(void) {
-    std::lock_guard<std::mutex> guard(g_instanceMutex);
-    DDS_DomainParticipantFactory *factory = g_instance;
+    std::lock_guard guard(g_instanceMutex);
+    DDS_DomainParticipantFactory *factory = g_instance.load(std::memory_order_relaxed);
     if (factory == nullptr) {
         return DDS_RETCODE_OK;
     }
@@ -207,7 +219,7 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_finalize_instance(void) 
     if (result != DDS_RETCODE_OK) {
         return result;
     }
-    g_instance = nullptr;
+    g_instance.store(nullptr, std::memory_order_release);
     DDS_DomainParticipantFactory_freeI(factory);
     return DDS_RETCODE_OK;
 }

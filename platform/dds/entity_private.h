@@ -20,6 +20,7 @@
 #include <mutex>
 
 #include "vurnc/dds_c.h"
+#include "vurncore/lock_order.h"
 #include "vurncore/log.h"
 #include "vurncore/worker.h"
 #include "wire.h"
@@ -156,7 +157,8 @@ struct DDS_TopicImpl {
     /* Each remote topic found inconsistent with this one, remembered while
        the topic lives so that it counts once [inconsistentMutex]. */
     DDS_InconsistentTopicI *inconsistent;
-    std::mutex inconsistentMutex; /* held across the wire's visit, which takes the wire's lock */
+    /* Held across the wire's visit, which takes the wire's lock. */
+    ZELOrderedMutex<ZEL_LOCK_LEVEL_TOPIC_INCONSISTENT> inconsistentMutex{"inconsistent topics"};
 };
 
 struct DDS_ContentFilteredTopicImpl {
@@ -167,7 +169,8 @@ struct DDS_ContentFilteredTopicImpl {
     DDS_StringSeq parameters;        /* [participant lock] */
     DDS_Long readerCount;            /* [participant lock] */
     struct ZELContentFilter *filter; /* compiled at creation against the related type [filterMutex] */
-    std::mutex filterMutex;          /* leaf lock: readers evaluate while parameters may be rebound */
+    /* Held while a reader evaluates the filter, which parameters may rebind. */
+    ZELOrderedMutex<ZEL_LOCK_LEVEL_CONTENT_FILTER> filterMutex{"content filter"};
 };
 
 struct DDS_PublisherImpl {

@@ -20,6 +20,7 @@
 #include "vurnc/dds_monitor.h"
 #include "vurncore/dds_string.h"
 #include "vurncore/heap.h"
+#include "vurncore/lock_order.h"
 #include "vurncore/osapi.h"
 
 namespace {
@@ -34,7 +35,7 @@ struct DDS_MonitorHookI {
     // Held while the monitor is loaded and created, so that a participant
     // created meanwhile on another thread waits for it. Recursive: the create
     // function may create a participant on the same thread.
-    std::recursive_mutex loadMutex;
+    ZELOrderedRecursiveMutex<ZEL_LOCK_LEVEL_MONITOR_LOAD> loadMutex{"monitoring library load"};
     DDS_MonitorVersion version = DDS_MONITOR_VERSION_DEFAULT; /* [loadMutex] */
     bool creating = false;                                    /* [loadMutex] the create function runs */
     ZELOsapiLibrary *library = nullptr;                       /* [loadMutex] NULL for a linked-in plug-in */
@@ -211,7 +212,7 @@ static DDS_MonitorCreateFunction DDS_MonitorHook_findCreateFunctionI(const DDS_M
 static DDS_Monitor *DDS_MonitorHook_obtainMonitorI(DDS_MonitorHookI *self, DDS_DomainParticipantFactory *factory,
                                                    const DDS_MonitorRequestI *request) {
     const char *const context = "DDS_MonitorHook_obtainMonitorI";
-    std::lock_guard<std::recursive_mutex> guard(self->loadMutex);
+    std::lock_guard guard(self->loadMutex);
     if (self->creating) {
         return nullptr;
     }
@@ -373,7 +374,7 @@ VURNC_API DDS_ReturnCode_t DDS_DomainParticipantFactory_set_monitor_versionI(DDS
     if (hook == nullptr) {
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
-    std::lock_guard<std::recursive_mutex> guard(hook->loadMutex);
+    std::lock_guard guard(hook->loadMutex);
     hook->version = version;
     return DDS_RETCODE_OK;
 }

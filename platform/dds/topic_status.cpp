@@ -50,7 +50,7 @@ VURNC_API DDS_ReturnCode_t DDS_Topic_get_inconsistent_topic_status_ex(DDS_Topic 
         return DDS_RETCODE_NOT_ENABLED;
     }
     DDS_DomainParticipant *participant = self->entity.participant;
-    std::lock_guard<std::mutex> guard(self->inconsistentMutex);
+    std::lock_guard guard(self->inconsistentMutex);
     // What was found before a failure stays remembered, and nothing is
     // acknowledged.
     if (!participant->factory->wire->ops->visitInconsistentTopics(participant->wireParticipant, self->description.name,

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "cdr_type_engine.h"
+#include "vurncore/lock_order.h"
 #include "vurncore/sequence.h"
 
 namespace zel::cdr {
@@ -14,7 +15,8 @@ namespace {
 // the 64-bit sums, whatever the bounds).
 constexpr uint64_t kSaturated = uint64_t{1} << 40;
 
-std::mutex g_cacheMutex;  // guards the filling of every ZELCdrTypeCache
+// Guards the filling of every ZELCdrTypeCache.
+ZELOrderedMutex<ZEL_LOCK_LEVEL_TYPE_CACHE> g_cacheMutex{"type size cache"};
 
 uint64_t alignUpI(uint64_t alignment, uint32_t boundary) {
     return (alignment + boundary - 1) & ~uint64_t{boundary - 1};
@@ -249,7 +251,7 @@ const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type) {
     // Computed outside the lock (it fills the caches of nested types); two
     // threads may both compute, the first to store wins with equal values.
     const ZELCdrTypeCache values = computeCacheI(type);
-    std::lock_guard<std::mutex> guard(g_cacheMutex);
+    std::lock_guard guard(g_cacheMutex);
     if (state.load(std::memory_order_relaxed) == 0) {
         cache->maxSerializedSize = values.maxSerializedSize;
         cache->minSerializedSize = values.minSerializedSize;

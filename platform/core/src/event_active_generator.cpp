@@ -7,6 +7,7 @@
 #include "vurncore/clock.h"
 #include "vurncore/event.h"
 #include "vurncore/heap.h"
+#include "vurncore/lock_order.h"
 #include "vurncore/log.h"
 #include "vurncore/osapi.h"
 
@@ -32,7 +33,7 @@ struct ZELEventActiveGenerator {
     // written before the give and read after the take.
     struct ZELOsapiSemaphore *startedSemaphore;
     bool startedOk;
-    std::mutex mutex;
+    ZELOrderedMutex<ZEL_LOCK_LEVEL_EVENT_QUEUE> mutex{"event queue"};
     struct ZELEventNode *pendingHead;  // sorted by due time, ties in posting order; guarded by mutex
     struct ZELEventNode *pendingTail;  // last of pendingHead's list; guarded by mutex
     int pendingCount;                  // guarded by mutex
@@ -89,7 +90,7 @@ void ZELEventActiveGenerator_fireI(struct ZELEventActiveGenerator *generator, st
     struct ZELNtpTime newTime = time;
     const ZELBoolean again = node->callback(node->param, &newTime, &now, &time, &node->data, worker);
     if (again) {
-        std::lock_guard<std::mutex> guard(generator->mutex);
+        std::lock_guard guard(generator->mutex);
         // After a shutdown that came while the callback ran, it stays dropped.
         if (!generator->shutdownRequested) {
             node->due = newTime;
@@ -114,7 +115,7 @@ void *ZELEventActiveGenerator_runI(void *param) {
         struct ZELEventNode *due = nullptr;
         struct ZELNtpTime wake = ZEL_NTP_TIME_INFINITE;
         {
-            std::lock_guard<std::mutex> guard(generator->mutex);
+            std::lock_guard guard(generator->mutex);
             if (generator->shutdownRequested) {
                 break;
             }
@@ -222,7 +223,7 @@ ZELBoolean ZELEventActiveGenerator_postEvent(struct ZELEventActiveGenerator *gen
     }
     bool first = false;
     {
-        std::lock_guard<std::mutex> guard(generator->mutex);
+        std::lock_guard guard(generator->mutex);
         if (generator->shutdownRequested) {
             ZELOsapiHeap_freeStructure(node);
             return ZEL_FALSE;
@@ -243,7 +244,7 @@ ZELBoolean ZELEventActiveGenerator_shutdown(struct ZELEventActiveGenerator *gene
         return ZEL_FALSE;
     }
     {
-        std::lock_guard<std::mutex> guard(generator->mutex);
+        std::lock_guard guard(generator->mutex);
         generator->shutdownRequested = true;
         ZELEventActiveGenerator_dropPendingI(generator);
     }
@@ -269,7 +270,7 @@ int ZELEventActiveGenerator_getPendingEventCount(struct ZELEventActiveGenerator 
     if (generator == nullptr) {
         return 0;
     }
-    std::lock_guard<std::mutex> guard(generator->mutex);
+    std::lock_guard guard(generator->mutex);
     return generator->pendingCount;
 }
 

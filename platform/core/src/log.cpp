@@ -2,6 +2,8 @@
 // current log device.
 #include "vurncore/log.h"
 
+#include "vurncore/lock_order.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -20,7 +22,7 @@ void defaultDeviceWrite(void *, const ZELLogLine *line) {
 
 const ZELLogDevice kDefaultDevice{&defaultDeviceWrite, nullptr};
 
-std::mutex g_deviceMutex;
+ZELOrderedMutex<ZEL_LOCK_LEVEL_LOG_DEVICE> g_deviceMutex{"log device"};
 ZELLogDevice g_device = kDefaultDevice;  // guarded by g_deviceMutex
 
 // Formats into a std::string (not the platform heap: a log line must never
@@ -40,7 +42,7 @@ std::string formatText(const char *format, va_list args) {
 
 void deviceWrite(const char *context, const ZELLogMessage *message, const std::string &text) {
     const ZELLogLine line{context, message, text.c_str()};
-    std::lock_guard<std::mutex> guard(g_deviceMutex);
+    std::lock_guard guard(g_deviceMutex);
     g_device.write(g_device.param, &line);
 }
 
@@ -88,7 +90,7 @@ void ZELLog_debug(const char *format, ...) {
 }
 
 void ZELLog_setDevice(const ZELLogDevice *device, ZELLogDevice *previous) {
-    std::lock_guard<std::mutex> guard(g_deviceMutex);
+    std::lock_guard guard(g_deviceMutex);
     if (previous != nullptr) {
         *previous = g_device;
     }

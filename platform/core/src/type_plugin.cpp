@@ -1,6 +1,7 @@
 // Default parts of type plug-ins: participant data holding a copy of the
 // plug-in record, and endpoint data with pools of samples, key holders and
 // serialization buffers plus the key-hash scratch stream.
+#include "vurncore/lock_order.h"
 #include "vurncore/type_plugin.h"
 
 #include <algorithm>
@@ -61,13 +62,13 @@ void freeListI(PoolNode *list) {
 
 // Samples (or key holders) made through the plug-in; kept for reuse.
 struct SamplePool {
-    std::mutex mutex;
+    ZELOrderedMutex<ZEL_LOCK_LEVEL_TYPE_POOL> mutex{"type plug-in pool"};
     PoolNode *ready = nullptr;  // nodes holding a sample; guarded by mutex
     PoolNode *spare = nullptr;  // one per sample handed out; guarded by mutex
 
     void *get(const PRESTypePlugin &plugin, const char *context) {
         {
-            std::lock_guard<std::mutex> guard(mutex);
+            std::lock_guard guard(mutex);
             if (PoolNode *node = popI(&ready); node != nullptr) {
                 void *sample = node->item;
                 node->item = nullptr;
@@ -86,13 +87,13 @@ struct SamplePool {
             ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "sample");
             return nullptr;
         }
-        std::lock_guard<std::mutex> guard(mutex);
+        std::lock_guard guard(mutex);
         pushI(&spare, node);
         return sample;
     }
 
     bool put(void *sample) {
-        std::lock_guard<std::mutex> guard(mutex);
+        std::lock_guard guard(mutex);
         PoolNode *node = popI(&spare);
         if (node == nullptr) {
             return false;  // more returned than handed out: not one of ours
@@ -118,7 +119,7 @@ struct SamplePool {
 
 // Serialization buffers of a writer, reused when large enough.
 struct BufferPool {
-    std::mutex mutex;
+    ZELOrderedMutex<ZEL_LOCK_LEVEL_TYPE_POOL> mutex{"type plug-in pool"};
     uint32_t maxSize = 0;       // 0: no writer pool; set once before the endpoint is shared
     PoolNode *ready = nullptr;  // nodes holding a buffer; guarded by mutex
     PoolNode *spare = nullptr;  // one per buffer handed out; guarded by mutex
@@ -126,7 +127,7 @@ struct BufferPool {
     bool get(PRESTypePluginBuffer *buffer, uint32_t size, const char *context) {
         PoolNode *node = nullptr;
         {
-            std::lock_guard<std::mutex> guard(mutex);
+            std::lock_guard guard(mutex);
             PoolNode **link = &ready;
             while (*link != nullptr && (*link)->length < size) {
                 link = &(*link)->next;
@@ -142,13 +143,13 @@ struct BufferPool {
         buffer->length = node->length;
         node->item = nullptr;
         node->length = 0;
-        std::lock_guard<std::mutex> guard(mutex);
+        std::lock_guard guard(mutex);
         pushI(&spare, node);
         return true;
     }
 
     bool put(PRESTypePluginBuffer *buffer) {
-        std::lock_guard<std::mutex> guard(mutex);
+        std::lock_guard guard(mutex);
         PoolNode *node = popI(&spare);
         if (node == nullptr) {
             return false;
@@ -200,7 +201,7 @@ private:
 
     void giveBackI(PoolNode *node) {
         if (node != nullptr) {
-            std::lock_guard<std::mutex> guard(mutex);
+            std::lock_guard guard(mutex);
             pushI(&ready, node);
         }
     }

@@ -7,6 +7,7 @@
 // only a worker that it still finds registered for its own thread, so a
 // worker is never freed twice, and a destructor that runs while its factory
 // is being deleted never touches freed memory.
+#include "vurncore/lock_order.h"
 #include "vurncore/worker.h"
 
 #include <atomic>
@@ -55,11 +56,11 @@ struct REDAExclusiveArea {
 
 namespace {
 
-std::mutex g_registryMutex;
+ZELOrderedMutex<ZEL_LOCK_LEVEL_WORKER_REGISTRY> g_registryMutex{"worker registry"};
 struct REDAWorker *g_registryHead = nullptr;  // every live worker; guarded by g_registryMutex
 
 void REDAWorker_registerI(struct REDAWorker *worker) {
-    std::lock_guard<std::mutex> guard(g_registryMutex);
+    std::lock_guard guard(g_registryMutex);
     worker->registryNext = g_registryHead;
     if (g_registryHead != nullptr) {
         g_registryHead->registryPrevious = worker;
@@ -84,7 +85,7 @@ void REDAWorker_unregisterAndFreeI(struct REDAWorker *worker) {
 // factory: it is only compared until found in the registry.
 void REDAWorker_onThreadEndI(void *value) {
     const uint64_t self = ZELOsapiThread_getCurrentId();
-    std::lock_guard<std::mutex> guard(g_registryMutex);
+    std::lock_guard guard(g_registryMutex);
     for (struct REDAWorker *worker = g_registryHead; worker != nullptr; worker = worker->registryNext) {
         if (worker == value && worker->threadId == self) {
             REDAWorker_unregisterAndFreeI(worker);
@@ -125,7 +126,7 @@ void REDAWorkerFactory_delete(struct REDAWorkerFactory *factory) {
         return;
     }
     {
-        std::lock_guard<std::mutex> guard(g_registryMutex);
+        std::lock_guard guard(g_registryMutex);
         struct REDAWorker *worker = g_registryHead;
         while (worker != nullptr) {
             struct REDAWorker *next = worker->registryNext;
@@ -209,7 +210,10 @@ ZELBoolean REDAWorker_enterExclusiveArea(struct REDAWorker *worker, const char *
         return REDAWorker_failI(kContext, failReason, &ZEL_LOG_PRECONDITION_NOT_MET_s,
                                 "exclusive area level not below the lowest level held");
     }
+    // Checked once more against every lock of the thread, of every worker.
+    ZELLockOrder_enter(area, area->level, "exclusive area");
     if (ZELOsapiSemaphore_take(area->lock, nullptr) != ZEL_OSAPI_SEMAPHORE_STATUS_OK) {
+        ZELLockOrder_leave(area);
         return REDAWorker_failI(kContext, failReason, &ZEL_LOG_ANY_FAILURE_s, "take exclusive area lock");
     }
     area->owner.store(worker, std::memory_order_relaxed);
@@ -241,6 +245,7 @@ ZELBoolean REDAWorker_leaveExclusiveArea(struct REDAWorker *worker, const char *
     *link = area->nextHeld;
     area->nextHeld = nullptr;
     area->owner.store(nullptr, std::memory_order_relaxed);
+    ZELLockOrder_leave(area);
     if (ZELOsapiSemaphore_give(area->lock) != ZEL_OSAPI_SEMAPHORE_STATUS_OK) {
         return REDAWorker_failI(kContext, failReason, &ZEL_LOG_ANY_FAILURE_s, "give exclusive area lock");
     }

@@ -29,7 +29,7 @@ static void ZELLoopbackCounters_addI(ZELWireCounters *counters, int64_t size, ZE
 
 // Hands `sample` to the reader of `match` with the mutex released and
 // counts the outcome. The caller holds the mutex and keeps `match` busy.
-static void ZELLoopbackDelivery_deliverI(std::unique_lock<std::mutex> &lock, ZELLoopbackMatchI *match,
+static void ZELLoopbackDelivery_deliverI(std::unique_lock<ZELLoopbackWireMutex> &lock, ZELLoopbackMatchI *match,
                                          const ZELWireSample *sample) {
     const ZELWireReaderListener *listener = &match->reader->readerListener;
     lock.unlock();
@@ -80,7 +80,7 @@ ZELBoolean ZELLoopbackWire_writeI(ZELWireWriter *handle, const ZELWireSample *sa
     if (!ZELLoopbackDelivery_prepareI(writer, sample, &delivered, "ZELLoopbackWire_writeI")) {
         return ZEL_FALSE;
     }
-    std::unique_lock<std::mutex> lock(writer->participant->wire->mutex);
+    std::unique_lock lock(writer->participant->wire->mutex);
     ZELLoopbackMatchI *match = ZELLoopbackDelivery_nextLiveI(writer, nullptr);
     while (match != nullptr) {
         ++match->busy;
@@ -104,7 +104,7 @@ ZELBoolean ZELLoopbackWire_writeReplayI(ZELWireWriter *handle, ZELWireReplay *re
     if (!ZELLoopbackDelivery_prepareI(writer, sample, &delivered, "ZELLoopbackWire_writeReplayI")) {
         return ZEL_FALSE;
     }
-    std::unique_lock<std::mutex> lock(writer->participant->wire->mutex);
+    std::unique_lock lock(writer->participant->wire->mutex);
     if (match->state == ZEL_LOOPBACK_MATCH_ACTIVE) {
         ZELLog_printContextAndMsg("ZELLoopbackWire_writeReplayI", &ZEL_LOG_PRECONDITION_NOT_MET_s, "replay done");
         return ZEL_FALSE;
@@ -121,7 +121,7 @@ ZELBoolean ZELLoopbackWire_writeReplayI(ZELWireWriter *handle, ZELWireReplay *re
 void ZELLoopbackWire_replayDoneI(ZELWireWriter *handle, ZELWireReplay *replay) {
     auto *writer = reinterpret_cast<ZELLoopbackEndpointI *>(handle);
     auto *match = reinterpret_cast<ZELLoopbackMatchI *>(replay);
-    std::lock_guard<std::mutex> guard(writer->participant->wire->mutex);
+    std::lock_guard guard(writer->participant->wire->mutex);
     if (match->state == ZEL_LOOPBACK_MATCH_REPLAYING) {
         match->state = ZEL_LOOPBACK_MATCH_ACTIVE;
     }
@@ -129,20 +129,20 @@ void ZELLoopbackWire_replayDoneI(ZELWireWriter *handle, ZELWireReplay *replay) {
 
 void ZELLoopbackWire_getWriterCountersI(ZELWireWriter *handle, ZELWireCounters *counters) {
     auto *writer = reinterpret_cast<ZELLoopbackEndpointI *>(handle);
-    std::lock_guard<std::mutex> guard(writer->participant->wire->mutex);
+    std::lock_guard guard(writer->participant->wire->mutex);
     *counters = writer->counters;
 }
 
 void ZELLoopbackWire_getReaderCountersI(ZELWireReader *handle, ZELWireCounters *counters) {
     auto *reader = reinterpret_cast<ZELLoopbackEndpointI *>(handle);
-    std::lock_guard<std::mutex> guard(reader->participant->wire->mutex);
+    std::lock_guard guard(reader->participant->wire->mutex);
     *counters = reader->counters;
 }
 
 // The counters of the match of `local` with the remote endpoint `remote`.
 static ZELBoolean ZELLoopbackDelivery_getMatchCountersI(ZELLoopbackEndpointI *local, const ZELWireGuid *remote,
                                                         ZELWireCounters *counters) {
-    std::lock_guard<std::mutex> guard(local->participant->wire->mutex);
+    std::lock_guard guard(local->participant->wire->mutex);
     for (ZELLoopbackMatchI *match = local->matches; match != nullptr; match = ZELLoopbackMatch_nextI(local, match)) {
         const ZELLoopbackEndpointI *other = local->isWriter ? match->reader : match->writer;
         if (match->policyId == 0 && match->state != ZEL_LOOPBACK_MATCH_UNMATCHING &&

@@ -10,7 +10,7 @@ ZELBoolean ZELLoopbackWire_visitDiscoveredI(ZELWireParticipant *handle, ZELWireE
                                             ZELWireDiscoveryVisitor visit, void *context) {
     auto *self = reinterpret_cast<ZELLoopbackParticipantI *>(handle);
     ZELLoopbackWireI *wire = self->wire;
-    std::lock_guard<std::mutex> guard(wire->mutex);
+    std::lock_guard guard(wire->mutex);
     ZELWireDiscoveredEntity entity{};
     if (kind == ZEL_WIRE_ENTITY_PARTICIPANT) {
         for (const ZELLoopbackParticipantI *other = wire->participants; other != nullptr; other = other->next) {
@@ -45,7 +45,7 @@ ZELBoolean ZELLoopbackWire_visitInconsistentTopicsI(ZELWireParticipant *handle, 
                                                     const char *typeName, ZELWireInconsistentTopicVisitor visit,
                                                     void *context) {
     auto *self = reinterpret_cast<ZELLoopbackParticipantI *>(handle);
-    std::lock_guard<std::mutex> guard(self->wire->mutex);
+    std::lock_guard guard(self->wire->mutex);
     for (const ZELLoopbackEndpointI *endpoint = ZELLoopbackWire_firstOfTopicI(self->wire, topicName);
          endpoint != nullptr; endpoint = endpoint->topicNext) {
         const ZELLoopbackParticipantI *remote = endpoint->participant;

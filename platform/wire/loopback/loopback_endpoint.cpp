@@ -108,7 +108,7 @@ static ZELLoopbackEndpointI *ZELLoopbackEndpoint_createI(ZELWireParticipant *han
     }
     bool matched = false;
     {
-        std::lock_guard<std::mutex> guard(wire->mutex);
+        std::lock_guard guard(wire->mutex);
         if (!isWriter) {
             // The reader's locator names it uniquely within the wire.
             const uint32_t id = wire->nextReaderId++;
@@ -144,7 +144,7 @@ static void ZELLoopbackEndpoint_deleteI(ZELLoopbackEndpointI *endpoint) {
     ZELLoopbackWireI *wire = endpoint->participant->wire;
     ZELLoopbackMatch_removeAllI(wire, endpoint);
     {
-        std::lock_guard<std::mutex> guard(wire->mutex);
+        std::lock_guard guard(wire->mutex);
         ZELLoopbackEndpoint_unlinkI(wire, endpoint);
     }
     ZELLoopbackEndpoint_freeI(endpoint);

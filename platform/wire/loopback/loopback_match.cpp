@@ -168,7 +168,7 @@ static void ZELLoopbackMatch_announceI(const ZELLoopbackMatchI *match) {
 }
 
 void ZELLoopbackMatch_announceAllI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *endpoint) {
-    std::unique_lock<std::mutex> lock(wire->mutex);
+    std::unique_lock lock(wire->mutex);
     ZELLoopbackMatchI *match = ZELLoopbackMatch_nextAnnouncedI(endpoint, nullptr);
     while (match != nullptr) {
         lock.unlock();
@@ -223,7 +223,7 @@ static ZELLoopbackMatchI *ZELLoopbackMatch_findIdleI(const ZELLoopbackEndpointI 
 }
 
 void ZELLoopbackMatch_removeAllI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *endpoint) {
-    std::unique_lock<std::mutex> lock(wire->mutex);
+    std::unique_lock lock(wire->mutex);
     endpoint->deleting = true;
     // Matches that the other side's deletion already ends stay its own.
     for (ZELLoopbackMatchI *match = endpoint->matches; match != nullptr;

@@ -10,6 +10,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "vurncore/lock_order.h"
 #include "wire.h"
 
 struct ZELOsapiSemaphore;
@@ -39,9 +40,11 @@ struct ZELLoopbackMatchI {
 
 struct ZELLoopbackParticipantI;
 
+using ZELLoopbackWireMutex = ZELOrderedMutex<ZEL_LOCK_LEVEL_LOOPBACK_WIRE>;
+
 struct ZELLoopbackWireI {
     ZELWire base;  // first: the table
-    std::mutex mutex;
+    ZELLoopbackWireMutex mutex{"loopback wire"};
     ZELLoopbackEndpointI *endpoints;  // every writer and reader [mutex]
     // The first endpoint of each topic name, so that matching and topic
     // statuses visit the endpoints of one topic only [mutex].

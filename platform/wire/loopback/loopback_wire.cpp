@@ -47,7 +47,7 @@ ZELWire *ZELLoopbackWire_createI(void) {
 ZELBoolean ZELLoopbackWire_destroyI(ZELWire *base) {
     ZELLoopbackWireI *wire = reinterpret_cast<ZELLoopbackWireI *>(base);
     {
-        std::lock_guard<std::mutex> guard(wire->mutex);
+        std::lock_guard guard(wire->mutex);
         if (wire->participants != nullptr) {
             ZELLog_printContextAndMsg("ZELLoopbackWire_destroyI", &ZEL_LOG_PRECONDITION_NOT_MET_s,
                                       "participants remain");
@@ -75,7 +75,7 @@ ZELWireParticipant *ZELLoopbackWire_createParticipantI(ZELWire *base, int32_t do
         participant->guidPrefix[i] = guidPrefix[i];
     }
     participant->endpointCount = 0;
-    std::lock_guard<std::mutex> guard(wire->mutex);
+    std::lock_guard guard(wire->mutex);
     participant->next = wire->participants;
     if (wire->participants != nullptr) {
         wire->participants->prev = participant;
@@ -88,7 +88,7 @@ ZELBoolean ZELLoopbackWire_deleteParticipantI(ZELWireParticipant *handle) {
     auto *participant = reinterpret_cast<ZELLoopbackParticipantI *>(handle);
     ZELLoopbackWireI *wire = participant->wire;
     {
-        std::lock_guard<std::mutex> guard(wire->mutex);
+        std::lock_guard guard(wire->mutex);
         if (participant->endpointCount != 0) {
             ZELLog_printContextAndMsg("ZELLoopbackWire_deleteParticipantI", &ZEL_LOG_PRECONDITION_NOT_MET_s,
                                       "endpoints remain");
