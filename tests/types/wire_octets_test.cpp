@@ -1,16 +1,13 @@
 // The monitoring types on the wire, octet by octet: a statistics topic type
 // with short parameter headers and a nested status wrapper, alignment that
-// runs on across parameters, and a bound that a writer enforces.
+// runs on across parameters.
 #include <cstring>
-#include <string>
 
 #include <gtest/gtest.h>
 
 #include "DDSMonitoring.h"
 #include "heap_check.h"
-#include "log_capture.h"
 #include "types_test_support.h"
-#include "vurncore/dds_string.h"
 #include "zel_dds_monitoring.h"
 
 namespace {
@@ -107,27 +104,6 @@ TEST_F(WireOctetsTest, AlignmentRunsFromTheSampleOriginAcrossParameters) {
                       nullptr, 1, 0, 0),
               expected.size());
     zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics_finalize(&sample);
-}
-
-// A writer refuses a 257-character name in a string<256>, naming itself in
-// the log.
-TEST_F(WireOctetsTest, WriterRefusesAStringOverItsBound) {
-    zeltest::LogCapture log;
-    zel_dds_monitoring_TopicDescription topic;
-    ASSERT_TRUE(zel_dds_monitoring_TopicDescription_initialize(&topic));
-    std::memset(topic.topic_name, 'n', 256);
-    Buffer atBound(2048);
-    EXPECT_TRUE(
-            zel_dds_monitoring_TopicDescriptionPlugin_serialize(nullptr, &topic, &atBound.stream, 1, 0, 1, nullptr));
-    DDS_String_free(topic.topic_name);
-    topic.topic_name = DDS_String_dup(std::string(257, 'n').c_str());
-    ASSERT_NE(topic.topic_name, nullptr);
-    Buffer overBound(2048);
-    EXPECT_FALSE(
-            zel_dds_monitoring_TopicDescriptionPlugin_serialize(nullptr, &topic, &overBound.stream, 1, 0, 1, nullptr));
-    EXPECT_TRUE(log.contains("zel_dds_monitoring_TopicDescriptionPlugin_serialize", ZEL_LOG_ANY_FAILURE_s,
-                             "failure: serialize\n"));
-    zel_dds_monitoring_TopicDescription_finalize(&topic);
 }
 
 }  // namespace
