@@ -82,6 +82,7 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
     holder.id = 42;
     holder.counters = {0x0102030405060708, -1, 0x5a, 7};
     std::memset(&holder.counters.flag + 1, 0xee, offsetof(Counters, next) - offsetof(Counters, flag) - 1);
+    NestedHolder nested{1, holder};
     const struct {
         const char *name;
         const ZELCdrTypeDesc *type;
@@ -121,6 +122,10 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
             {"plain struct in a list, big-endian", &CountersHolder_g_desc, &holder, 0,
              "00 02 00 00 | 00 00 00 04 | 00 00 00 2a | 00 01 00 18 | 00 00 00 00 | 01 02 03 04 05 06 07 08 |"
              "ff ff ff ff | 5a 00 00 00 | 00 00 00 07 | 7f 02 00 00"},
+            // The origin stays the sample's inside a nested list: no padding.
+            {"plain struct in a nested list", &NestedHolder_g_desc, &nested, 0,
+             "00 02 00 00 | 00 00 00 04 | 00 00 00 01 | 00 01 00 24 | 00 00 00 04 | 00 00 00 2a | 00 01 00 14 |"
+             "01 02 03 04 05 06 07 08 | ff ff ff ff | 5a 00 00 00 | 00 00 00 07 | 7f 02 00 00 | 7f 02 00 00"},
             {"the nested type alone: short headers", &InnerMutable_g_desc, &big.value.inner, 0,
              "00 02 00 00 | 00 00 00 04 | 00 03 00 00 | 00 01 00 08 | 00 00 00 03 68 69 00 00 | 7f 02 00 00"},
     };
