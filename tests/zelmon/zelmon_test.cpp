@@ -189,8 +189,9 @@ const json *findEntity(const json &entities, const std::string &kind, const std:
 
 // One console process watching all along: rates follow what the demo
 // writes, the Triangle writer that comes and goes disappears when deleted,
-// and a killed process is marked stale rather than shown alive.
-TEST_F(ZelmonTest, TopFollowsRatesDeletionsAndAKilledProcess) {
+// corrupt samples are counted, and a killed process is marked stale rather
+// than shown alive.
+TEST_F(ZelmonTest, TopFollowsRatesDeletionsCorruptSamplesAndAKilledProcess) {
     startDemos();
     Program top(zelmon({"top", "--json", "-t", "60"}));
     json frame;
@@ -239,6 +240,43 @@ TEST_F(ZelmonTest, TopFollowsRatesDeletionsAndAKilledProcess) {
             << "the writer was there before it left";
     EXPECT_EQ(triangleWriters.back(), 1);
 
+    // Samples of another type sent under a monitoring topic's type name
+    // arrive as octets that do not parse: the console counts them and goes on.
+    DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
+    DDS_DomainParticipant *hostile = DDS_DomainParticipantFactory_create_participant(
+            factory, kMonitoringDomain, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(hostile, nullptr);
+    const ZELDefaultMonitorCatalogueEntry &entry =
+            ZELDefaultMonitorCatalogue_g_entries[ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS];
+    ASSERT_EQ(dp_ShapeTypeSupport_register_type(hostile, entry.typeName), DDS_RETCODE_OK);
+    DDS_Topic *topic = DDS_DomainParticipant_create_topic(hostile, entry.topicName, entry.typeName,
+                                                          &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
+    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(hostile, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
+    auto *corrupt = dp_ShapeDataWriter_narrow(
+            DDS_Publisher_create_datawriter(publisher, topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0));
+    ASSERT_NE(corrupt, nullptr);
+    DDS_PublicationMatchedStatus matched{};
+    for (int attempt = 0; attempt < 200 && matched.current_count == 0; ++attempt) {
+        std::this_thread::sleep_for(50ms);
+        DDS_DataWriter_get_publication_matched_status(dp_ShapeDataWriter_as_datawriter(corrupt), &matched);
+    }
+    ASSERT_EQ(matched.current_count, 1);
+    // The shape's color arrives where the statistics' key is expected: a
+    // parameter far too short for it.
+    dp_Shape shape;
+    dp_Shape_initialize(&shape);
+    shape.color[0] = 'X';
+    shape.color[1] = '\0';
+    int64_t malformed = 0;
+    for (int frames = 0; frames < 20 && malformed == 0; ++frames) {
+        dp_ShapeDataWriter_write(corrupt, &shape, &DDS_HANDLE_NIL);
+        std::optional<std::string> line = top.readLine(25s);
+        ASSERT_TRUE(line.has_value());
+        malformed = json::parse(*line)["malformed_samples"];
+    }
+    dp_Shape_finalize(&shape);
+    EXPECT_GT(malformed, 0);
+
     const pid_t killed = publisher_->pid();
     publisher_->signal(SIGKILL);
     bool stale = false;
@@ -252,6 +290,9 @@ TEST_F(ZelmonTest, TopFollowsRatesDeletionsAndAKilledProcess) {
     }
     top.signal(SIGTERM);
     EXPECT_EQ(top.wait(), 0);
+    EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(hostile), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, hostile), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
 }
 
 // One pair of demos seen by ls (every entity under its parents with topic,
@@ -354,53 +395,6 @@ TEST_F(ZelmonTest, LsEchoTopInATerminalAndCheckDescribeTheRunningDemo) {
         });
         EXPECT_EQ(named, !clean) << problems.dump(2);
     }
-    stopDemos();
-}
-
-// Samples of another type sent under a monitoring topic's type name arrive
-// as octets that do not parse: the console counts them and goes on.
-TEST_F(ZelmonTest, CorruptMonitoringSamplesAreCountedNotFatal) {
-    startDemos();
-    Program top(zelmon({"top", "--json", "-t", "30"}));
-    DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
-    DDS_DomainParticipant *hostile = DDS_DomainParticipantFactory_create_participant(
-            factory, kMonitoringDomain, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
-    ASSERT_NE(hostile, nullptr);
-    const ZELDefaultMonitorCatalogueEntry &entry =
-            ZELDefaultMonitorCatalogue_g_entries[ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS];
-    ASSERT_EQ(dp_ShapeTypeSupport_register_type(hostile, entry.typeName), DDS_RETCODE_OK);
-    DDS_Topic *topic = DDS_DomainParticipant_create_topic(hostile, entry.topicName, entry.typeName,
-                                                          &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(hostile, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
-    auto *writer = dp_ShapeDataWriter_narrow(
-            DDS_Publisher_create_datawriter(publisher, topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0));
-    ASSERT_NE(writer, nullptr);
-    DDS_PublicationMatchedStatus matched{};
-    for (int attempt = 0; attempt < 200 && matched.current_count == 0; ++attempt) {
-        std::this_thread::sleep_for(50ms);
-        DDS_DataWriter_get_publication_matched_status(dp_ShapeDataWriter_as_datawriter(writer), &matched);
-    }
-    ASSERT_EQ(matched.current_count, 1);
-    // The shape's color arrives where the statistics' key is expected: a
-    // parameter far too short for it.
-    dp_Shape shape;
-    dp_Shape_initialize(&shape);
-    shape.color[0] = 'X';
-    shape.color[1] = '\0';
-    int64_t malformed = 0;
-    for (int frames = 0; frames < 20 && malformed == 0; ++frames) {
-        dp_ShapeDataWriter_write(writer, &shape, &DDS_HANDLE_NIL);
-        std::optional<std::string> line = top.readLine(25s);
-        ASSERT_TRUE(line.has_value());
-        malformed = json::parse(*line)["malformed_samples"];
-    }
-    dp_Shape_finalize(&shape);
-    EXPECT_GT(malformed, 0);
-    top.signal(SIGTERM);
-    EXPECT_EQ(top.wait(), 0);
-    EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(hostile), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, hostile), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
     stopDemos();
 }
 
