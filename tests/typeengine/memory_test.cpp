@@ -19,8 +19,8 @@ void fill(Appendable &s) {
     ASSERT_TRUE(DDS_LongSeq_from_array(&s.values, values, 3));
     const char *tags[] = {"tag", "tag"};
     ASSERT_TRUE(DDS_StringSeq_from_array(&s.tags, tags, 2));
-    ASSERT_TRUE(ZELSequence_ensure_length(reinterpret_cast<ZELSequence *>(&s.points), Point_g_desc.sequenceElementType, 2,
-                                          2, "test"));
+    ASSERT_TRUE(ZELSequence_ensure_length(reinterpret_cast<ZELSequence *>(&s.points), Point_g_desc.sequenceElementType,
+                                          2, 2, "test"));
     s.points._contiguous_buffer[1] = Point{3, 4};
     replaceText(&s.notes, "longer than the empty string it replaces");
 }

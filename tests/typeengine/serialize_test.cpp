@@ -146,8 +146,8 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
     Buffer buffer;
     const char lead = 0x11;
     ASSERT_TRUE(ZELCdrStream_serializePrimitive(&buffer.stream, &lead, 1));
-    ASSERT_TRUE(
-            ZELCdrType_serializeSample(&FinalAll_g_desc, &final, &buffer.stream, DDS_BOOLEAN_TRUE, 0, DDS_BOOLEAN_TRUE));
+    ASSERT_TRUE(ZELCdrType_serializeSample(&FinalAll_g_desc, &final, &buffer.stream, DDS_BOOLEAN_TRUE, 0,
+                                           DDS_BOOLEAN_TRUE));
     EXPECT_EQ(buffer.written(), hex(std::string("11 00 00 00 00") + kFinalBigEndian));
     // The caller's skip-sentinel flag drops the outer sentinel only, and is
     // set again afterwards.
@@ -193,8 +193,8 @@ TEST_F(TypeSerializeTest, BoundsAreEnforcedOnStringsAndSequences) {
                                                      "00 00 | 00 00 00 01 00",
                                                      true}}) {
         Buffer announced(hex(octets));
-        EXPECT_EQ(ZELCdrType_deserializeSample(&Appendable_g_desc, &appendable.value, &announced.stream, DDS_BOOLEAN_TRUE,
-                                               DDS_BOOLEAN_TRUE),
+        EXPECT_EQ(ZELCdrType_deserializeSample(&Appendable_g_desc, &appendable.value, &announced.stream,
+                                               DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE),
                   accepted)
                 << octets;
     }
