@@ -51,7 +51,7 @@ void fill(OuterMutable &s) {
 }
 
 void fill(Big &s) {
-    s.small = 5;
+    s.first = 5;
     const DDS_Octet blob[] = {0xaa, 0xbb};
     ASSERT_TRUE(DDS_OctetSeq_from_array(&s.blob, blob, 2));
     s.inner.a = 3;
