@@ -191,20 +191,10 @@ TEST_F(MonitorHookTest, TwoParticipantsReportEveryEntityEventBetweenAttachAndDet
             lifeOf(writing, {{0x10, P},  {0x100, T}, {0x110, T}, {0x200, G}, {0x210, G}, {0x400, W}, {0x410, W},
                              {0x700, W}, {0x600, W}, {0x20, P},  {0x120, T}, {0x220, G}, {0x420, W}, {0x630, W},
                              {0x730, W}, {0x241, G}, {0x431, W}, {0x231, G}, {0x131, T}, {0x41, P}});
-    const std::vector<Call> expectedReading = lifeOf(reading, {{0x10, P},
-                                                               {0x100, T},
-                                                               {0x110, T},
-                                                               {0x300, S},
-                                                               {0x310, S},
-                                                               {0x500, R},
-                                                               {0x700, R},
-                                                               {0x510, R},
-                                                               {0x320, S},
-                                                               {0x520, R},
-                                                               {0x531, R},
-                                                               {0x730, R},
-                                                               {0x331, S},
-                                                               {0x131, T}});
+    const std::vector<std::pair<DDS_Long, DDS_EntityKind_t>> readingEvents = {
+            {0x10, P},  {0x100, T}, {0x110, T}, {0x300, S}, {0x310, S}, {0x500, R}, {0x700, R},
+            {0x510, R}, {0x320, S}, {0x520, R}, {0x531, R}, {0x730, R}, {0x331, S}, {0x131, T}};
+    const std::vector<Call> expectedReading = lifeOf(reading, readingEvents);
     EXPECT_EQ(callsOf(writing), expectedWriting);
     EXPECT_EQ(callsOf(reading), expectedReading);
     // One create first and one delete last around them, with the default
@@ -251,61 +241,40 @@ TEST_F(MonitorHookTest, FailuresAreLoggedAndLeaveTheParticipantUnmonitored) {
     char reason[256] = "";
     EXPECT_EQ(ZELOsapiLibrary_open("no_such_monitor", reason, sizeof reason), nullptr);
     struct Case {
-        const char *what;
         Properties properties;
-        recording::Script script;
         const ZELLogMessage *message;
         std::string text;
-        long creates;
+        long creates = 0;
+        recording::Script script = {};
     };
     recording::Script createFails;
     createFails.createFails = true;
     createFails.createResult = DDS_MONITOR_RESULT_FAILURE;
     recording::Script versionRefused = createFails;
     versionRefused.createResult = DDS_MONITOR_RESULT_VERSION_NOT_SUPPORTED;
+    const char *const library = "zel.monitor.library";
+    const char *const function = "zel.monitor.create_function";
+    const char *const address = "zel.monitor.create_function_ptr";
     const std::vector<Case> cases = {
-            {"missing library",
-             {{"zel.monitor.library", "no_such_monitor"}, {"zel.monitor.create_function", "RecordingMonitor_create"}},
-             {},
+            {{{library, "no_such_monitor"}, {function, "RecordingMonitor_create"}},
              &ZEL_LOG_GET_FAILURE_s,
-             std::string("monitor library no_such_monitor: ") + reason,
-             0},
-            {"missing symbol",
-             {{"zel.monitor.library", "recording_monitor"}, {"zel.monitor.create_function", "NoSuchCreate"}},
-             {},
+             std::string("monitor library no_such_monitor: ") + reason},
+            {{{library, "recording_monitor"}, {function, "NoSuchCreate"}},
              &ZEL_LOG_GET_FAILURE_s,
-             "monitor create function NoSuchCreate in recording_monitor",
-             0},
-            {"library without function",
-             {{"zel.monitor.library", "recording_monitor"}},
-             {},
+             "monitor create function NoSuchCreate in recording_monitor"},
+            {{{library, "recording_monitor"}},
              &ZEL_LOG_PRECONDITION_NOT_MET_s,
-             "zel.monitor.library without zel.monitor.create_function",
-             0},
-            {"function without library",
-             {{"zel.monitor.create_function", "RecordingMonitor_create"}},
-             {},
+             "zel.monitor.library without zel.monitor.create_function"},
+            {{{function, "RecordingMonitor_create"}},
              &ZEL_LOG_PRECONDITION_NOT_MET_s,
-             "zel.monitor.create_function without zel.monitor.library",
-             0},
-            {"address not a number",
-             {{"zel.monitor.create_function_ptr", "0x12g"}},
-             {},
-             &ZEL_LOG_BAD_PARAMETER_s,
-             "zel.monitor.create_function_ptr \"0x12g\"",
-             0},
-            {"signed address",
-             {{"zel.monitor.create_function_ptr", "-12"}},
-             {},
-             &ZEL_LOG_BAD_PARAMETER_s,
-             "zel.monitor.create_function_ptr \"-12\"",
-             0},
-            {"create fails", kByName, createFails, &ZEL_LOG_CREATION_FAILURE_s, "monitor", 1},
-            {"version refused", kByName, versionRefused, &ZEL_LOG_CREATION_FAILURE_s,
-             "monitor: version 5.1.0.0 not supported", 1},
+             "zel.monitor.create_function without zel.monitor.library"},
+            {{{address, "0x12g"}}, &ZEL_LOG_BAD_PARAMETER_s, "zel.monitor.create_function_ptr \"0x12g\""},
+            {{{address, "-12"}}, &ZEL_LOG_BAD_PARAMETER_s, "zel.monitor.create_function_ptr \"-12\""},
+            {kByName, &ZEL_LOG_CREATION_FAILURE_s, "monitor", 1, createFails},
+            {kByName, &ZEL_LOG_CREATION_FAILURE_s, "monitor: version 5.1.0.0 not supported", 1, versionRefused},
     };
     for (const Case &c : cases) {
-        SCOPED_TRACE(c.what);
+        SCOPED_TRACE(c.text);
         recording::reset();
         recording::script() = c.script;
         zeltest::LogCapture capture;

@@ -27,31 +27,25 @@ void expectTime(const ZELNtpTime &time, int32_t sec, uint32_t frac) {
 }
 
 TEST(PublisherThreadTimeTest, DelaysAddWithACarryAndStayInfinite) {
-    ZELNtpTime time{};
-    const DDS_Duration_t halfSecond = {1, 500000000u};
-    ZELDefaultMonitorPublisherThread_durationToTimeI(&time, &halfSecond);
-    expectTime(time, 1, 0x7fffffffu);
-    const DDS_Duration_t almostOne = {0, 999999999u};
-    ZELDefaultMonitorPublisherThread_durationToTimeI(&time, &almostOne);
-    expectTime(time, 0, 0xfffffffbu);
-    const DDS_Duration_t infinite = DDS_DURATION_INFINITE;
-    ZELDefaultMonitorPublisherThread_durationToTimeI(&time, &infinite);
-    EXPECT_TRUE(ZELNtpTime_isInfinite(&time));
-
+    const ZELNtpTime end = {ZEL_NTP_TIME_SEC_MAX, ZEL_NTP_TIME_FRAC_MAX};
+    const std::pair<DDS_Duration_t, ZELNtpTime> durations[] = {
+            {{1, 500000000u}, {1, 0x7fffffffu}}, {{0, 999999999u}, {0, 0xfffffffbu}}, {DDS_DURATION_INFINITE, end}};
+    for (const auto &[duration, expected] : durations) {
+        ZELNtpTime time{};
+        ZELDefaultMonitorPublisherThread_durationToTimeI(&time, &duration);
+        expectTime(time, expected.sec, expected.frac);
+    }
     const ZELNtpTime now = timeOf(10, 0xf0000000u);
-    ZELNtpTime delay = timeOf(1, 0x20000000u);
-    ZELDefaultMonitorPublisherThread_addTimeI(&time, &now, &delay);
-    expectTime(time, 12, 0x10000000u);
-    delay = timeOf(2, 0x0fffffffu);
-    ZELDefaultMonitorPublisherThread_addTimeI(&time, &now, &delay);
-    expectTime(time, 12, 0xffffffffu);
-
-    const ZELNtpTime infiniteTime = ZEL_NTP_TIME_INFINITE;
-    const ZELNtpTime nearEnd = timeOf(ZEL_NTP_TIME_SEC_MAX - 1, 0xffffffffu);
-    for (const auto &[left, right] :
-         {std::pair{now, infiniteTime}, std::pair{infiniteTime, delay}, std::pair{nearEnd, timeOf(0, 1u)}}) {
+    const ZELNtpTime infinite = ZEL_NTP_TIME_INFINITE;
+    const std::array<ZELNtpTime, 3> sums[] = {{now, timeOf(1, 0x20000000u), timeOf(12, 0x10000000u)},
+                                              {now, timeOf(2, 0x0fffffffu), timeOf(12, 0xffffffffu)},
+                                              {now, infinite, end},
+                                              {infinite, timeOf(1, 0u), end},
+                                              {timeOf(ZEL_NTP_TIME_SEC_MAX - 1, 0xffffffffu), timeOf(0, 1u), end}};
+    for (const auto &[left, right, expected] : sums) {
+        ZELNtpTime time{};
         ZELDefaultMonitorPublisherThread_addTimeI(&time, &left, &right);
-        expectTime(time, ZEL_NTP_TIME_SEC_MAX, ZEL_NTP_TIME_FRAC_MAX);
+        expectTime(time, expected.sec, expected.frac);
     }
 }
 

@@ -6,7 +6,7 @@
 
 #include "engine_test_support.h"
 #include "heap_check.h"
-#include "test_types.h"
+#include "engine_types.h"
 #include "vurncore/sequence.h"
 
 namespace typetest {
@@ -26,7 +26,7 @@ void fill(FinalAll &s) {
                  0x0102030405060708ull,
                  1.5f,
                  -2.25,
-                 Color_BLUE,
+                 BLUE,
                  {7, 8, 0x7fffffff}};
 }
 
@@ -37,7 +37,7 @@ void fill(Appendable &s) {
     const char *tags[] = {"x", "yz"};
     ASSERT_TRUE(DDS_StringSeq_from_array(&s.tags, tags, 2));
     auto *points = reinterpret_cast<ZELSequence *>(&s.points);
-    ASSERT_TRUE(ZELSequence_ensure_length(points, Point_desc.sequenceElementType, 1, 2, "test"));
+    ASSERT_TRUE(ZELSequence_ensure_length(points, Point_g_desc.sequenceElementType, 1, 2, "test"));
     s.points._contiguous_buffer[0] = Point{1, -1};
     s.tail = 7;
     replaceText(&s.notes, "hello");
@@ -51,7 +51,7 @@ void fill(OuterMutable &s) {
 }
 
 void fill(Big &s) {
-    s.small = 5;
+    s.first = 5;
     const DDS_Octet blob[] = {0xaa, 0xbb};
     ASSERT_TRUE(DDS_OctetSeq_from_array(&s.blob, blob, 2));
     s.inner.a = 3;
@@ -70,11 +70,11 @@ const char *const kOuterListBigEndian =
 TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
     FinalAll final;
     fill(final);
-    Sample<Appendable> appendable(&Appendable_desc);
+    Sample<Appendable> appendable(&Appendable_g_desc);
     fill(appendable.value);
-    Sample<OuterMutable> outer(&OuterMutable_desc);
+    Sample<OuterMutable> outer(&OuterMutable_g_desc);
     fill(outer.value);
-    Sample<Big> big(&Big_desc);
+    Sample<Big> big(&Big_g_desc);
     fill(big.value);
     // Stale octets in the C layout's padding must not reach the stream.
     CountersHolder holder;
@@ -82,6 +82,7 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
     holder.id = 42;
     holder.counters = {0x0102030405060708, -1, 0x5a, 7};
     std::memset(&holder.counters.flag + 1, 0xee, offsetof(Counters, next) - offsetof(Counters, flag) - 1);
+    NestedHolder nested{1, holder};
     const struct {
         const char *name;
         const ZELCdrTypeDesc *type;
@@ -89,24 +90,24 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
         uint16_t encapsulationId;
         std::string octets;
     } cases[] = {
-            {"final: plain CDR", &FinalAll_desc, &final, 0, std::string("00 00 00 00") + kFinalBigEndian},
-            {"final, little-endian", &FinalAll_desc, &final, 1,
+            {"final: plain CDR", &FinalAll_g_desc, &final, 0, std::string("00 00 00 00") + kFinalBigEndian},
+            {"final, little-endian", &FinalAll_g_desc, &final, 1,
              "00 01 00 00 | 01 ab 7a 00 | fe ff 34 12 | fd ff ff ff | 04 03 02 01 | fb ff ff ff ff ff ff ff |"
              "08 07 06 05 04 03 02 01 | 00 00 c0 3f | 00 00 00 00 | 00 00 00 00 00 00 02 c0 |"
              "02 00 00 00 | 07 00 00 00 | 08 00 00 00 | ff ff ff 7f"},
-            {"appendable: strings and sequences aligned", &Appendable_desc, &appendable.value, 0,
+            {"appendable: strings and sequences aligned", &Appendable_g_desc, &appendable.value, 0,
              "00 00 00 00 | 00 00 00 04 61 62 63 00 | 00 00 00 02 00 00 00 01 00 00 00 02 |"
              "00 00 00 02 | 00 00 00 02 78 00 00 00 | 00 00 00 03 79 7a 00 00 |"
              "00 00 00 01 | 00 01 00 00 ff ff ff ff | 00 07 00 00 | 00 00 00 06 68 65 6c 6c 6f 00"},
-            {"mutable: short headers, each list its sentinel", &OuterMutable_desc, &outer.value, 0,
+            {"mutable: short headers, each list its sentinel", &OuterMutable_g_desc, &outer.value, 0,
              std::string("00 02 00 00 |") + kOuterListBigEndian + "7f 02 00 00"},
-            {"mutable, little-endian", &OuterMutable_desc, &outer.value, 1,
+            {"mutable, little-endian", &OuterMutable_g_desc, &outer.value, 1,
              "00 03 00 00 | 00 00 04 00 | 44 33 22 11 | 01 00 18 00 |"
              "   00 00 04 00 | ff ff 00 00 | 01 00 08 00 | 03 00 00 00 6f 6b 00 00 | 02 7f 00 00 |"
              "02 00 04 00 | 5a 00 00 00 | 02 7f 00 00"},
             // Primitive members keep short headers; the nested list follows
             // the outer decision although it is small itself.
-            {"over 64 KiB: extended headers down to nested lists", &Big_desc, &big.value, 0,
+            {"over 64 KiB: extended headers down to nested lists", &Big_g_desc, &big.value, 0,
              "00 02 00 00 | 00 00 00 04 | 00 00 00 05 |"
              "7f 01 00 08 | 00 00 00 01 | 00 00 00 08 | 00 00 00 02 aa bb 00 00 |"
              "7f 01 00 08 | 00 00 00 02 | 00 00 00 20 |"
@@ -115,13 +116,17 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
              "7f 02 00 00"},
             // A struct laid out as its CDR form, padded to its first member
             // after a header, with zeros inside.
-            {"plain struct in a list, little-endian", &CountersHolder_desc, &holder, 1,
+            {"plain struct in a list, little-endian", &CountersHolder_g_desc, &holder, 1,
              "00 03 00 00 | 00 00 04 00 | 2a 00 00 00 | 01 00 18 00 | 00 00 00 00 | 08 07 06 05 04 03 02 01 |"
              "ff ff ff ff | 5a 00 00 00 | 07 00 00 00 | 02 7f 00 00"},
-            {"plain struct in a list, big-endian", &CountersHolder_desc, &holder, 0,
+            {"plain struct in a list, big-endian", &CountersHolder_g_desc, &holder, 0,
              "00 02 00 00 | 00 00 00 04 | 00 00 00 2a | 00 01 00 18 | 00 00 00 00 | 01 02 03 04 05 06 07 08 |"
              "ff ff ff ff | 5a 00 00 00 | 00 00 00 07 | 7f 02 00 00"},
-            {"the nested type alone: short headers", &InnerMutable_desc, &big.value.inner, 0,
+            // The origin stays the sample's inside a nested list: no padding.
+            {"plain struct in a nested list", &NestedHolder_g_desc, &nested, 0,
+             "00 02 00 00 | 00 00 00 04 | 00 00 00 01 | 00 01 00 24 | 00 00 00 04 | 00 00 00 2a | 00 01 00 14 |"
+             "01 02 03 04 05 06 07 08 | ff ff ff ff | 5a 00 00 00 | 00 00 00 07 | 7f 02 00 00 | 7f 02 00 00"},
+            {"the nested type alone: short headers", &InnerMutable_g_desc, &big.value.inner, 0,
              "00 02 00 00 | 00 00 00 04 | 00 03 00 00 | 00 01 00 08 | 00 00 00 03 68 69 00 00 | 7f 02 00 00"},
     };
     for (const auto &c : cases) {
@@ -141,44 +146,44 @@ TEST_F(TypeSerializeTest, EachExtensibilityHasItsExactFormInBothByteOrders) {
     Buffer buffer;
     const char lead = 0x11;
     ASSERT_TRUE(ZELCdrStream_serializePrimitive(&buffer.stream, &lead, 1));
-    ASSERT_TRUE(
-            ZELCdrType_serializeSample(&FinalAll_desc, &final, &buffer.stream, DDS_BOOLEAN_TRUE, 0, DDS_BOOLEAN_TRUE));
+    ASSERT_TRUE(ZELCdrType_serializeSample(&FinalAll_g_desc, &final, &buffer.stream, DDS_BOOLEAN_TRUE, 0,
+                                           DDS_BOOLEAN_TRUE));
     EXPECT_EQ(buffer.written(), hex(std::string("11 00 00 00 00") + kFinalBigEndian));
     // The caller's skip-sentinel flag drops the outer sentinel only, and is
     // set again afterwards.
     Buffer skipping;
     skipping.stream.skipSentinel = ZEL_TRUE;
-    ASSERT_TRUE(ZELCdrType_serializeSample(&OuterMutable_desc, &outer.value, &skipping.stream, DDS_BOOLEAN_FALSE, 0,
+    ASSERT_TRUE(ZELCdrType_serializeSample(&OuterMutable_g_desc, &outer.value, &skipping.stream, DDS_BOOLEAN_FALSE, 0,
                                            DDS_BOOLEAN_TRUE));
     EXPECT_EQ(skipping.written(), hex(kOuterListBigEndian));
     EXPECT_EQ(skipping.stream.skipSentinel, ZEL_TRUE);
 }
 
 TEST_F(TypeSerializeTest, EncapsulationIdentifierFollowsTheTypeAndUnknownOnesFail) {
-    Sample<OuterMutable> outer(&OuterMutable_desc);
+    Sample<OuterMutable> outer(&OuterMutable_g_desc);
     FinalAll final{};
     Octets octets;
     for (uint16_t requested = 0; requested <= 4; ++requested) {  // parameter-list forms only
-        ASSERT_EQ(serializes(&OuterMutable_desc, &outer.value, requested, &octets), requested <= 3) << requested;
+        ASSERT_EQ(serializes(&OuterMutable_g_desc, &outer.value, requested, &octets), requested <= 3) << requested;
         EXPECT_TRUE(requested > 3 || octets[1] == (requested | 2)) << requested;
     }
     for (uint16_t requested = 0; requested <= 2; ++requested) {  // plain forms only
-        ASSERT_EQ(serializes(&FinalAll_desc, &final, requested, &octets), requested <= 1) << requested;
+        ASSERT_EQ(serializes(&FinalAll_g_desc, &final, requested, &octets), requested <= 1) << requested;
         EXPECT_TRUE(requested > 1 || octets[1] == requested) << requested;
     }
 }
 
 TEST_F(TypeSerializeTest, BoundsAreEnforcedOnStringsAndSequences) {
-    Sample<TopicLike> topic(&TopicLike_desc);
+    Sample<TopicLike> topic(&TopicLike_g_desc);
     setText(topic.value.name, std::string(256, 'n').c_str());
-    EXPECT_TRUE(serializes(&TopicLike_desc, &topic.value, 0));
+    EXPECT_TRUE(serializes(&TopicLike_g_desc, &topic.value, 0));
     replaceText(&topic.value.name, std::string(257, 'n').c_str());
-    EXPECT_FALSE(serializes(&TopicLike_desc, &topic.value, 0));
+    EXPECT_FALSE(serializes(&TopicLike_g_desc, &topic.value, 0));
 
-    Sample<Appendable> appendable(&Appendable_desc);
+    Sample<Appendable> appendable(&Appendable_g_desc);
     const DDS_Long values[] = {1, 2, 3, 4};
     ASSERT_TRUE(DDS_LongSeq_from_array(&appendable.value.values, values, 4));
-    EXPECT_FALSE(serializes(&Appendable_desc, &appendable.value, 0));
+    EXPECT_FALSE(serializes(&Appendable_g_desc, &appendable.value, 0));
     // Read side: a count or a string above the bound is refused too; the
     // bound itself is read.
     for (const auto &[octets, accepted] : {std::pair{"00 00 00 00 | 00 00 00 01 00 | 00 00 00 | 00 00 00 04", false},
@@ -188,15 +193,15 @@ TEST_F(TypeSerializeTest, BoundsAreEnforcedOnStringsAndSequences) {
                                                      "00 00 | 00 00 00 01 00",
                                                      true}}) {
         Buffer announced(hex(octets));
-        EXPECT_EQ(ZELCdrType_deserializeSample(&Appendable_desc, &appendable.value, &announced.stream, DDS_BOOLEAN_TRUE,
-                                               DDS_BOOLEAN_TRUE),
+        EXPECT_EQ(ZELCdrType_deserializeSample(&Appendable_g_desc, &appendable.value, &announced.stream,
+                                               DDS_BOOLEAN_TRUE, DDS_BOOLEAN_TRUE),
                   accepted)
                 << octets;
     }
 }
 
 TEST_F(TypeSerializeTest, ParameterListReadSkipsUnknownAndIgnoredIdsAndKeepsAbsentMembers) {
-    Sample<OuterMutable> sample(&OuterMutable_desc);
+    Sample<OuterMutable> sample(&OuterMutable_g_desc);
     sample.value.inner.a = 9;
     // An unknown id, `id` in the extended form, an ignored parameter, `flag`
     // with the must-understand bit; `inner` absent.
@@ -204,7 +209,7 @@ TEST_F(TypeSerializeTest, ParameterListReadSkipsUnknownAndIgnoredIdsAndKeepsAbse
             hex("00 02 00 00 | 00 03 00 04 | de ad be ef |"
                 "7f 01 00 08 | 00 00 00 00 | 00 00 00 04 | 00 00 00 2a |"
                 "3f 03 00 04 | 01 02 03 04 | 40 02 00 04 | 07 00 00 00 | 7f 02 00 00"));
-    ASSERT_TRUE(ZELCdrType_deserializeSample(&OuterMutable_desc, &sample.value, &buffer.stream, DDS_BOOLEAN_TRUE,
+    ASSERT_TRUE(ZELCdrType_deserializeSample(&OuterMutable_g_desc, &sample.value, &buffer.stream, DDS_BOOLEAN_TRUE,
                                              DDS_BOOLEAN_TRUE));
     EXPECT_EQ(sample.value.id, 42);
     EXPECT_EQ(sample.value.flag, 7);

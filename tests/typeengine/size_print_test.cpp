@@ -6,7 +6,7 @@
 #include "engine_test_support.h"
 #include "heap_check.h"
 #include "log_capture.h"
-#include "test_types.h"
+#include "engine_types.h"
 #include "vurncore/cdr_print.h"
 
 namespace typetest {
@@ -26,22 +26,22 @@ uint32_t sampleSize(const ZELCdrTypeDesc *type, const void *sample) {
 }
 
 TEST_F(TypeSizeTest, SizesMatchWhatIsWritten) {
-    EXPECT_EQ(maxSize(&FinalAll_desc), 68u);
-    EXPECT_EQ(minSize(&FinalAll_desc), 68u);
+    EXPECT_EQ(maxSize(&FinalAll_g_desc), 68u);
+    EXPECT_EQ(minSize(&FinalAll_g_desc), 68u);
     // From an odd alignment the padding differs; the result is the new alignment.
-    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&FinalAll_desc, DDS_BOOLEAN_FALSE, 0, 3), 72u);
-    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&FinalAll_desc, DDS_BOOLEAN_TRUE, 0, 3), 71u);
-    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&InnerMutable_desc, DDS_BOOLEAN_FALSE, 0, 0), 32u);
-    EXPECT_EQ(maxSize(&OuterMutable_desc), 60u);
+    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&FinalAll_g_desc, DDS_BOOLEAN_FALSE, 0, 3), 72u);
+    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&FinalAll_g_desc, DDS_BOOLEAN_TRUE, 0, 3), 71u);
+    EXPECT_EQ(ZELCdrType_getSerializedSampleMaxSize(&InnerMutable_g_desc, DDS_BOOLEAN_FALSE, 0, 0), 32u);
+    EXPECT_EQ(maxSize(&OuterMutable_g_desc), 60u);
 
-    Sample<OuterMutable> outer(&OuterMutable_desc);
-    Sample<TopicLike> topic(&TopicLike_desc);
-    Sample<Appendable> appendable(&Appendable_desc);
-    Sample<Big> big(&Big_desc);
-    const std::pair<const ZELCdrTypeDesc *, const void *> samples[] = {{&OuterMutable_desc, &outer.value},
-                                                                       {&TopicLike_desc, &topic.value},
-                                                                       {&Appendable_desc, &appendable.value},
-                                                                       {&Big_desc, &big.value}};
+    Sample<OuterMutable> outer(&OuterMutable_g_desc);
+    Sample<TopicLike> topic(&TopicLike_g_desc);
+    Sample<Appendable> appendable(&Appendable_g_desc);
+    Sample<Big> big(&Big_g_desc);
+    const std::pair<const ZELCdrTypeDesc *, const void *> samples[] = {{&OuterMutable_g_desc, &outer.value},
+                                                                       {&TopicLike_g_desc, &topic.value},
+                                                                       {&Appendable_g_desc, &appendable.value},
+                                                                       {&Big_g_desc, &big.value}};
     for (const auto &[type, sample] : samples) {  // an initialized sample is the smallest
         EXPECT_EQ(minSize(type), serialized(type, sample, 0).size()) << type->name;
     }
@@ -57,19 +57,19 @@ TEST_F(TypeSizeTest, SizesMatchWhatIsWritten) {
         EXPECT_EQ(sampleSize(type, sample), written) << type->name;
         EXPECT_GE(maxSize(type), written) << type->name;
     }
-    EXPECT_EQ(maxSize(&TopicLike_desc), sampleSize(&TopicLike_desc, &topic.value));
+    EXPECT_EQ(maxSize(&TopicLike_g_desc), sampleSize(&TopicLike_g_desc, &topic.value));
     // Extended headers from 64 KiB on; a type without cache computes the same.
-    EXPECT_GE(maxSize(&Big_desc), ZEL_CDR_EXTENDED_HEADER_THRESHOLD);
-    ZELCdrTypeDesc uncached = Big_desc;
+    EXPECT_GE(maxSize(&Big_g_desc), ZEL_CDR_EXTENDED_HEADER_THRESHOLD);
+    ZELCdrTypeDesc uncached = Big_g_desc;
     uncached.cache = nullptr;
-    EXPECT_EQ(maxSize(&uncached), maxSize(&Big_desc));
-    EXPECT_EQ(minSize(&uncached), minSize(&Big_desc));
-    EXPECT_EQ(serialized(&uncached, &big.value, 0), serialized(&Big_desc, &big.value, 0));
+    EXPECT_EQ(maxSize(&uncached), maxSize(&Big_g_desc));
+    EXPECT_EQ(minSize(&uncached), minSize(&Big_g_desc));
+    EXPECT_EQ(serialized(&uncached, &big.value, 0), serialized(&Big_g_desc, &big.value, 0));
 }
 
 TEST_F(TypeSizeTest, ConcurrentFirstUseComputesOneAnswer) {
     ZELCdrTypeCache cache{};
-    ZELCdrTypeDesc fresh = OuterMutable_desc;
+    ZELCdrTypeDesc fresh = OuterMutable_g_desc;
     fresh.cache = &cache;
     uint32_t results[4] = {};
     std::thread threads[4];
@@ -95,17 +95,17 @@ std::string printed(const zeltest::LogCapture &capture) {
 }
 
 TEST_F(TypeSizeTest, PrintShowsEveryMemberByNameOneLevelDeeper) {
-    Sample<Appendable> appendable(&Appendable_desc);
+    Sample<Appendable> appendable(&Appendable_g_desc);
     setText(appendable.value.name, "abc");
     const DDS_Long values[] = {1, -2};
     ASSERT_TRUE(DDS_LongSeq_from_array(&appendable.value.values, values, 2));
-    Sample<OuterMutable> outer(&OuterMutable_desc);
+    Sample<OuterMutable> outer(&OuterMutable_g_desc);
     outer.value.id = 12;
     setText(outer.value.inner.label, "ok");
     outer.value.flag = 0x5a;
 
     zeltest::LogCapture capture;
-    ZELCdrType_printSample(&Appendable_desc, &appendable.value, "appendable", 0);
+    ZELCdrType_printSample(&Appendable_g_desc, &appendable.value, "appendable", 0);
     EXPECT_EQ(printed(capture),
               "appendable:\n"
               "   name: \"abc\"\n"
@@ -117,8 +117,8 @@ TEST_F(TypeSizeTest, PrintShowsEveryMemberByNameOneLevelDeeper) {
               "   tail: 0\n"
               "   notes: \"\"\n");
     capture.clear();
-    ZELCdrType_printSample(&OuterMutable_desc, &outer.value, "outer", 1);
-    ZELCdrType_printSample(&OuterMutable_desc, nullptr, "none", 1);
+    ZELCdrType_printSample(&OuterMutable_g_desc, &outer.value, "outer", 1);
+    ZELCdrType_printSample(&OuterMutable_g_desc, nullptr, "none", 1);
     EXPECT_EQ(printed(capture),
               "   outer:\n"
               "      id: 12\n"

@@ -1,24 +1,18 @@
 // The monitoring types on the wire, octet by octet: a statistics topic type
-// with short parameter headers and a nested status wrapper, alignment that
-// runs on across parameters, and a bound that a writer enforces.
+// with short parameter headers and a nested status wrapper.
 #include <cstring>
-#include <string>
 
 #include <gtest/gtest.h>
 
 #include "DDSMonitoring.h"
 #include "heap_check.h"
-#include "log_capture.h"
 #include "types_test_support.h"
-#include "vurncore/dds_string.h"
 #include "zel_dds_monitoring.h"
 
 namespace {
 
 using typestest::Buffer;
-using typestest::cat;
 using typestest::Octets;
-using typestest::zeros;
 
 class WireOctetsTest : public zeltest::HeapCheckedTest {};
 
@@ -62,72 +56,6 @@ TEST_F(WireOctetsTest, StatisticsTopicTypeIsAShortHeaderParameterList) {
             zel_dds_monitoring_TopicEntityStatisticsPlugin_serialize(nullptr, &sample, &out.stream, 1, 0, 1, nullptr));
     EXPECT_EQ(out.written(), bigEndian);
     zel_dds_monitoring_TopicEntityStatistics_finalize(&sample);
-}
-
-// A 64-bit value inside a nested parameter is aligned to 8 from the origin
-// of the sample (the octet after the encapsulation header), not from the
-// start of its parameter: here it needs 4 octets of padding.
-TEST_F(WireOctetsTest, AlignmentRunsFromTheSampleOriginAcrossParameters) {
-    zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics sample;
-    ASSERT_TRUE(zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics_initialize(&sample));
-    sample.datareader_key = {{1, 2, 3, 4}};
-    for (int i = 0; i < 16; ++i) {
-        sample.publication_handle.value[i] = static_cast<DDS_Octet>(0x10 + i);
-    }
-    sample.publication_handle.length = 16;
-    sample.publication_handle.isValid = 1;
-    sample.period = {5, 0};
-    DDSMonitoring_DataReaderProtocolStatus &status = sample.datareader_protocol_status.status;
-    status.received_sample_count = 0x0102030405060708;
-    status.last_committed_sample_sequence_number = {2, 3};
-    status.uncommitted_sample_count = 0x11;
-
-    const Octets expected = cat({
-            {0x00, 0x02, 0x00, 0x00},
-            {0x00, 0x00, 0x00, 0x10, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 4},  // offset 0: datareader_key
-            {0x00, 0x01, 0x00, 0x18, 0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1a,
-             0x1b, 0x1c, 0x1d, 0x1e, 0x1f, 0x00, 0x00, 0x00, 0x10, 0x01, 0x00, 0x00, 0x00},  // 20: publication_handle,
-                                                                                             // 21 octets + 3
-            {0x00, 0x02, 0x00, 0x08, 0, 0, 0, 5, 0, 0, 0, 0},                                // 48: period
-            {0x00, 0x03, 0x01, 0x18},                          // 60: datareader_protocol_status, 280
-            {0x00, 0x00, 0x01, 0x10},                          // 64:   status, 272
-            {0x00, 0x00, 0x00, 0x00},                          // 68:   padding to 72
-            {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08},  // 72:   received_sample_count
-            zeros(29 * 8 + 2 * 8),                             //       the other counts, two sequence numbers
-            {0, 0, 0, 2, 0, 0, 0, 3},                          // 328:  last_committed_sample_sequence_number
-            {0, 0, 0, 0x11},                                   // 336:  uncommitted_sample_count
-            {0x7f, 0x02, 0x00, 0x00},                          // 340:  its sentinel
-            {0x7f, 0x02, 0x00, 0x00},                          // 344: sentinel
-    });
-    Buffer out(1024);
-    ASSERT_TRUE(zel_dds_monitoring_DataReaderEntityMatchedPublicationStatisticsPlugin_serialize(
-            nullptr, &sample, &out.stream, 1, 0, 1, nullptr));
-    EXPECT_EQ(out.written(), expected);
-    EXPECT_EQ(zel_dds_monitoring_DataReaderEntityMatchedPublicationStatisticsPlugin_get_serialized_sample_max_size(
-                      nullptr, 1, 0, 0),
-              expected.size());
-    zel_dds_monitoring_DataReaderEntityMatchedPublicationStatistics_finalize(&sample);
-}
-
-// A writer refuses a 257-character name in a string<256>, naming itself in
-// the log.
-TEST_F(WireOctetsTest, WriterRefusesAStringOverItsBound) {
-    zeltest::LogCapture log;
-    zel_dds_monitoring_TopicDescription topic;
-    ASSERT_TRUE(zel_dds_monitoring_TopicDescription_initialize(&topic));
-    std::memset(topic.topic_name, 'n', 256);
-    Buffer atBound(2048);
-    EXPECT_TRUE(
-            zel_dds_monitoring_TopicDescriptionPlugin_serialize(nullptr, &topic, &atBound.stream, 1, 0, 1, nullptr));
-    DDS_String_free(topic.topic_name);
-    topic.topic_name = DDS_String_dup(std::string(257, 'n').c_str());
-    ASSERT_NE(topic.topic_name, nullptr);
-    Buffer overBound(2048);
-    EXPECT_FALSE(
-            zel_dds_monitoring_TopicDescriptionPlugin_serialize(nullptr, &topic, &overBound.stream, 1, 0, 1, nullptr));
-    EXPECT_TRUE(log.contains("zel_dds_monitoring_TopicDescriptionPlugin_serialize", ZEL_LOG_ANY_FAILURE_s,
-                             "failure: serialize\n"));
-    zel_dds_monitoring_TopicDescription_finalize(&topic);
 }
 
 }  // namespace

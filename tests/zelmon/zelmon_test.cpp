@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <thread>
@@ -186,59 +187,11 @@ const json *findEntity(const json &entities, const std::string &kind, const std:
     return nullptr;
 }
 
-TEST_F(ZelmonTest, LsShowsEveryDemoEntityUnderItsParentsWithTopicTypeAndQos) {
-    startDemos();
-    Program ls(zelmon({"ls", "--json", "-t", "4"}));
-    const json entities = json::parse(ls.readAll())["entities"];
-    ASSERT_EQ(ls.wait(), 0);
-
-    struct Expected {
-        const char *kind, *participant, *topic, *reliability, *durability;
-        int matched;
-    };
-    const Expected expected[] = {
-            {"writer", "shapes-publisher", "Square", "RELIABLE", "TRANSIENT_LOCAL", 2},
-            {"writer", "shapes-publisher", "Circle", "BEST_EFFORT", "VOLATILE", 1},
-            {"reader", "shapes-subscriber", "Square", "RELIABLE", "TRANSIENT_LOCAL", 1},
-            {"reader", "shapes-subscriber", "Circle", "BEST_EFFORT", "VOLATILE", 1},
-            {"reader", "shapes-subscriber", "Circle", "RELIABLE", "VOLATILE", 0},
-    };
-    for (const Expected &e : expected) {
-        SCOPED_TRACE(std::string(e.kind) + " " + e.topic + " " + e.reliability);
-        const json *endpoint = findEntity(entities, e.kind, e.participant, e.topic, e.reliability);
-        ASSERT_NE(endpoint, nullptr);
-        EXPECT_EQ((*endpoint)["type_name"], "demo::Shape");
-        EXPECT_TRUE((*endpoint)["qos"]["durability"]["kind"].get<std::string>().starts_with(e.durability));
-        EXPECT_EQ((*endpoint)["matched"], e.matched);
-        // writer -> publisher -> participant; the topic is the participant's.
-        const json *group = nullptr;
-        for (const json &entity : entities) {
-            if (entity["key"] == (*endpoint)["parent"]) {
-                group = &entity;
-            }
-        }
-        ASSERT_NE(group, nullptr);
-        EXPECT_EQ((*group)["kind"], e.kind == std::string("writer") ? "publisher" : "subscriber");
-        EXPECT_EQ((*group)["parent"], (*endpoint)["participant"]);
-        const json *topic = findEntity(entities, "topic", e.participant, e.topic);
-        ASSERT_NE(topic, nullptr);
-        EXPECT_EQ((*topic)["key"], (*endpoint)["topic"]);
-    }
-    const json *filtered = nullptr;
-    for (const json &entity : entities) {
-        if (entity["kind"] == "reader" && entity["content_filtered"] == true) {
-            filtered = &entity;
-        }
-    }
-    ASSERT_NE(filtered, nullptr);
-    EXPECT_EQ((*filtered)["topic_name"], "Square");
-    stopDemos();
-}
-
 // One console process watching all along: rates follow what the demo
 // writes, the Triangle writer that comes and goes disappears when deleted,
-// and a killed process is marked stale rather than shown alive.
-TEST_F(ZelmonTest, TopFollowsRatesDeletionsAndAKilledProcess) {
+// corrupt samples are counted, and a killed process is marked stale rather
+// than shown alive.
+TEST_F(ZelmonTest, TopFollowsRatesDeletionsCorruptSamplesAndAKilledProcess) {
     startDemos();
     Program top(zelmon({"top", "--json", "-t", "60"}));
     json frame;
@@ -287,6 +240,43 @@ TEST_F(ZelmonTest, TopFollowsRatesDeletionsAndAKilledProcess) {
             << "the writer was there before it left";
     EXPECT_EQ(triangleWriters.back(), 1);
 
+    // Samples of another type sent under a monitoring topic's type name
+    // arrive as octets that do not parse: the console counts them and goes on.
+    DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
+    DDS_DomainParticipant *hostile = DDS_DomainParticipantFactory_create_participant(
+            factory, kMonitoringDomain, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
+    ASSERT_NE(hostile, nullptr);
+    const ZELDefaultMonitorCatalogueEntry &entry =
+            ZELDefaultMonitorCatalogue_g_entries[ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS];
+    ASSERT_EQ(dp_ShapeTypeSupport_register_type(hostile, entry.typeName), DDS_RETCODE_OK);
+    DDS_Topic *topic = DDS_DomainParticipant_create_topic(hostile, entry.topicName, entry.typeName,
+                                                          &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
+    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(hostile, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
+    auto *corrupt = dp_ShapeDataWriter_narrow(
+            DDS_Publisher_create_datawriter(publisher, topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0));
+    ASSERT_NE(corrupt, nullptr);
+    DDS_PublicationMatchedStatus matched{};
+    for (int attempt = 0; attempt < 200 && matched.current_count == 0; ++attempt) {
+        std::this_thread::sleep_for(50ms);
+        DDS_DataWriter_get_publication_matched_status(dp_ShapeDataWriter_as_datawriter(corrupt), &matched);
+    }
+    ASSERT_EQ(matched.current_count, 1);
+    // The shape's color arrives where the statistics' key is expected: a
+    // parameter far too short for it.
+    dp_Shape shape;
+    dp_Shape_initialize(&shape);
+    shape.color[0] = 'X';
+    shape.color[1] = '\0';
+    int64_t malformed = 0;
+    for (int frames = 0; frames < 20 && malformed == 0; ++frames) {
+        dp_ShapeDataWriter_write(corrupt, &shape, &DDS_HANDLE_NIL);
+        std::optional<std::string> line = top.readLine(25s);
+        ASSERT_TRUE(line.has_value());
+        malformed = json::parse(*line)["malformed_samples"];
+    }
+    dp_Shape_finalize(&shape);
+    EXPECT_GT(malformed, 0);
+
     const pid_t killed = publisher_->pid();
     publisher_->signal(SIGKILL);
     bool stale = false;
@@ -300,10 +290,54 @@ TEST_F(ZelmonTest, TopFollowsRatesDeletionsAndAKilledProcess) {
     }
     top.signal(SIGTERM);
     EXPECT_EQ(top.wait(), 0);
+    EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(hostile), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, hostile), DDS_RETCODE_OK);
+    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
 }
 
-TEST_F(ZelmonTest, EchoPrintsEveryMemberOfEverySampleType) {
+// One pair of demos seen by ls (every entity under its parents with topic,
+// type and QoS), echo (every member of every sample type), top in a real
+// terminal, and check.
+TEST_F(ZelmonTest, LsEchoTopInATerminalAndCheckDescribeTheRunningDemo) {
     startDemos();
+    Program ls(zelmon({"ls", "--json", "-t", "4"}));
+    const json entities = json::parse(ls.readAll())["entities"];
+    ASSERT_EQ(ls.wait(), 0);
+
+    struct Expected {
+        const char *kind, *participant, *topic, *reliability, *durability;
+        int matched;
+    };
+    const Expected expected[] = {
+            {"writer", "shapes-publisher", "Square", "RELIABLE", "TRANSIENT_LOCAL", 2},
+            {"writer", "shapes-publisher", "Circle", "BEST_EFFORT", "VOLATILE", 1},
+            {"reader", "shapes-subscriber", "Square", "RELIABLE", "TRANSIENT_LOCAL", 1},
+            {"reader", "shapes-subscriber", "Circle", "BEST_EFFORT", "VOLATILE", 1},
+            {"reader", "shapes-subscriber", "Circle", "RELIABLE", "VOLATILE", 0},
+    };
+    for (const Expected &e : expected) {
+        SCOPED_TRACE(std::string(e.kind) + " " + e.topic + " " + e.reliability);
+        const json *endpoint = findEntity(entities, e.kind, e.participant, e.topic, e.reliability);
+        ASSERT_NE(endpoint, nullptr);
+        EXPECT_EQ((*endpoint)["type_name"], "demo::Shape");
+        EXPECT_TRUE((*endpoint)["qos"]["durability"]["kind"].get<std::string>().starts_with(e.durability));
+        EXPECT_EQ((*endpoint)["matched"], e.matched);
+        // writer -> publisher -> participant; the topic is the participant's.
+        const auto group = std::find_if(entities.begin(), entities.end(),
+                                        [&](const json &entity) { return entity["key"] == (*endpoint)["parent"]; });
+        ASSERT_NE(group, entities.end());
+        EXPECT_EQ((*group)["kind"], e.kind == std::string("writer") ? "publisher" : "subscriber");
+        EXPECT_EQ((*group)["parent"], (*endpoint)["participant"]);
+        const json *topic = findEntity(entities, "topic", e.participant, e.topic);
+        ASSERT_NE(topic, nullptr);
+        EXPECT_EQ((*topic)["key"], (*endpoint)["topic"]);
+    }
+    const auto filtered = std::find_if(entities.begin(), entities.end(), [](const json &entity) {
+        return entity["kind"] == "reader" && entity["content_filtered"] == true;
+    });
+    ASSERT_NE(filtered, entities.end());
+    EXPECT_EQ((*filtered)["topic_name"], "Square");
+
     Program echo(zelmon({"echo", "-t", "4"}));
     std::map<std::string, json> firstOf;
     for (std::optional<std::string> line; (line = echo.readLine(20s));) {
@@ -327,36 +361,7 @@ TEST_F(ZelmonTest, EchoPrintsEveryMemberOfEverySampleType) {
             EXPECT_TRUE(at->second.contains(json::json_pointer(path))) << entry.topicName << path;
         }
     }
-    stopDemos();
-}
 
-TEST_F(ZelmonTest, CheckNamesTheIncompatibleReaderAndPassesAClean) {
-    struct Case {
-        bool clean;
-        int status;
-    };
-    for (const Case c : {Case{false, 1}, Case{true, 0}}) {
-        SCOPED_TRACE(c.clean ? "clean" : "incompatible reader");
-        startDemos(c.clean);
-        Program check(zelmon({"check", "--json", "-t", "4"}));
-        const json problems = json::parse(check.readAll())["problems"];
-        EXPECT_EQ(check.wait(), c.status) << problems.dump(2);
-        if (!c.clean) {
-            bool named = false;
-            for (const json &problem : problems) {
-                named = named ||
-                        (problem["kind"] == "incompatible-qos" &&
-                         problem["message"].get<std::string>().find("reader") == 0 &&
-                         problem["message"].get<std::string>().find("RELIABILITY (policy id 11)") != std::string::npos);
-            }
-            EXPECT_TRUE(named) << problems.dump(2);
-        }
-        stopDemos();
-    }
-}
-
-TEST_F(ZelmonTest, TopInARealTerminalShowsTheDemoWriters) {
-    startDemos();
     const std::string socket = "zelmon-test-" + std::to_string(getpid());
     std::string command;
     for (const std::string &arg : zelmon({"top"})) {
@@ -373,53 +378,23 @@ TEST_F(ZelmonTest, TopInARealTerminalShowsTheDemoWriters) {
     EXPECT_NE(screen.find("WRITER TOPIC"), std::string::npos) << screen;
     EXPECT_NE(screen.find("Square"), std::string::npos) << screen;
     EXPECT_NE(screen.find("shapes-publisher"), std::string::npos) << screen;
-    stopDemos();
-}
-
-// Samples of another type sent under a monitoring topic's type name arrive
-// as octets that do not parse: the console counts them and goes on.
-TEST_F(ZelmonTest, CorruptMonitoringSamplesAreCountedNotFatal) {
-    startDemos();
-    Program top(zelmon({"top", "--json", "-t", "30"}));
-    DDS_DomainParticipantFactory *factory = DDS_DomainParticipantFactory_get_instance();
-    DDS_DomainParticipant *hostile = DDS_DomainParticipantFactory_create_participant(
-            factory, kMonitoringDomain, &DDS_PARTICIPANT_QOS_DEFAULT, nullptr, 0);
-    ASSERT_NE(hostile, nullptr);
-    const ZELDefaultMonitorCatalogueEntry &entry =
-            ZELDefaultMonitorCatalogue_g_entries[ZEL_MONITOR_TOPIC_DATAWRITER_STATISTICS];
-    ASSERT_EQ(dp_ShapeTypeSupport_register_type(hostile, entry.typeName), DDS_RETCODE_OK);
-    DDS_Topic *topic = DDS_DomainParticipant_create_topic(hostile, entry.topicName, entry.typeName,
-                                                          &DDS_TOPIC_QOS_DEFAULT, nullptr, 0);
-    DDS_Publisher *publisher = DDS_DomainParticipant_create_publisher(hostile, &DDS_PUBLISHER_QOS_DEFAULT, nullptr, 0);
-    auto *writer = dp_ShapeDataWriter_narrow(
-            DDS_Publisher_create_datawriter(publisher, topic, &DDS_DATAWRITER_QOS_DEFAULT, nullptr, 0));
-    ASSERT_NE(writer, nullptr);
-    DDS_PublicationMatchedStatus matched{};
-    for (int attempt = 0; attempt < 200 && matched.current_count == 0; ++attempt) {
-        std::this_thread::sleep_for(50ms);
-        DDS_DataWriter_get_publication_matched_status(dp_ShapeDataWriter_as_datawriter(writer), &matched);
+    // check names the incompatible reader; against demos without it, it passes.
+    for (const bool clean : {false, true}) {
+        SCOPED_TRACE(clean ? "clean" : "incompatible reader");
+        if (clean) {
+            stopDemos();
+            startDemos(true);
+        }
+        Program check(zelmon({"check", "--json", "-t", "4"}));
+        const json problems = json::parse(check.readAll())["problems"];
+        EXPECT_EQ(check.wait(), clean ? 0 : 1) << problems.dump(2);
+        const bool named = std::any_of(problems.begin(), problems.end(), [](const json &problem) {
+            const std::string message = problem["message"];
+            return problem["kind"] == "incompatible-qos" && message.find("reader") == 0 &&
+                   message.find("RELIABILITY (policy id 11)") != std::string::npos;
+        });
+        EXPECT_EQ(named, !clean) << problems.dump(2);
     }
-    ASSERT_EQ(matched.current_count, 1);
-    // The shape's color arrives where the statistics' key is expected: a
-    // parameter far too short for it.
-    dp_Shape shape;
-    dp_Shape_initialize(&shape);
-    shape.color[0] = 'X';
-    shape.color[1] = '\0';
-    int64_t malformed = 0;
-    for (int frames = 0; frames < 20 && malformed == 0; ++frames) {
-        dp_ShapeDataWriter_write(writer, &shape, &DDS_HANDLE_NIL);
-        std::optional<std::string> line = top.readLine(25s);
-        ASSERT_TRUE(line.has_value());
-        malformed = json::parse(*line)["malformed_samples"];
-    }
-    dp_Shape_finalize(&shape);
-    EXPECT_GT(malformed, 0);
-    top.signal(SIGTERM);
-    EXPECT_EQ(top.wait(), 0);
-    EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(hostile), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, hostile), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
     stopDemos();
 }
 
