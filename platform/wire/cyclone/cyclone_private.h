@@ -155,13 +155,12 @@ struct ZELCycloneEndpointI {
 // The USER_DATA octets that name `guid`.
 void ZELCycloneGuid_toUserDataI(const ZELWireGuid *guid, bool vendorSpecific,
                                 uint8_t octets[ZEL_CYCLONE_USER_DATA_SIZE]);
-// The vurnc GUID that `qos` carries in its USER_DATA, else `cycloneGuid`'s.
 // Word `word` of a GUID in network order: its octets most significant first.
 inline uint32_t ZELCycloneGuid_wordI(const uint8_t *octets, int word) {
     return (uint32_t{octets[word * 4]} << 24) | (uint32_t{octets[word * 4 + 1]} << 16) |
            (uint32_t{octets[word * 4 + 2]} << 8) | uint32_t{octets[word * 4 + 3]};
 }
-
+// The vurnc GUID that `qos` carries in its USER_DATA, else `cycloneGuid`'s.
 void ZELCycloneGuid_fromQosI(const dds_qos_t *qos, const void *cycloneGuid, ZELWireGuid *guid, bool *vendorSpecific);
 // The matching QoS, ownership strength and lifespan of a discovered endpoint.
 void ZELCycloneRemote_fromQosI(const dds_qos_t *qos, ZELCycloneRemoteI *remote);
