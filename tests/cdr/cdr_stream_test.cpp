@@ -73,6 +73,17 @@ ZELBoolean skipPair(ZELCdrStream *stream, void *) {
 // Heap-checked: string sequence readers allocate.
 class CdrStreamTest : public zeltest::HeapCheckedTest {};
 
+using Op = std::function<bool(ZELCdrStream *)>;
+
+// Reads a value of type T and tells whether it is `expected`.
+template <class T>
+Op readsValue(T expected) {
+    return [expected](ZELCdrStream *s) {
+        T read{};
+        return ZELCdrStream_deserializePrimitive(s, &read, sizeof(T)) && read == expected;
+    };
+}
+
 // Writes an octet, moves the origin after it, then values of every width.
 bool writeMixed(ZELCdrStream *stream) {
     const uint8_t first = 0x11;
@@ -92,22 +103,11 @@ bool writeMixed(ZELCdrStream *stream) {
 
 TEST_F(CdrStreamTest, PrimitivesInBothByteOrdersAlignFromTheMovedOriginAndReadBack) {
     // The first octet, the 16-bit value, padding, 32, 64 bits, an octet, padding, a double.
-    const Octets big = join({{0x11},
-                             {0x22, 0x33},
-                             {0, 0},
-                             {0x44, 0x55, 0x66, 0x77},
-                             {0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF},
-                             {0x01},
-                             Octets(7, 0),
-                             {0x3F, 0xF0, 0, 0, 0, 0, 0, 0}});
-    const Octets little = join({{0x11},
-                                {0x33, 0x22},
-                                {0, 0},
-                                {0x77, 0x66, 0x55, 0x44},
-                                {0xFF, 0xEE, 0xDD, 0xCC, 0xBB, 0xAA, 0x99, 0x88},
-                                {0x01},
-                                Octets(7, 0),
-                                {0, 0, 0, 0, 0, 0, 0xF0, 0x3F}});
+    const Octets big = {0x11, 0x22, 0x33, 0, 0, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF,
+                        0x01, 0,    0,    0, 0, 0,    0,    0,    0x3F, 0xF0, 0,    0,    0,    0,    0,    0};
+    const Octets little = {0x11, 0x33, 0x22, 0,    0,    0x77, 0x66, 0x55, 0x44, 0xFF, 0xEE,
+                           0xDD, 0xCC, 0xBB, 0xAA, 0x99, 0x88, 0x01, 0,    0,    0,    0,
+                           0,    0,    0,    0,    0,    0,    0,    0,    0,    0xF0, 0x3F};
     for (const auto &[order, expected] :
          {std::pair{ZEL_CDR_BIG_ENDIAN, big}, std::pair{ZEL_CDR_LITTLE_ENDIAN, little}}) {
         SCOPED_TRACE(order);
@@ -124,30 +124,17 @@ TEST_F(CdrStreamTest, PrimitivesInBothByteOrdersAlignFromTheMovedOriginAndReadBa
         const std::vector<char> before = buffer;
         ZELCdrStream reader;
         ZELCdrStream_init(&reader, buffer.data(), 33, order);
-        uint8_t first = 0, octet = 0;
-        uint16_t u16 = 0;
-        uint32_t u32 = 0;
-        uint64_t u64 = 0;
-        double one = 0;
-        ASSERT_TRUE(ZELCdrStream_deserializePrimitive(&reader, &first, 1));
+        ASSERT_TRUE(readsValue<uint8_t>(0x11)(&reader));
         ZELCdrStream_resetAlignment(&reader);
-        ASSERT_TRUE(ZELCdrStream_deserializePrimitive(&reader, &u16, 2));
-        ASSERT_TRUE(ZELCdrStream_deserializePrimitive(&reader, &u32, 4));
-        ASSERT_TRUE(ZELCdrStream_deserializePrimitive(&reader, &u64, 8));
-        ASSERT_TRUE(ZELCdrStream_deserializePrimitive(&reader, &octet, 1));
-        ASSERT_TRUE(ZELCdrStream_deserializePrimitive(&reader, &one, 8));
-        EXPECT_EQ(first, 0x11);
-        EXPECT_EQ(u16, 0x2233);
-        EXPECT_EQ(u32, 0x44556677u);
-        EXPECT_EQ(u64, 0x8899AABBCCDDEEFFull);
-        EXPECT_EQ(octet, 0x01);
-        EXPECT_EQ(one, 1.0);
+        for (const Op &read :
+             {readsValue<uint16_t>(0x2233), readsValue<uint32_t>(0x44556677u),
+              readsValue<uint64_t>(0x8899AABBCCDDEEFFull), readsValue<uint8_t>(0x01), readsValue<double>(1.0)}) {
+            EXPECT_TRUE(read(&reader));
+        }
         EXPECT_EQ(ZELCdrStream_getRemainder(&reader), 0u);
         EXPECT_EQ(buffer, before);
     }
 }
-
-using Op = std::function<bool(ZELCdrStream *)>;
 
 // Runs an operation one octet into a buffer, so that aligned values need
 // padding; gives the position after it, or nothing if it failed.
@@ -160,15 +147,6 @@ std::optional<uint32_t> runAfterOneOctet(const Op &op, char *buffer, uint32_t le
                              : ZELCdrStream_deserializePrimitive(&stream, &first, 1)) &&
                       op(&stream);
     return done ? std::optional<uint32_t>(ZELCdrStream_getCurrentPositionOffset(&stream)) : std::nullopt;
-}
-
-// Reads a value of type T and tells whether it is `expected`.
-template <class T>
-Op readsValue(T expected) {
-    return [expected](ZELCdrStream *s) {
-        T read{};
-        return ZELCdrStream_deserializePrimitive(s, &read, sizeof(T)) && read == expected;
-    };
 }
 
 // Every operation writes exactly its octets over stale ones, and its readers

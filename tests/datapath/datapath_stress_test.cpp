@@ -136,26 +136,42 @@ TEST_F(ReaderWriterStressTest, StatusesAndCachesStayConsistentWhileEverythingHap
     EXPECT_GE(protocol.filtered_sample_count, 101 + 800);
 }
 
+// With the QoS of the stress above, then with the default QoS of a writer
+// that keeps what it writes.
 TEST_F(ReaderWriterStressTest, EveryAllocationFailureOnTheWayLeavesNothingBehind) {
     zeltest::LogCapture quiet;
     useHandClock();
-    long allocations = zeltest::forEachAllocationFailure([&](long) {
-        DDS_DataWriter *writer = createWriter();
-        DDS_DataReader *owned = createReader();
-        DDS_DataReader *filtered = createReader(DDS_ContentFilteredTopic_as_topicdescription(filter));
-        if (writer != nullptr && owned != nullptr && filtered != nullptr &&
-            write(writer, "red", 150) == DDS_RETCODE_OK && write(writer, "red", 5) == DDS_RETCODE_OK) {
-            advanceMs(5);  // deadlines and liveliness lapse
-            DDS_LivelinessChangedStatus liveliness{};
-            // A reader whose enabling failed is there, not enabled.
-            const DDS_ReturnCode_t result = DDS_DataReader_get_liveliness_changed_status(owned, &liveliness);
-            EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_NOT_ENABLED) << result;
-            take(filtered);
+    for (const bool defaults : {false, true}) {
+        SCOPED_TRACE(defaults);
+        if (defaults) {
+            ASSERT_EQ(DDS_Publisher_get_default_datawriter_qos(publisher, &writerQos), DDS_RETCODE_OK);
+            ASSERT_EQ(DDS_Subscriber_get_default_datareader_qos(subscriber, &readerQos), DDS_RETCODE_OK);
+            writerQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
         }
-        deleteEndpoints(owned, writer);
-        deleteEndpoints(filtered, nullptr);
-    });
-    EXPECT_GT(allocations, 20);
+        const long allocations = zeltest::forEachAllocationFailure([&](long) {
+            DDS_DataWriter *writer = createWriter();
+            DDS_DataReader *owned = createReader();
+            DDS_DataReader *filtered = createReader(DDS_ContentFilteredTopic_as_topicdescription(filter));
+            // A write fails with a result, never halfway.
+            const DDS_ReturnCode_t first = writer != nullptr ? write(writer, "red", 150) : DDS_RETCODE_ERROR;
+            EXPECT_TRUE(first == DDS_RETCODE_OK || first == DDS_RETCODE_OUT_OF_RESOURCES ||
+                        first == DDS_RETCODE_NOT_ENABLED || first == DDS_RETCODE_ERROR)
+                    << first;
+            if (owned != nullptr && filtered != nullptr && first == DDS_RETCODE_OK &&
+                write(writer, "red", 5) == DDS_RETCODE_OK) {
+                samples(owned, false);
+                advanceMs(5);  // deadlines and liveliness lapse
+                DDS_LivelinessChangedStatus liveliness{};
+                // A reader whose enabling failed is there, not enabled.
+                const DDS_ReturnCode_t result = DDS_DataReader_get_liveliness_changed_status(owned, &liveliness);
+                EXPECT_TRUE(result == DDS_RETCODE_OK || result == DDS_RETCODE_NOT_ENABLED) << result;
+                take(filtered);
+            }
+            deleteEndpoints(owned, writer);
+            deleteEndpoints(filtered, nullptr);
+        });
+        EXPECT_GT(allocations, 20);
+    }
 }
 
 }  // namespace

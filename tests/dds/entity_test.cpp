@@ -66,7 +66,16 @@ struct Tree {
     }
 };
 
-using EntityTest = zeltest::HeapCheckedTest;
+// Every test's tree, whatever of it was built, goes at its end.
+class EntityTest : public zeltest::HeapCheckedTest {
+protected:
+    void TearDown() override {
+        tree.destroy();
+        zeltest::HeapCheckedTest::TearDown();
+    }
+
+    Tree tree;
+};
 
 DDS_UnsignedLong kindOctet(const DDS_BuiltinTopicKey_t *key) {
     return static_cast<DDS_UnsignedLong>(key->value[3]) & 0xffu;
@@ -74,7 +83,6 @@ DDS_UnsignedLong kindOctet(const DDS_BuiltinTopicKey_t *key) {
 
 TEST_F(EntityTest, DeletionIsRefusedWhileChildrenOrUsersExistAndAcrossParents) {
     zeltest::LogCapture log;
-    Tree tree;
     ASSERT_TRUE(tree.build());
     EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(tree.factory, tree.participant),
               DDS_RETCODE_PRECONDITION_NOT_MET);
@@ -109,7 +117,6 @@ TEST_F(EntityTest, DeletionIsRefusedWhileChildrenOrUsersExistAndAcrossParents) {
     EXPECT_EQ(DDS_DomainParticipant_lookup_topicdescription(tree.participant, "Plain"), nullptr);
     EXPECT_TRUE(log.contains("DDS_DomainParticipantFactory_delete_participant", ZEL_LOG_PRECONDITION_NOT_MET_s,
                              "precondition not met: participant has entities\n"));
-    tree.destroy();
 }
 
 // The monitor keeps its own publisher and topics on a monitored
@@ -117,7 +124,6 @@ TEST_F(EntityTest, DeletionIsRefusedWhileChildrenOrUsersExistAndAcrossParents) {
 // participant waits for the monitor to have removed them.
 TEST_F(EntityTest, VendorSpecificGroupsAndTopicsAreLeftToTheirOwner) {
     zeltest::LogCapture log;
-    Tree tree;
     ASSERT_TRUE(tree.build());
     DDS_PublisherQos publisherQos = DDS_PublisherQos_INITIALIZER;
     DDS_TopicQos topicQos = DDS_TopicQos_INITIALIZER;
@@ -153,11 +159,9 @@ TEST_F(EntityTest, VendorSpecificGroupsAndTopicsAreLeftToTheirOwner) {
     ASSERT_EQ(DDS_Publisher_delete_contained_entities(ownPublisher), DDS_RETCODE_OK);
     ASSERT_EQ(DDS_DomainParticipant_delete_publisher(tree.participant, ownPublisher), DDS_RETCODE_OK);
     ASSERT_EQ(DDS_DomainParticipant_delete_topic(tree.participant, ownTopic), DDS_RETCODE_OK);
-    tree.destroy();
 }
 
 TEST_F(EntityTest, KeysCarryKindOctetsVendorBitAndAreUnique) {
-    Tree tree;
     ASSERT_TRUE(tree.build());
     DDS_BuiltinTopicKey_t participantKey;
     ASSERT_EQ(DDS_DomainParticipant_get_builtin_topic_key(tree.participant, &participantKey), DDS_RETCODE_OK);
@@ -192,7 +196,6 @@ TEST_F(EntityTest, KeysCarryKindOctetsVendorBitAndAreUnique) {
     DDS_InstanceHandle_t handle = DDS_Entity_get_instance_handle(DDS_DataWriter_as_entity(tree.writer));
     EXPECT_EQ(handle.value[15], 0x02);
     EXPECT_EQ(handle.length, 16u);
-    tree.destroy();
 }
 
 TEST_F(EntityTest, EnablingFollowsParentsAndAutoenable) {
@@ -203,7 +206,6 @@ TEST_F(EntityTest, EnablingFollowsParentsAndAutoenable) {
     ASSERT_EQ(DDS_DomainParticipantFactory_set_qos(factory, &factoryQos), DDS_RETCODE_OK);
     DDS_DomainParticipantFactoryQos_finalize(&factoryQos);
 
-    Tree tree;
     ASSERT_TRUE(tree.build());
     EXPECT_FALSE(DDS_Entity_is_enabled(DDS_DomainParticipant_as_entity(tree.participant)));
     EXPECT_FALSE(DDS_Entity_is_enabled(DDS_DataWriter_as_entity(tree.writer)));
@@ -226,13 +228,11 @@ TEST_F(EntityTest, EnablingFollowsParentsAndAutoenable) {
     EXPECT_EQ(DDS_Entity_get_entity_kind(DDS_DataWriter_as_entity(late)), DDS_DATAWRITER_ENTITY_KIND);
     EXPECT_EQ(DDS_Topic_narrow_from_entity(DDS_DataWriter_as_entity(late)), nullptr);
     EXPECT_EQ(DDS_Topic_narrow_from_entity(DDS_Topic_as_entity(tree.topic)), tree.topic);
-    tree.destroy();
 }
 
 // Publishers and subscribers fix presentation and the vendor-specific mark
 // once enabled; their other policies may change.
 TEST_F(EntityTest, GroupsRefuseChangesOfPresentationAndMarkOnceEnabled) {
-    Tree tree;
     ASSERT_TRUE(tree.build());
     DDS_PublisherQos publisherQos = DDS_PublisherQos_INITIALIZER;
     ASSERT_EQ(DDS_Publisher_get_qos(tree.publisher, &publisherQos), DDS_RETCODE_OK);
@@ -251,11 +251,9 @@ TEST_F(EntityTest, GroupsRefuseChangesOfPresentationAndMarkOnceEnabled) {
     subscriberQos.presentation.access_scope = DDS_GROUP_PRESENTATION_QOS;
     EXPECT_EQ(DDS_Subscriber_set_qos(tree.subscriber, &subscriberQos), DDS_RETCODE_IMMUTABLE_POLICY);
     DDS_SubscriberQos_finalize(&subscriberQos);
-    tree.destroy();
 }
 
 TEST_F(EntityTest, QosChangesAreCheckedForConsistencyAndImmutability) {
-    Tree tree;
     ASSERT_TRUE(tree.build());
     DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
     ASSERT_EQ(DDS_DataWriter_get_qos(tree.writer, &qos), DDS_RETCODE_OK);
@@ -290,7 +288,6 @@ TEST_F(EntityTest, QosChangesAreCheckedForConsistencyAndImmutability) {
     topicQos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     EXPECT_EQ(DDS_Topic_set_qos(tree.topic, &topicQos), DDS_RETCODE_IMMUTABLE_POLICY);
     DDS_TopicQos_finalize(&topicQos);
-    tree.destroy();
 }
 
 TEST_F(EntityTest, ProfilesGiveWriterQosByTopicPattern) {
@@ -316,7 +313,6 @@ TEST_F(EntityTest, ProfilesGiveWriterQosByTopicPattern) {
               DDS_RETCODE_BAD_PARAMETER);
     DDS_DataWriterQos_finalize(&read);
     DDS_DataWriterQos_finalize(&qos);
-    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
 }
 
 // A plug-in that guards its own lists with an exclusive area of level 5
@@ -330,7 +326,6 @@ TEST_F(EntityTest, LocksAreRecursiveOrderedAndNestInsideAPlugInsArea) {
     REDAExclusiveArea *pluginArea = REDAWorkerFactory_createExclusiveArea(workers, 5);
     ASSERT_NE(pluginArea, nullptr);
     ASSERT_TRUE(REDAWorker_enterExclusiveArea(worker, nullptr, pluginArea));
-    Tree tree;
     ASSERT_TRUE(tree.build());
     DDS_Entity *participant = DDS_DomainParticipant_as_entity(tree.participant);
     DDS_Entity *publisher = DDS_Publisher_as_entity(tree.publisher);
@@ -350,25 +345,24 @@ TEST_F(EntityTest, LocksAreRecursiveOrderedAndNestInsideAPlugInsArea) {
     EXPECT_EQ(DDS_Entity_unlock(writer), DDS_RETCODE_OK);
     EXPECT_TRUE(REDAWorker_leaveExclusiveArea(worker, nullptr, pluginArea));
     REDAWorkerFactory_destroyExclusiveArea(workers, pluginArea);
-    tree.destroy();
 }
 
 TEST_F(EntityTest, EveryAllocationFailureOfBuildingAndDeletingIsCleanlyRefused) {
     zeltest::LogCapture log;
     zeltest::forEachAllocationFailure([](long) {
-        Tree tree;
-        bool built = tree.build();
-        if (tree.factory == nullptr) {
+        Tree attempt;
+        const bool built = attempt.build();
+        if (attempt.factory == nullptr) {
             return;
         }
-        if (!built && tree.participant != nullptr) {
-            DDS_DomainParticipant_delete_contained_entities(tree.participant);
-            DDS_DomainParticipant_unregister_type(tree.participant, "K");
-            DDS_DomainParticipant_unregister_type(tree.participant, "N");
-            DDS_DomainParticipantFactory_delete_participant(tree.factory, tree.participant);
-            tree.participant = nullptr;
+        if (!built && attempt.participant != nullptr) {
+            DDS_DomainParticipant_delete_contained_entities(attempt.participant);
+            DDS_DomainParticipant_unregister_type(attempt.participant, "K");
+            DDS_DomainParticipant_unregister_type(attempt.participant, "N");
+            DDS_DomainParticipantFactory_delete_participant(attempt.factory, attempt.participant);
+            attempt.participant = nullptr;
         }
-        tree.destroy();
+        attempt.destroy();
     });
 }
 
@@ -399,7 +393,6 @@ TEST_F(EntityTest, ThreadsCreateAndDeleteConcurrently) {
     EXPECT_EQ(DDS_DomainParticipant_delete_contained_entities(shared), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipant_unregister_type(shared, "K"), DDS_RETCODE_OK);
     EXPECT_EQ(DDS_DomainParticipantFactory_delete_participant(factory, shared), DDS_RETCODE_OK);
-    EXPECT_EQ(DDS_DomainParticipantFactory_finalize_instance(), DDS_RETCODE_OK);
 }
 
 }  // namespace

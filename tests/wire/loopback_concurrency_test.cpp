@@ -20,10 +20,8 @@ struct Tracker : Recorder {
     static void onReplay(void *context, ZELWireWriter *writer, ZELWireReplay *replay, const ZELWireGuid *) {
         auto *self = static_cast<Tracker *>(static_cast<Recorder *>(context));
         self->add("replay");
-        static const uint8_t payload[4] = {0, 1, 0, 0};
-        ZELWireSample s{};
-        s.data = payload;
-        s.size = sizeof payload;
+        static const std::vector<uint8_t> payload{0, 1, 0, 0};
+        const ZELWireSample s = WireTest::sample(0, 0, payload);
         EXPECT_TRUE(self->ops->writeReplay(writer, replay, &s));
         self->ops->replayDone(writer, replay);
     }

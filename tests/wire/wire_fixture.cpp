@@ -14,8 +14,6 @@ ZELWireEndpointQos offeredQos() {
     ZELWireEndpointQos qos{};
     qos.reliabilityKind = 1;
     qos.durabilityKind = 1;
-    qos.deadlinePeriod = ZELNtpTime{0, 0};
-    qos.livelinessKind = 0;
     qos.livelinessLeaseDuration = ZELNtpTime{1, 0};
     return qos;
 }

@@ -38,6 +38,11 @@ struct Recorder {
 };
 
 class WireTest : public zeltest::HeapCheckedTest {
+public:
+    // A data sample whose key hash starts with `key`.
+    static ZELWireSample sample(uint8_t key, int64_t sequenceNumber, const std::vector<uint8_t> &payload,
+                                ZELWireSampleKind kind = ZEL_WIRE_SAMPLE_DATA);
+
 protected:
     // The wire under test, by name.
     virtual const char *wireName() const { return "loopback"; }
@@ -51,10 +56,6 @@ protected:
                           const char *topic = "Square", ZELWireEndpointQos qos = offeredQos());
     ZELWireReader *reader(ZELWireParticipant *participant, uint32_t entity, Recorder *recorder,
                           const char *topic = "Square", ZELWireEndpointQos qos = requestedQos());
-    // A data sample whose key hash starts with `key`.
-    static ZELWireSample sample(uint8_t key, int64_t sequenceNumber, const std::vector<uint8_t> &payload,
-                                ZELWireSampleKind kind = ZEL_WIRE_SAMPLE_DATA);
-
     const ZELWireOps *ops_ = nullptr;
     ZELWire *wire_ = nullptr;
     std::vector<ZELWireParticipant *> participants_;
