@@ -369,7 +369,11 @@ TEST_F(ZelmonTest, LsEchoTopInATerminalAndCheckDescribeTheRunningDemo) {
     }
     ASSERT_EQ(std::system(("tmux -L " + socket + " new-session -d -x 150 -y 40 '" + command + "'").c_str()), 0);
     std::string screen;
-    for (int attempt = 0; attempt < 40 && screen.find("shapes-publisher") == std::string::npos; ++attempt) {
+    // Entities show up as their descriptions arrive: wait for the last one looked for.
+    const auto shown = [&screen] {
+        return screen.find("shapes-publisher") != std::string::npos && screen.find("Square") != std::string::npos;
+    };
+    for (int attempt = 0; attempt < 40 && !shown(); ++attempt) {
         std::this_thread::sleep_for(500ms);
         Program capture({"/usr/bin/tmux", "-L", socket, "capture-pane", "-p"});
         screen = capture.readAll();
