@@ -193,7 +193,10 @@ struct Sample {
 // ---- the copies of this program ----
 
 // Writes samples of `size` octets as fast as the reliable protocol lets it
-// until asked to stop; a write that times out on a full history is retried.
+// until asked to stop, then prints how many writes stalled: a write that
+// finds the history full blocks, and fails after the writer's blocking time
+// (reported as an error, not a timeout, by the platform today); it is
+// retried.
 int runWriter(int domain, long size) {
     Application app(domain);
     rtpsbench_PayloadDataWriter *writer = app.ready() ? app.writer("rtpsbench_throughput", 0) : nullptr;
@@ -204,14 +207,18 @@ int runWriter(int domain, long size) {
         return g_stopRequested != 0 ? 0 : 3;
     }
     Sample sample(size);
+    long stalled = 0;
     while (g_stopRequested == 0) {
         const DDS_ReturnCode_t result = rtpsbench_PayloadDataWriter_write(writer, &sample.payload, &DDS_HANDLE_NIL);
         if (result == DDS_RETCODE_OK) {
             ++sample.payload.seq;
-        } else if (result != DDS_RETCODE_TIMEOUT) {
+        } else if (result == DDS_RETCODE_TIMEOUT || result == DDS_RETCODE_ERROR) {
+            ++stalled;
+        } else {
             return 4;
         }
     }
+    std::printf("stalled %ld\n", stalled);
     return 0;
 }
 
@@ -283,6 +290,7 @@ std::string ddsperfPath() {
 struct Throughput {
     double samplesPerSecond = 0;
     long lost = 0;
+    long stalled = -1;  // writes that failed after blocking, when known
     bool ok = false;
 };
 
@@ -325,7 +333,8 @@ Throughput measureVurncThroughput(int domain, long size) {
     const double seconds = secondsOf(Clock::now() - start);
     throughput.samplesPerSecond = static_cast<double>(taken) / seconds;
     throughput.lost = lost;
-    throughput.ok = writer.stop(kStopLimit) == 0;
+    throughput.ok = writer.stop(kStopLimit) == 0 && taken > 0 &&
+                    std::sscanf(writer.output().c_str(), "stalled %ld", &throughput.stalled) == 1;
     return throughput;
 }
 
@@ -418,13 +427,17 @@ Latency measureDdsperfLatency(const std::string &ddsperf, int domain) {
 }
 
 void printThroughput(const char *side, long size, const Throughput &throughput) {
+    std::printf("throughput %-8s %5ld B reliable keep-all: ", side, size);
     if (!throughput.ok) {
-        std::printf("throughput %-8s %5ld B reliable keep-all: failed\n", side, size);
+        std::printf("failed\n");
         return;
     }
-    std::printf("throughput %-8s %5ld B reliable keep-all: %10.0f samples/s %8.1f MB/s (lost %ld)\n", side, size,
-                throughput.samplesPerSecond, throughput.samplesPerSecond * static_cast<double>(size) / 1e6,
-                throughput.lost);
+    std::printf("%10.0f samples/s %8.1f MB/s, lost %ld", throughput.samplesPerSecond,
+                throughput.samplesPerSecond * static_cast<double>(size) / 1e6, throughput.lost);
+    if (throughput.stalled >= 0) {
+        std::printf(", stalled writes %ld", throughput.stalled);
+    }
+    std::printf("\n");
 }
 
 void printLatency(const char *side, const Latency &latency) {
