@@ -377,30 +377,40 @@ Latency measureVurncLatency(int domain) {
     if (!pong.running() || !waitUntil([&] { return writerMatched(pings) && readerMatched(pongs); }, kMatchLimit)) {
         return latency;
     }
+    // A ping whose echo does not come within the limit is given up: during
+    // the warm-up, while the pong may still be discovering this process;
+    // afterwards it fails the measurement.
     Sample ping(kLatencySize);
-    std::vector<double> roundTrips;
-    roundTrips.reserve(1 << 20);
-    const Clock::time_point warm = Clock::now() + kWarmUp;
-    const Clock::time_point end = warm + kMeasure;
-    for (Clock::time_point now = Clock::now(); now < end; now = Clock::now()) {
+    auto roundTrip = [&](Clock::duration limit) {
         ++ping.payload.seq;
         const Clock::time_point sent = Clock::now();
         if (rtpsbench_PayloadDataWriter_write(pings, &ping.payload, &DDS_HANDLE_NIL) != DDS_RETCODE_OK) {
-            return latency;
+            return Clock::duration::max();
         }
         bool echoed = false;
         while (!echoed) {
             if (takeAll(pongs, [&](const rtpsbench_Payload &sample) { echoed |= sample.seq == ping.payload.seq; }) ==
                 0) {
-                if (Clock::now() - sent > 1s) {
-                    return latency;
+                if (Clock::now() - sent > limit) {
+                    return Clock::duration::max();
                 }
                 sched_yield();
             }
         }
-        if (sent >= warm) {
-            roundTrips.push_back(std::chrono::duration<double, std::micro>(Clock::now() - sent).count());
+        return Clock::now() - sent;
+    };
+    const Clock::time_point warm = Clock::now() + kWarmUp;
+    while (Clock::now() < warm) {
+        roundTrip(100ms);
+    }
+    std::vector<double> roundTrips;
+    roundTrips.reserve(1 << 20);
+    for (const Clock::time_point end = Clock::now() + kMeasure; Clock::now() < end;) {
+        const Clock::duration took = roundTrip(1s);
+        if (took == Clock::duration::max()) {
+            return latency;
         }
+        roundTrips.push_back(std::chrono::duration<double, std::micro>(took).count());
     }
     if (roundTrips.empty()) {
         return latency;
