@@ -1,7 +1,7 @@
 // A program the benchmark runs beside itself: started with its own
-// environment and its standard output kept in an anonymous file, killed
-// with the benchmark when the benchmark dies, and killed and reaped when
-// the object goes, on every path, so that no process outlives the run.
+// environment, its standard output and error kept in an anonymous file,
+// killed with the benchmark when the benchmark dies, and killed and reaped
+// when the object goes, on every path, so that no process outlives the run.
 #pragma once
 
 #include <fcntl.h>
@@ -46,7 +46,7 @@ public:
             // parent's death kills the child, also when it came before the
             // prctl.
             prctl(PR_SET_PDEATHSIG, SIGKILL);
-            if (getppid() != parent || dup2(outputFd, STDOUT_FILENO) < 0) {
+            if (getppid() != parent || dup2(outputFd, STDOUT_FILENO) < 0 || dup2(outputFd, STDERR_FILENO) < 0) {
                 _exit(127);
             }
             execve(argv[0], argv.data(), envp.data());
@@ -96,7 +96,7 @@ public:
         return -1;
     }
 
-    // What it wrote on its standard output so far.
+    // What it wrote so far.
     std::string output() const {
         std::string text;
         if (output_ == nullptr) {

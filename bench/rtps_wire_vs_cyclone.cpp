@@ -332,8 +332,11 @@ Throughput measureVurncThroughput(int domain, long size) {
     const double seconds = secondsOf(Clock::now() - start);
     throughput.samplesPerSecond = static_cast<double>(taken) / seconds;
     throughput.lost = lost;
-    throughput.ok = writer.stop(kStopLimit) == 0 && taken > 0 &&
-                    std::sscanf(writer.output().c_str(), "stalled %ld", &throughput.stalled) == 1;
+    const bool stopped = writer.stop(kStopLimit) == 0;
+    const std::string output = writer.output();
+    const size_t stalled = output.rfind("stalled ");
+    throughput.ok = stopped && taken > 0 && stalled != std::string::npos &&
+                    std::sscanf(output.c_str() + stalled, "stalled %ld", &throughput.stalled) == 1;
     return throughput;
 }
 
@@ -458,7 +461,22 @@ void printLatency(const char *side, const Latency &latency) {
                 latency.medianUs, latency.p90Us);
 }
 
+// Both sides share the machine with whatever else runs: its load tells how
+// far the figures can be trusted.
+void printLoad() {
+    double load = 0;
+    std::FILE *file = std::fopen("/proc/loadavg", "r");
+    if (file != nullptr && std::fscanf(file, "%lf", &load) == 1) {
+        std::printf("load average over the last minute %.2f, %u processors\n", load,
+                    std::thread::hardware_concurrency());
+    }
+    if (file != nullptr) {
+        std::fclose(file);
+    }
+}
+
 int runComparison() {
+    printLoad();
     const std::string ddsperf = ddsperfPath();
     if (ddsperf.empty()) {
         std::printf("ddsperf not found on the PATH (package cyclonedds-tools): Cyclone's side is skipped\n");
