@@ -76,22 +76,25 @@ struct DDS_ReaderLoanI {
 
 struct DDS_DataReaderPathI {
     std::mutex mutex;
-    DDS_DataReader *reader;                            // fixed
-    const PRESTypePlugin *plugin;                      // the related topic's registered type, fixed
-    PRESTypePluginParticipantData participantData;     // fixed
-    PRESTypePluginEndpointData endpointData;           // fixed
-    ZELWireReader *wireReader;                         // fixed once created
-    bool keyed;                                        // fixed
-    bool keepAll;                                      // fixed
-    DDS_Long depth;                                    // fixed
-    DDS_Long maxSamples;                               // fixed; -1 unlimited
-    DDS_Long maxInstances;                             // fixed; -1 unlimited
-    DDS_Long maxSamplesPerInstance;                    // fixed; -1 unlimited
-    DDS_ReaderInstanceI *instances;                    // [mutex] first-arrival order
-    DDS_ReaderInstanceI *lastInstance;                 // [mutex]
-    DDS_Long instanceCount;                            // [mutex]
-    DDS_Long sampleCount;                              // [mutex]
-    DDS_Long sampleCountPeak;                          // [mutex]
+    DDS_DataReader *reader;                         // fixed
+    const PRESTypePlugin *plugin;                   // the related topic's registered type, fixed
+    PRESTypePluginParticipantData participantData;  // fixed
+    PRESTypePluginEndpointData endpointData;        // fixed
+    ZELWireReader *wireReader;                      // fixed once created
+    bool keyed;                                     // fixed
+    bool keepAll;                                   // fixed
+    DDS_Long depth;                                 // fixed
+    DDS_Long maxSamples;                            // fixed; -1 unlimited
+    DDS_Long maxInstances;                          // fixed; -1 unlimited
+    DDS_Long maxSamplesPerInstance;                 // fixed; -1 unlimited
+    DDS_ReaderInstanceI *instances;                 // [mutex] first-arrival order
+    DDS_ReaderInstanceI *lastInstance;              // [mutex]
+    DDS_Long instanceCount;                         // [mutex]
+    DDS_Long sampleCount;                           // [mutex]
+    DDS_Long sampleCountPeak;                       // [mutex]
+    // No cached sample expires before this (factory clock): until then an
+    // arrival or a take does not look for expired samples [mutex].
+    uint64_t earliestExpiryNs = UINT64_MAX;
     DDS_SampleRejectedStatus rejected;                 // [mutex]
     DDS_SampleLostStatus lost;                         // [mutex]
     DDS_ReaderRemoteWriterI *remoteWriters;            // [mutex] those that sent samples, until unmatched

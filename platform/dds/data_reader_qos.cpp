@@ -4,6 +4,7 @@
 // of samples. Like the writer's deadlines, time-driven changes are counted
 // lazily against the factory's clock, whenever a sample arrives or a
 // status getter runs.
+#include <algorithm>
 #include <cstring>
 
 #include "data_reader_private.h"
@@ -158,6 +159,7 @@ void DDS_DataReaderPath_acceptedI(DDS_DataReaderPathI *path, DDS_ReaderInstanceI
         const uint64_t arrival = ZELNtpTime_toNanoseconds(&path->now);
         const uint64_t lifespan = ZELNtpTime_toNanoseconds(&sample->lifespan);
         record->expiresAtNs = lifespan > UINT64_MAX - arrival ? UINT64_MAX : arrival + lifespan;
+        path->earliestExpiryNs = std::min(path->earliestExpiryNs, record->expiresAtNs);
     }
     if (sample->kind == ZEL_WIRE_SAMPLE_UNREGISTER) {
         DDS_ReaderInstance_removeWriterI(instance, &sample->writerGuid);
@@ -207,12 +209,17 @@ void DDS_DataReaderPath_releaseWriterI(DDS_DataReaderPathI *path, const ZELWireG
 
 // Drops the samples whose lifespan ended by `now`.
 static void DDS_DataReaderPath_expireI(DDS_DataReaderPathI *path, uint64_t nowNs) {
+    if (nowNs < path->earliestExpiryNs) {
+        return;
+    }
+    path->earliestExpiryNs = UINT64_MAX;
     for (DDS_ReaderInstanceI *instance = path->instances; instance != nullptr; instance = instance->next) {
         DDS_ReaderSampleI *previous = nullptr;
         DDS_ReaderSampleI *sample = instance->oldest;
         while (sample != nullptr) {
             DDS_ReaderSampleI *next = sample->next;
             if (nowNs < sample->expiresAtNs) {
+                path->earliestExpiryNs = std::min(path->earliestExpiryNs, sample->expiresAtNs);
                 previous = sample;
             } else {
                 (previous != nullptr ? previous->next : instance->oldest) = next;
