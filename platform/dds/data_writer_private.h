@@ -20,9 +20,11 @@ struct DDS_WriterSampleI {
 
 struct DDS_WriterInstanceI {
     DDS_WriterInstanceI *next;
-    DDS_WriterInstanceI *bucketNext;  // the next instance of its bucket in the path's index
-    uint8_t keyHash[16];
+    DDS_WriterInstanceI *hashNext;  // the next instance of its bucket in the path's index by key hash
+    DDS_WriterInstanceI *keyNext;   // the next instance of its bucket in the path's index by serialized key
+    uint32_t keyCode;               // a cheap hash of the serialized key, which picks that bucket
     uint32_t keySize;  // the key's serialized octets (with encapsulation) follow the record; 0 when keyless
+    uint8_t keyHash[16];
     bool registered;
     DDS_Long sampleCount;     // samples of this instance in the history
     ZELNtpTime lastWrite;     // factory clock, for the offered deadline
@@ -66,11 +68,13 @@ struct DDS_DataWriterPathI {
     int64_t nextSequenceNumber;                     // [mutex]
     DDS_WriterInstanceI *instances;                 // [mutex]
     DDS_Long instanceCount;                         // [mutex]
-    // [mutex] Every instance by its key hash, so that finding one does not
-    // walk them all; NULL (no index yet, or it could not be allocated):
-    // instances are found by walking the list.
+    // [mutex] Every instance twice, so that finding one does not walk them
+    // all: by its key hash in the first bucketCount buckets (for handles),
+    // by its serialized key in the next bucketCount (for samples, whose key
+    // hash is then a digest only for new instances). NULL (no index yet, or
+    // it could not be allocated): instances are found by walking the list.
     DDS_WriterInstanceI **buckets;
-    uint32_t bucketCount;                                          // [mutex]
+    uint32_t bucketCount;                                          // [mutex] per index
     DDS_WriterSampleI *oldest;                                     // [mutex]
     DDS_WriterSampleI *newest;                                     // [mutex]
     DDS_Long sampleCount;                                          // [mutex]
@@ -92,6 +96,9 @@ constexpr uint32_t DDS_WRITER_SCRATCH_KEPT_MAX_I = 64u * 1024u;
 // ---- history (writer_history.cpp); all under the path's mutex ----
 // The instance of `keyHash`, or NULL.
 DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16]);
+// The instance whose serialized key is `key`, or NULL.
+DDS_WriterInstanceI *DDS_WriterHistory_findInstanceByKeyI(DDS_DataWriterPathI *path, const uint8_t *key,
+                                                          uint32_t keySize);
 // A new registered instance holding a copy of `key`, the serialized key;
 // NULL (logged) when out of heap or over max_instances.
 DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16],
