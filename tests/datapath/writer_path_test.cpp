@@ -3,6 +3,8 @@
 // deadlines on a clock moved by hand, matches with their monitor events,
 // and instances found by key when their index cannot grow.
 #include <mutex>
+#include <string>
+#include <vector>
 
 #include "datapath_fixture.h"
 
@@ -151,6 +153,42 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     DDS_DataWriterProtocolStatus protocol{};
     EXPECT_EQ(DDS_DataWriter_get_datawriter_protocol_status_ex(disabled, &protocol, DDS_BOOLEAN_FALSE),
               DDS_RETCODE_NOT_ENABLED);
+}
+
+// Enough instances for the writer's index to grow several times, half of
+// them forgotten: each is found by its key and by its handle while it lives,
+// by neither once unregistered, and comes back with the same handle.
+TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAndByHandleAsTheyComeAndGo) {
+    zeltest::LogCapture log;
+    dp_ShapeDataWriter *typed = dp_ShapeDataWriter_narrow(createWriter());
+    ASSERT_NE(typed, nullptr);
+    constexpr size_t kCount = 300;
+    const auto colorOf = [](size_t i) { return "color" + std::to_string(i); };
+    std::vector<DDS_InstanceHandle_t> handles;
+    for (size_t i = 0; i < kCount; ++i) {
+        ASSERT_EQ(dp_ShapeDataWriter_write(typed, &shapeOf(colorOf(i).c_str(), 0), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
+        handles.push_back(dp_ShapeDataWriter_lookup_instance(typed, &shape));
+        ASSERT_TRUE(handles.back().isValid);
+    }
+    for (size_t i = 0; i < kCount; i += 2) {
+        ASSERT_EQ(dp_ShapeDataWriter_unregister_instance(typed, &shapeOf(colorOf(i).c_str(), 0), &handles[i]),
+                  DDS_RETCODE_OK);
+    }
+    dp_Shape key = dp_Shape_INITIALIZER;
+    ASSERT_TRUE(dp_Shape_initialize(&key));
+    for (size_t i = 0; i < kCount; ++i) {
+        SCOPED_TRACE(colorOf(i));
+        const bool alive = i % 2 == 1;
+        EXPECT_EQ(dp_ShapeDataWriter_lookup_instance(typed, &shapeOf(colorOf(i).c_str(), 0)).isValid, alive);
+        EXPECT_EQ(dp_ShapeDataWriter_get_key_value(typed, &key, &handles[i]),
+                  alive ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER);
+        if (alive) {
+            EXPECT_EQ(key.color, colorOf(i));
+        }
+        EXPECT_EQ(dp_ShapeDataWriter_write(typed, &shape, &handles[i]), DDS_RETCODE_OK);
+        EXPECT_TRUE(sameHandle(dp_ShapeDataWriter_lookup_instance(typed, &shape), handles[i]));
+    }
+    dp_Shape_finalize(&key);
 }
 
 TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {
