@@ -266,16 +266,9 @@ ZELCdrTypeCache computeCacheI(const ZELCdrTypeDesc *structType) {
 
 }  // namespace
 
-const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type) {
-    type = ZELCdrType_resolveI(type);
-    if (type->kind != ZEL_CDR_TK_STRUCT || type->cache == nullptr) {
-        return nullptr;
-    }
+const ZELCdrTypeCache *ZELCdrType_fillCacheI(const ZELCdrTypeDesc *type) {
     ZELCdrTypeCache *cache = type->cache;
     std::atomic_ref<int32_t> state(cache->state);
-    if (state.load(std::memory_order_acquire) == 1) {
-        return cache;
-    }
     // Computed outside the lock (it fills the caches of nested types); two
     // threads may both compute, the first to store wins with equal values.
     const ZELCdrTypeCache values = computeCacheI(type);
