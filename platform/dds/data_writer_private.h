@@ -22,7 +22,13 @@ struct DDS_WriterInstanceI {
     DDS_WriterInstanceI *next;
     DDS_WriterInstanceI *hashNext;  // the next instance of its bucket in the path's index by key hash
     DDS_WriterInstanceI *keyNext;   // the next instance of its bucket in the path's index by serialized key
-    uint32_t keyCode;               // a cheap hash of the serialized key, which picks that bucket
+    // The instance written right after this one last time: writers that go
+    // over their instances in the same order each time find the next one
+    // without the index, and have it in cache when they get there. At most
+    // one instance has a given successor, its predecessor.
+    DDS_WriterInstanceI *successor;
+    DDS_WriterInstanceI *predecessor;
+    uint32_t keyCode;  // a cheap hash of the serialized key, which picks that bucket
     uint32_t keySize;  // the key's serialized octets (with encapsulation) follow the record; 0 when keyless
     uint8_t keyHash[16];
     bool registered;
@@ -75,6 +81,7 @@ struct DDS_DataWriterPathI {
     // it could not be allocated): instances are found by walking the list.
     DDS_WriterInstanceI **buckets;
     uint32_t bucketCount;                                          // [mutex] per index
+    DDS_WriterInstanceI *lastWritten;                              // [mutex] NULL before the first write
     DDS_WriterSampleI *oldest;                                     // [mutex]
     DDS_WriterSampleI *newest;                                     // [mutex]
     DDS_Long sampleCount;                                          // [mutex]
@@ -115,6 +122,9 @@ bool DDS_WriterHistory_hasRoomI(const DDS_DataWriterPathI *path, const DDS_Write
 // of heap.
 bool DDS_WriterHistory_keepI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance, const ZELWireSample *sample,
                              const ZELNtpTime *now, const char *context);
+// Notes that a sample of `instance` was just written, for the next write's
+// guess.
+void DDS_WriterHistory_noteWrittenI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance);
 // Releases the samples of an instance, and the instance itself when
 // `removeInstance`.
 void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance, bool removeInstance);

@@ -283,6 +283,7 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
     if (request->kind == ZEL_WIRE_SAMPLE_DATA) {
         instance->lastWrite = now;
         instance->missedDeadlines = 0;
+        DDS_WriterHistory_noteWrittenI(path, instance);
     }
     // Writing asserts the writer's liveliness, whatever its kind.
     path->lastAssertion = now;

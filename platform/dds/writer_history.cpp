@@ -84,16 +84,45 @@ DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, 
 DDS_WriterInstanceI *DDS_WriterHistory_findInstanceByKeyI(DDS_DataWriterPathI *path, const uint8_t *key,
                                                           uint32_t keySize) {
     const uint32_t code = DDS_WriterHistory_keyCodeI(key, keySize);
+    const auto hasKey = [&](const DDS_WriterInstanceI *instance) {
+        return instance->keyCode == code && instance->keySize == keySize &&
+               std::memcmp(DDS_WriterInstance_keyI(instance), key, keySize) == 0;
+    };
+    DDS_WriterInstanceI *guess = path->lastWritten != nullptr ? path->lastWritten->successor : nullptr;
+    if (guess != nullptr && hasKey(guess)) {
+        return guess;
+    }
     const bool indexed = path->buckets != nullptr;
     DDS_WriterInstanceI *instance =
             indexed ? path->buckets[path->bucketCount + (code & (path->bucketCount - 1u))] : path->instances;
     for (; instance != nullptr; instance = indexed ? instance->keyNext : instance->next) {
-        if (instance->keyCode == code && instance->keySize == keySize &&
-            std::memcmp(DDS_WriterInstance_keyI(instance), key, keySize) == 0) {
+        if (hasKey(instance)) {
             return instance;
         }
     }
     return nullptr;
+}
+
+void DDS_WriterHistory_noteWrittenI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance) {
+    DDS_WriterInstanceI *previous = path->lastWritten;
+    if (previous != nullptr && previous->successor != instance) {
+        if (previous->successor != nullptr) {
+            previous->successor->predecessor = nullptr;
+        }
+        if (instance->predecessor != nullptr) {
+            instance->predecessor->successor = nullptr;
+        }
+        previous->successor = instance;
+        instance->predecessor = previous;
+    }
+    path->lastWritten = instance;
+#if defined(__GNUC__)
+    // The record and its key, on two cache lines.
+    if (instance->successor != nullptr) {
+        __builtin_prefetch(instance->successor);
+        __builtin_prefetch(DDS_WriterInstance_keyI(instance->successor));
+    }
+#endif
 }
 
 DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16],
@@ -199,6 +228,16 @@ void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterIns
             *link = instance->next;
             break;
         }
+    }
+    // No guess may lead to it any more.
+    if (instance->predecessor != nullptr) {
+        instance->predecessor->successor = nullptr;
+    }
+    if (instance->successor != nullptr) {
+        instance->successor->predecessor = nullptr;
+    }
+    if (path->lastWritten == instance) {
+        path->lastWritten = nullptr;
     }
     if (path->buckets != nullptr) {
         DDS_WriterInstanceI **link = &path->buckets[DDS_WriterHistory_hashBucketI(path, instance->keyHash)];
