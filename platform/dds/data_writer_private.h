@@ -20,9 +20,17 @@ struct DDS_WriterSampleI {
 
 struct DDS_WriterInstanceI {
     DDS_WriterInstanceI *next;
-    DDS_WriterInstanceI *bucketNext;  // the next instance of its bucket in the path's index
-    uint8_t keyHash[16];
+    DDS_WriterInstanceI *hashNext;  // the next instance of its bucket in the path's index by key hash
+    DDS_WriterInstanceI *keyNext;   // the next instance of its bucket in the path's index by serialized key
+    // The instance written right after this one last time: writers that go
+    // over their instances in the same order each time find the next one
+    // without the index, and have it in cache when they get there. At most
+    // one instance has a given successor, its predecessor.
+    DDS_WriterInstanceI *successor;
+    DDS_WriterInstanceI *predecessor;
+    uint32_t keyCode;  // a cheap hash of the serialized key, which picks that bucket
     uint32_t keySize;  // the key's serialized octets (with encapsulation) follow the record; 0 when keyless
+    uint8_t keyHash[16];
     bool registered;
     DDS_Long sampleCount;     // samples of this instance in the history
     ZELNtpTime lastWrite;     // factory clock, for the offered deadline
@@ -66,11 +74,14 @@ struct DDS_DataWriterPathI {
     int64_t nextSequenceNumber;                     // [mutex]
     DDS_WriterInstanceI *instances;                 // [mutex]
     DDS_Long instanceCount;                         // [mutex]
-    // [mutex] Every instance by its key hash, so that finding one does not
-    // walk them all; NULL (no index yet, or it could not be allocated):
-    // instances are found by walking the list.
+    // [mutex] Every instance twice, so that finding one does not walk them
+    // all: by its key hash in the first bucketCount buckets (for handles),
+    // by its serialized key in the next bucketCount (for samples, whose key
+    // hash is then a digest only for new instances). NULL (no index yet, or
+    // it could not be allocated): instances are found by walking the list.
     DDS_WriterInstanceI **buckets;
-    uint32_t bucketCount;                                          // [mutex]
+    uint32_t bucketCount;                                          // [mutex] per index
+    DDS_WriterInstanceI *lastWritten;                              // [mutex] NULL before the first write
     DDS_WriterSampleI *oldest;                                     // [mutex]
     DDS_WriterSampleI *newest;                                     // [mutex]
     DDS_Long sampleCount;                                          // [mutex]
@@ -92,6 +103,9 @@ constexpr uint32_t DDS_WRITER_SCRATCH_KEPT_MAX_I = 64u * 1024u;
 // ---- history (writer_history.cpp); all under the path's mutex ----
 // The instance of `keyHash`, or NULL.
 DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16]);
+// The instance whose serialized key is `key`, or NULL.
+DDS_WriterInstanceI *DDS_WriterHistory_findInstanceByKeyI(DDS_DataWriterPathI *path, const uint8_t *key,
+                                                          uint32_t keySize);
 // A new registered instance holding a copy of `key`, the serialized key;
 // NULL (logged) when out of heap or over max_instances.
 DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16],
@@ -108,6 +122,9 @@ bool DDS_WriterHistory_hasRoomI(const DDS_DataWriterPathI *path, const DDS_Write
 // of heap.
 bool DDS_WriterHistory_keepI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance, const ZELWireSample *sample,
                              const ZELNtpTime *now, const char *context);
+// Notes that a sample of `instance` was just written, for the next write's
+// guess.
+void DDS_WriterHistory_noteWrittenI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance);
 // Releases the samples of an instance, and the instance itself when
 // `removeInstance`.
 void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance, bool removeInstance);

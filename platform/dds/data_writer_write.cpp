@@ -115,6 +115,42 @@ static const uint8_t *DDS_DataWriterPath_serializeI(DDS_DataWriterPathI *path, c
     return buffer;
 }
 
+namespace {
+
+// A sample's key serialized for finding its instance; `owned` (to free)
+// when it did not fit the path's scratch buffer.
+struct DDS_SampleKeyI {
+    const uint8_t *data = nullptr;  // NULL when keyless
+    uint32_t size = 0;
+    uint8_t *owned = nullptr;
+
+    DDS_SampleKeyI() = default;
+    DDS_SampleKeyI(const DDS_SampleKeyI &) = delete;
+    DDS_SampleKeyI &operator=(const DDS_SampleKeyI &) = delete;
+    ~DDS_SampleKeyI() { ZELOsapiHeap_freeArray(owned); }
+};
+
+}  // namespace
+
+// The instance of `sample`'s key, or NULL, with the key in `*key`. Found by
+// the serialized key, so that the key hash, a digest for most keys, is
+// computed only for instances the writer does not know yet. false (logged)
+// when the key cannot be serialized. Under the mutex.
+static bool DDS_DataWriterPath_findBySampleI(DDS_DataWriterPathI *path, const void *sample, DDS_SampleKeyI *key,
+                                             DDS_WriterInstanceI **instance, const char *context) {
+    if (!path->keyed) {
+        static constexpr uint8_t kKeylessHash[16] = {};
+        *instance = DDS_WriterHistory_findInstanceI(path, kKeylessHash);
+        return true;
+    }
+    key->data = DDS_DataWriterPath_serializeI(path, sample, true, &key->size, &key->owned, context);
+    if (key->data == nullptr) {
+        return false;
+    }
+    *instance = DDS_WriterHistory_findInstanceByKeyI(path, key->data, key->size);
+    return true;
+}
+
 // Finds the request's instance under the mutex. A write creates it, and so
 // does a dispose given the sample's key: readers that never saw the
 // instance still learn that it is gone. `*created` tells whether it is new.
@@ -123,8 +159,17 @@ static DDS_ReturnCode_t DDS_DataWriterPath_instanceI(DDS_DataWriterPathI *path, 
                                                      bool *created) {
     *created = false;
     uint8_t keyHash[16];
-    if (request->sample != nullptr) {
-        if (!DDS_DataWriterPath_keyHashI(path, request->sample, keyHash, request->context)) {
+    DDS_SampleKeyI key;
+    if (request->sample == nullptr) {
+        std::memcpy(keyHash, request->handle->value, 16);
+        *instance = DDS_WriterHistory_findInstanceI(path, keyHash);
+    } else {
+        if (!DDS_DataWriterPath_findBySampleI(path, request->sample, &key, instance, request->context)) {
+            return DDS_RETCODE_ERROR;
+        }
+        if (*instance != nullptr) {
+            std::memcpy(keyHash, (*instance)->keyHash, 16);
+        } else if (!DDS_DataWriterPath_keyHashI(path, request->sample, keyHash, request->context)) {
             return DDS_RETCODE_ERROR;
         }
         if (!DDS_Handle_isNilI(request->handle)) {
@@ -135,10 +180,7 @@ static DDS_ReturnCode_t DDS_DataWriterPath_instanceI(DDS_DataWriterPathI *path, 
                 return DDS_RETCODE_PRECONDITION_NOT_MET;
             }
         }
-    } else {
-        std::memcpy(keyHash, request->handle->value, 16);
     }
-    *instance = DDS_WriterHistory_findInstanceI(path, keyHash);
     if (*instance != nullptr) {
         return DDS_RETCODE_OK;
     }
@@ -151,16 +193,7 @@ static DDS_ReturnCode_t DDS_DataWriterPath_instanceI(DDS_DataWriterPathI *path, 
     if (!DDS_WriterHistory_hasRoomI(path, nullptr)) {
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
-    uint32_t keySize = 0;
-    uint8_t *owned = nullptr;
-    const uint8_t *key =
-            path->keyed ? DDS_DataWriterPath_serializeI(path, request->sample, true, &keySize, &owned, request->context)
-                        : nullptr;
-    if (path->keyed && key == nullptr) {
-        return DDS_RETCODE_OUT_OF_RESOURCES;
-    }
-    *instance = DDS_WriterHistory_addInstanceI(path, keyHash, key, keySize, request->context);
-    ZELOsapiHeap_freeArray(owned);
+    *instance = DDS_WriterHistory_addInstanceI(path, keyHash, key.data, key.size, request->context);
     if (*instance == nullptr) {
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
@@ -210,13 +243,12 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
         ZELLog_printContextAndMsg(request->context, &ZEL_LOG_ANY_FAILURE_s, "history full");
         return DDS_RETCODE_OUT_OF_RESOURCES;
     }
-    // Without a sample (dispose or unregister by handle) the kept key is sent.
+    // A dispose or an unregister sends the key the instance keeps.
     uint32_t size = instance->keySize;
     uint8_t *owned = nullptr;
     const uint8_t *data =
-            request->sample != nullptr
-                    ? DDS_DataWriterPath_serializeI(path, request->sample, request->kind != ZEL_WIRE_SAMPLE_DATA, &size,
-                                                    &owned, request->context)
+            request->kind == ZEL_WIRE_SAMPLE_DATA
+                    ? DDS_DataWriterPath_serializeI(path, request->sample, false, &size, &owned, request->context)
                     : DDS_WriterInstance_keyI(instance);
     if (data == nullptr) {
         if (created) {
@@ -251,6 +283,7 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
     if (request->kind == ZEL_WIRE_SAMPLE_DATA) {
         instance->lastWrite = now;
         instance->missedDeadlines = 0;
+        DDS_WriterHistory_noteWrittenI(path, instance);
     }
     // Writing asserts the writer's liveliness, whatever its kind.
     path->lastAssertion = now;
@@ -437,12 +470,12 @@ VURNC_API DDS_InstanceHandle_t DDS_DataWriter_lookup_instance_untypedI(DDS_DataW
         return DDS_HANDLE_NIL;
     }
     std::lock_guard<std::mutex> guard(path->mutex);
-    uint8_t keyHash[16];
-    if (!DDS_DataWriterPath_keyHashI(path, key_holder, keyHash, context) ||
-        DDS_WriterHistory_findInstanceI(path, keyHash) == nullptr) {
+    DDS_SampleKeyI key;
+    DDS_WriterInstanceI *instance = nullptr;
+    if (!DDS_DataWriterPath_findBySampleI(path, key_holder, &key, &instance, context) || instance == nullptr) {
         return DDS_HANDLE_NIL;
     }
-    return DDS_InstanceHandle_fromKeyHashI(keyHash);
+    return DDS_InstanceHandle_fromKeyHashI(instance->keyHash);
 }
 
 VURNC_API DDS_Boolean DDS_DataWriter_compare_typeI(const DDS_DataWriter *self, const char *type_name) {

@@ -9,7 +9,7 @@
 
 // FNV-1a over the key hash: key hashes of small keys are the key itself,
 // not a digest, so every octet takes part.
-static uint32_t DDS_WriterHistory_bucketOfI(const DDS_DataWriterPathI *path, const uint8_t keyHash[16]) {
+static uint32_t DDS_WriterHistory_hashBucketI(const DDS_DataWriterPathI *path, const uint8_t keyHash[16]) {
     uint32_t hash = 2166136261u;
     for (int i = 0; i < 16; ++i) {
         hash = (hash ^ keyHash[i]) * 16777619u;
@@ -17,10 +17,33 @@ static uint32_t DDS_WriterHistory_bucketOfI(const DDS_DataWriterPathI *path, con
     return hash & (path->bucketCount - 1u);
 }
 
+// Eight octets a step: serialized keys are tens of octets, most of them
+// alike (encapsulation, parameter headers), so every octet takes part.
+static uint32_t DDS_WriterHistory_keyCodeI(const uint8_t *key, uint32_t keySize) {
+    constexpr uint64_t kMultiplier = 0xff51afd7ed558ccdu;
+    uint64_t hash = 0x9e3779b97f4a7c15u ^ keySize;
+    uint32_t offset = 0;
+    for (; offset + 8u <= keySize; offset += 8u) {
+        uint64_t word = 0;
+        std::memcpy(&word, key + offset, 8);
+        hash = (hash ^ word) * kMultiplier;
+        hash ^= hash >> 32;
+    }
+    if (offset < keySize) {
+        uint64_t tail = 0;
+        std::memcpy(&tail, key + offset, keySize - offset);
+        hash = (hash ^ tail) * kMultiplier;
+    }
+    return static_cast<uint32_t>(hash ^ (hash >> 32));
+}
+
 static void DDS_WriterHistory_indexI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance) {
-    DDS_WriterInstanceI **bucket = &path->buckets[DDS_WriterHistory_bucketOfI(path, instance->keyHash)];
-    instance->bucketNext = *bucket;
-    *bucket = instance;
+    DDS_WriterInstanceI **byHash = &path->buckets[DDS_WriterHistory_hashBucketI(path, instance->keyHash)];
+    instance->hashNext = *byHash;
+    *byHash = instance;
+    DDS_WriterInstanceI **byKey = &path->buckets[path->bucketCount + (instance->keyCode & (path->bucketCount - 1u))];
+    instance->keyNext = *byKey;
+    *byKey = instance;
 }
 
 // Keeps about one instance per bucket. An index that cannot grow stays as
@@ -29,9 +52,9 @@ static void DDS_WriterHistory_growIndexI(DDS_DataWriterPathI *path, DDS_WriterIn
     const uint32_t wanted = path->bucketCount == 0u ? 16u : path->bucketCount * 4u;
     if (static_cast<uint32_t>(path->instanceCount) > path->bucketCount && wanted > path->bucketCount) {
         auto **buckets = static_cast<DDS_WriterInstanceI **>(
-                ZELOsapiHeap_allocateArray(wanted, sizeof(DDS_WriterInstanceI *), "DWIX"));
+                ZELOsapiHeap_allocateArray(2u * wanted, sizeof(DDS_WriterInstanceI *), "DWIX"));
         if (buckets != nullptr) {
-            std::memset(buckets, 0, wanted * sizeof(DDS_WriterInstanceI *));
+            std::memset(buckets, 0, 2u * wanted * sizeof(DDS_WriterInstanceI *));
             ZELOsapiHeap_freeArray(path->buckets);
             path->buckets = buckets;
             path->bucketCount = wanted;
@@ -47,14 +70,59 @@ static void DDS_WriterHistory_growIndexI(DDS_DataWriterPathI *path, DDS_WriterIn
 }
 
 DDS_WriterInstanceI *DDS_WriterHistory_findInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16]) {
+    const bool indexed = path->buckets != nullptr;
     DDS_WriterInstanceI *instance =
-            path->buckets != nullptr ? path->buckets[DDS_WriterHistory_bucketOfI(path, keyHash)] : path->instances;
-    for (; instance != nullptr; instance = path->buckets != nullptr ? instance->bucketNext : instance->next) {
+            indexed ? path->buckets[DDS_WriterHistory_hashBucketI(path, keyHash)] : path->instances;
+    for (; instance != nullptr; instance = indexed ? instance->hashNext : instance->next) {
         if (std::memcmp(instance->keyHash, keyHash, 16) == 0) {
             return instance;
         }
     }
     return nullptr;
+}
+
+DDS_WriterInstanceI *DDS_WriterHistory_findInstanceByKeyI(DDS_DataWriterPathI *path, const uint8_t *key,
+                                                          uint32_t keySize) {
+    const uint32_t code = DDS_WriterHistory_keyCodeI(key, keySize);
+    const auto hasKey = [&](const DDS_WriterInstanceI *instance) {
+        return instance->keyCode == code && instance->keySize == keySize &&
+               std::memcmp(DDS_WriterInstance_keyI(instance), key, keySize) == 0;
+    };
+    DDS_WriterInstanceI *guess = path->lastWritten != nullptr ? path->lastWritten->successor : nullptr;
+    if (guess != nullptr && hasKey(guess)) {
+        return guess;
+    }
+    const bool indexed = path->buckets != nullptr;
+    DDS_WriterInstanceI *instance =
+            indexed ? path->buckets[path->bucketCount + (code & (path->bucketCount - 1u))] : path->instances;
+    for (; instance != nullptr; instance = indexed ? instance->keyNext : instance->next) {
+        if (hasKey(instance)) {
+            return instance;
+        }
+    }
+    return nullptr;
+}
+
+void DDS_WriterHistory_noteWrittenI(DDS_DataWriterPathI *path, DDS_WriterInstanceI *instance) {
+    DDS_WriterInstanceI *previous = path->lastWritten;
+    if (previous != nullptr && previous->successor != instance) {
+        if (previous->successor != nullptr) {
+            previous->successor->predecessor = nullptr;
+        }
+        if (instance->predecessor != nullptr) {
+            instance->predecessor->successor = nullptr;
+        }
+        previous->successor = instance;
+        instance->predecessor = previous;
+    }
+    path->lastWritten = instance;
+#if defined(__GNUC__)
+    // The record and its key, on two cache lines.
+    if (instance->successor != nullptr) {
+        __builtin_prefetch(instance->successor);
+        __builtin_prefetch(DDS_WriterInstance_keyI(instance->successor));
+    }
+#endif
 }
 
 DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, const uint8_t keyHash[16],
@@ -64,7 +132,8 @@ DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, c
         return nullptr;
     }
     // The key is kept serialized, not as a sample: dispose and unregister by
-    // handle send it as it is, get_key_value reads it back.
+    // handle send it as it is, get_key_value reads it back, and writes find
+    // the instance by it.
     auto *instance = static_cast<DDS_WriterInstanceI *>(
             ZELOsapiHeap_allocateStructure(sizeof(DDS_WriterInstanceI) + keySize, "DWIN"));
     if (instance == nullptr) {
@@ -77,6 +146,7 @@ DDS_WriterInstanceI *DDS_WriterHistory_addInstanceI(DDS_DataWriterPathI *path, c
     if (keySize != 0) {
         std::memcpy(instance + 1, key, keySize);
     }
+    instance->keyCode = DDS_WriterHistory_keyCodeI(key, keySize);
     instance->registered = true;
     instance->next = path->instances;
     path->instances = instance;
@@ -159,14 +229,25 @@ void DDS_WriterHistory_releaseInstanceI(DDS_DataWriterPathI *path, DDS_WriterIns
             break;
         }
     }
+    // No guess may lead to it any more.
+    if (instance->predecessor != nullptr) {
+        instance->predecessor->successor = nullptr;
+    }
+    if (instance->successor != nullptr) {
+        instance->successor->predecessor = nullptr;
+    }
+    if (path->lastWritten == instance) {
+        path->lastWritten = nullptr;
+    }
     if (path->buckets != nullptr) {
-        DDS_WriterInstanceI **link = &path->buckets[DDS_WriterHistory_bucketOfI(path, instance->keyHash)];
-        for (; *link != nullptr; link = &(*link)->bucketNext) {
-            if (*link == instance) {
-                *link = instance->bucketNext;
-                break;
-            }
+        DDS_WriterInstanceI **link = &path->buckets[DDS_WriterHistory_hashBucketI(path, instance->keyHash)];
+        for (; *link != instance; link = &(*link)->hashNext) {
         }
+        *link = instance->hashNext;
+        link = &path->buckets[path->bucketCount + (instance->keyCode & (path->bucketCount - 1u))];
+        for (; *link != instance; link = &(*link)->keyNext) {
+        }
+        *link = instance->keyNext;
     }
     --path->instanceCount;
     ZELOsapiHeap_freeStructure(instance);

@@ -3,6 +3,8 @@
 // deadlines on a clock moved by hand, matches with their monitor events,
 // and instances found by key when their index cannot grow.
 #include <mutex>
+#include <string>
+#include <vector>
 
 #include "datapath_fixture.h"
 
@@ -151,6 +153,33 @@ TEST_F(WriterPathTest, InstancesAndTheirRefusals) {
     DDS_DataWriterProtocolStatus protocol{};
     EXPECT_EQ(DDS_DataWriter_get_datawriter_protocol_status_ex(disabled, &protocol, DDS_BOOLEAN_FALSE),
               DDS_RETCODE_NOT_ENABLED);
+}
+
+// Enough instances to grow the index several times, half forgotten and written again.
+TEST_F(WriterPathTest, ManyInstancesAreFoundByKeyAndByHandleAsTheyComeAndGo) {
+    zeltest::LogCapture log;
+    DDS_DataWriter *writer = createWriter();
+    dp_ShapeDataWriter *typed = dp_ShapeDataWriter_narrow(writer);
+    ASSERT_NE(typed, nullptr);
+    constexpr size_t kCount = 300;
+    const auto colorOf = [](size_t i) { return "color" + std::to_string(i); };
+    const auto keyOf = [&](size_t i) { return &shapeOf(colorOf(i).c_str(), 0); };
+    std::vector<DDS_InstanceHandle_t> handles;
+    for (size_t i = 0; i < kCount; ++i) {
+        ASSERT_EQ(dp_ShapeDataWriter_write(typed, keyOf(i), &DDS_HANDLE_NIL), DDS_RETCODE_OK);
+        handles.push_back(dp_ShapeDataWriter_lookup_instance(typed, &shape));
+    }
+    for (size_t i = 0; i < kCount; i += 2) {
+        ASSERT_EQ(dp_ShapeDataWriter_unregister_instance(typed, keyOf(i), &handles[i]), DDS_RETCODE_OK);
+    }
+    for (size_t i = 0; i < kCount; ++i) {
+        const bool alive = i % 2 == 1;
+        EXPECT_EQ(dp_ShapeDataWriter_lookup_instance(typed, keyOf(i)).isValid, alive) << i;
+        EXPECT_EQ(DDS_DataWriter_dispose_untyped_generalI(writer, nullptr, &handles[i]),
+                  alive ? DDS_RETCODE_OK : DDS_RETCODE_BAD_PARAMETER);
+        EXPECT_EQ(dp_ShapeDataWriter_write(typed, &shape, &handles[i]), DDS_RETCODE_OK);
+        EXPECT_TRUE(sameHandle(dp_ShapeDataWriter_lookup_instance(typed, &shape), handles[i]));
+    }
 }
 
 TEST_F(WriterPathTest, HistoryDepthLimitsAndLateJoinerReplay) {

@@ -1,6 +1,10 @@
 // Initialize, finalize and copy of described samples, and every allocation
 // failure on the way.
+#include <cstddef>
+#include <cstring>
 #include <functional>
+#include <utility>
+#include <vector>
 
 #include "engine_test_support.h"
 #include "heap_check.h"
@@ -35,6 +39,22 @@ TEST_F(TypeMemoryTest, InitializeHandsTheAllocationParametersToSequences) {
     ASSERT_TRUE(DDS_StringSeq_ensure_length(&sample.tags, 1, 1));
     EXPECT_EQ(sample.tags._contiguous_buffer[0], nullptr);
     ZELCdrType_finalizeSample(&Appendable_g_desc, &sample, nullptr);
+}
+
+// A string nested in a struct member gets its bound like a top-level one.
+TEST_F(TypeMemoryTest, InitializeMakesEveryNestedStringWhereverItLies) {
+    const std::pair<const ZELCdrTypeDesc *, size_t> strings[] = {
+            {&OuterMutable_desc, offsetof(OuterMutable, inner) + offsetof(InnerMutable, label)},
+            {&TopicLike_desc, offsetof(TopicLike, name)}};
+    for (const auto &[type, offset] : strings) {
+        SCOPED_TRACE(type->name);
+        std::vector<unsigned char> sample(type->size);
+        ASSERT_TRUE(ZELCdrType_initializeSample(type, sample.data(), nullptr));
+        char *string = nullptr;
+        std::memcpy(&string, sample.data() + offset, sizeof string);
+        EXPECT_NE(string, nullptr);
+        ZELCdrType_finalizeSample(type, sample.data(), nullptr);
+    }
 }
 
 TEST_F(TypeMemoryTest, CopyIsDeepAndKeepsTheBoundsAllocation) {

@@ -3,6 +3,7 @@
 #ifndef VURNCORE_CDR_TYPE_ENGINE_H
 #define VURNCORE_CDR_TYPE_ENGINE_H
 
+#include <atomic>
 #include <cstdint>
 
 #include "vurncore/cdr_stream.h"
@@ -82,9 +83,20 @@ bool ZELCdrType_encapsulationIdForI(const ZELCdrTypeDesc *type, uint16_t request
 
 /* ---- the per-type cache (sizes files) ---- */
 
+/* Computes the cache of a struct that has one, once. */
+const ZELCdrTypeCache *ZELCdrType_fillCacheI(const ZELCdrTypeDesc *structType);
 /* The cache of a struct type (through aliases), computed on first use;
- * NULL for types without one. */
-const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type);
+ * NULL for types without one. Inline: every struct of every sample asks. */
+inline const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type) {
+    type = ZELCdrType_resolveI(type);
+    if (type->kind != ZEL_CDR_TK_STRUCT || type->cache == nullptr) {
+        return nullptr;
+    }
+    if (std::atomic_ref<int32_t>(type->cache->state).load(std::memory_order_acquire) == 1) {
+        return type->cache;
+    }
+    return ZELCdrType_fillCacheI(type);
+}
 /* The cache of a struct whose memory is its CDR form (see ZELCdrTypeCache):
  * numbers only, nothing to allocate or free; NULL for any other type. */
 inline const ZELCdrTypeCache *ZELCdrType_plainCacheI(const ZELCdrTypeDesc *structType) {

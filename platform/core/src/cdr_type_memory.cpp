@@ -16,6 +16,12 @@ const char *const kCopyContext = "ZELCdrType_copySample";
 const DDS_TypeAllocationParams_t kDefaultAllocationParams = DDS_TYPE_ALLOCATION_PARAMS_DEFAULT;
 const DDS_TypeDeallocationParams_t kDefaultDeallocationParams = DDS_TYPE_DEALLOCATION_PARAMS_DEFAULT;
 
+// Whether a struct's cache says that it holds no string or sequence.
+bool ZELCdrType_ownsNothingI(const ZELCdrTypeDesc *structType) {
+    const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(structType);
+    return cache != nullptr && cache->ownsNothing != ZEL_FALSE;
+}
+
 const ZELSequenceElementType *ZELCdrType_elementTypeI(const ZELCdrTypeDesc *sequence) {
     return sequence->element->sequenceElementType;
 }
@@ -53,8 +59,8 @@ bool ZELCdrType_initializeValueI(const ZELCdrTypeDesc *type, void *value, const 
         return true;
     }
     case ZEL_CDR_TK_STRUCT: {
-        if (ZELCdrType_plainCacheI(type) != nullptr) {
-            return true;  // numbers only, zero already
+        if (ZELCdrType_ownsNothingI(type)) {
+            return true;  // zero already
         }
         auto *base = static_cast<char *>(value);
         for (uint32_t i = 0; i < type->memberCount; ++i) {
@@ -99,8 +105,8 @@ void ZELCdrType_finalizeValueI(const ZELCdrTypeDesc *type, void *value, const DD
         return;
     }
     case ZEL_CDR_TK_STRUCT: {
-        if (ZELCdrType_plainCacheI(type) != nullptr) {
-            return;  // nothing owned
+        if (ZELCdrType_ownsNothingI(type)) {
+            return;
         }
         auto *base = static_cast<char *>(value);
         for (uint32_t i = 0; i < type->memberCount; ++i) {

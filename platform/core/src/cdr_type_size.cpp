@@ -215,9 +215,39 @@ void plainStructLayoutI(const ZELCdrTypeDesc *structType, ZELCdrTypeCache *value
     std::memcpy(values->plainGaps, layout.plainGaps, sizeof layout.plainGaps);
 }
 
+// Whether a value of `type` holds no string or sequence, nested or not.
+bool ownsNothingI(const ZELCdrTypeDesc *type) {
+    type = ZELCdrType_resolveI(type);
+    switch (type->kind) {
+    case ZEL_CDR_TK_STRING:
+    case ZEL_CDR_TK_SEQUENCE:
+        return false;
+    case ZEL_CDR_TK_ARRAY:
+        return ownsNothingI(type->element);
+    case ZEL_CDR_TK_STRUCT: {
+        const ZELCdrTypeCache *cache = ZELCdrType_getCacheI(type);
+        if (cache != nullptr) {
+            return cache->ownsNothing != ZEL_FALSE;
+        }
+        for (uint32_t i = 0; i < type->memberCount; ++i) {
+            if (!ownsNothingI(type->members[i].type)) {
+                return false;
+            }
+        }
+        return true;
+    }
+    default:
+        return true;
+    }
+}
+
 ZELCdrTypeCache computeCacheI(const ZELCdrTypeDesc *structType) {
     ZELCdrTypeCache values{};
     plainStructLayoutI(structType, &values);
+    values.ownsNothing = ZEL_TRUE;
+    for (uint32_t i = 0; i < structType->memberCount && values.ownsNothing != ZEL_FALSE; ++i) {
+        values.ownsNothing = ownsNothingI(structType->members[i].type) ? ZEL_TRUE : ZEL_FALSE;
+    }
     HeaderChoice headers = undecidedHeaders();
     if (structType->extensibility == ZEL_CDR_EXTENSIBILITY_MUTABLE) {
         // Measured with short headers: extended ones are needed from the
@@ -238,16 +268,9 @@ ZELCdrTypeCache computeCacheI(const ZELCdrTypeDesc *structType) {
 
 }  // namespace
 
-const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type) {
-    type = ZELCdrType_resolveI(type);
-    if (type->kind != ZEL_CDR_TK_STRUCT || type->cache == nullptr) {
-        return nullptr;
-    }
+const ZELCdrTypeCache *ZELCdrType_fillCacheI(const ZELCdrTypeDesc *type) {
     ZELCdrTypeCache *cache = type->cache;
     std::atomic_ref<int32_t> state(cache->state);
-    if (state.load(std::memory_order_acquire) == 1) {
-        return cache;
-    }
     // Computed outside the lock (it fills the caches of nested types); two
     // threads may both compute, the first to store wins with equal values.
     const ZELCdrTypeCache values = computeCacheI(type);
@@ -262,6 +285,7 @@ const ZELCdrTypeCache *ZELCdrType_getCacheI(const ZELCdrTypeDesc *type) {
         cache->plainLeadsAligned = values.plainLeadsAligned;
         cache->plainGapCount = values.plainGapCount;
         std::memcpy(cache->plainGaps, values.plainGaps, sizeof values.plainGaps);
+        cache->ownsNothing = values.ownsNothing;
         state.store(1, std::memory_order_release);
     }
     return cache;

@@ -82,6 +82,9 @@ struct ZELCdrTypeCache {
         uint32_t offset;
         uint32_t length;
     } plainGaps[ZEL_CDR_PLAIN_GAP_MAX];
+    /* No string or sequence anywhere in it: initializing is zero-filling,
+     * finalizing is nothing. */
+    ZELBoolean ownsNothing;
 };
 
 /* Conventions the engine relies on:
