@@ -44,8 +44,8 @@ TEST_F(TypeMemoryTest, InitializeHandsTheAllocationParametersToSequences) {
 // A string nested in a struct member gets its bound like a top-level one.
 TEST_F(TypeMemoryTest, InitializeMakesEveryNestedStringWhereverItLies) {
     const std::pair<const ZELCdrTypeDesc *, size_t> strings[] = {
-            {&OuterMutable_desc, offsetof(OuterMutable, inner) + offsetof(InnerMutable, label)},
-            {&TopicLike_desc, offsetof(TopicLike, name)}};
+            {&OuterMutable_g_desc, offsetof(OuterMutable, inner) + offsetof(InnerMutable, label)},
+            {&TopicLike_g_desc, offsetof(TopicLike, name)}};
     for (const auto &[type, offset] : strings) {
         SCOPED_TRACE(type->name);
         std::vector<unsigned char> sample(type->size);
