@@ -70,25 +70,35 @@ Application::~Application() {
     }
 }
 
-dp_ShapeDataWriter *Application::createWriter() {
+DDS_Duration_t durationOf(int milliseconds) {
+    return DDS_Duration_t{milliseconds / 1000, static_cast<DDS_UnsignedLong>(milliseconds % 1000) * 1000000u};
+}
+
+dp_ShapeDataWriter *Application::createWriter(const std::function<void(DDS_DataWriterQos &)> &adjust) {
     DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
     DDS_Publisher_get_default_datawriter_qos(publisher, &qos);
     qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
     qos.history.depth = 1;
+    if (adjust) {
+        adjust(qos);
+    }
     DDS_DataWriter *writer = DDS_Publisher_create_datawriter(publisher, topic, &qos, nullptr, 0);
     DDS_DataWriterQos_finalize(&qos);
     return dp_ShapeDataWriter_narrow(writer);
 }
 
-dp_ShapeDataReader *Application::createReader() {
+dp_ShapeDataReader *Application::createReader(const std::function<void(DDS_DataReaderQos &)> &adjust) {
     DDS_DataReaderQos qos = DDS_DataReaderQos_INITIALIZER;
     DDS_Subscriber_get_default_datareader_qos(subscriber, &qos);
     qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
     qos.history.depth = 10;
+    if (adjust) {
+        adjust(qos);
+    }
     DDS_DataReader *reader =
             DDS_Subscriber_create_datareader(subscriber, DDS_Topic_as_topicdescription(topic), &qos, nullptr, 0);
     DDS_DataReaderQos_finalize(&qos);
@@ -318,12 +328,67 @@ int runShapesPeer(int linger, const char *monitoring) {
     return 0;
 }
 
-// A peer's role: "shapes <linger> [<monitoring domain>]" or
-// "tool <application pid>", which prints what failed.
+// The peer: a writer of manual-by-topic liveliness with a lease of `lease`
+// milliseconds and a deadline of a third of it writes once a reader
+// matched, then falls silent until it has lost its liveliness and missed a
+// deadline. A second reader's match asks it to assert its liveliness again,
+// which it then does every quarter lease until no reader is left. The exit
+// status names the step that failed.
+int runSilentWriterPeer(int lease) {
+    Application app(testDomain());
+    dp_ShapeDataWriter *shapes = app.ready() ? app.createWriter([&](DDS_DataWriterQos &qos) {
+        qos.liveliness.kind = DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS;
+        qos.liveliness.lease_duration = durationOf(lease);
+        qos.deadline.period = durationOf(lease / 3);
+    })
+                                             : nullptr;
+    if (shapes == nullptr) {
+        return 2;
+    }
+    DDS_DataWriter *writer = dp_ShapeDataWriter_as_datawriter(shapes);
+    const auto matched = [&] {
+        DDS_PublicationMatchedStatus status{};
+        DDS_DataWriter_get_publication_matched_status(writer, &status);
+        return status.current_count;
+    };
+    if (!waitFor([&] { return matched() == 1; }, 20s)) {
+        return 3;
+    }
+    dp_Shape shape;
+    dp_Shape_initialize(&shape);
+    const DDS_ReturnCode_t written = dp_ShapeDataWriter_write(shapes, &shape, &DDS_HANDLE_NIL);
+    dp_Shape_finalize(&shape);
+    DDS_LivelinessLostStatus lost{};
+    DDS_OfferedDeadlineMissedStatus missed{};
+    if (written != DDS_RETCODE_OK || !waitFor(
+                                             [&] {
+                                                 DDS_DataWriter_get_liveliness_lost_status(writer, &lost);
+                                                 DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed);
+                                                 return lost.total_count > 0 && missed.total_count > 0;
+                                             },
+                                             10s)) {
+        return 6;
+    }
+    if (!waitFor([&] { return matched() == 2; }, 20s)) {
+        return 7;
+    }
+    const bool asserted = waitFor(
+            [&] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(lease / 4));
+                return DDS_DataWriter_assert_liveliness(writer) != DDS_RETCODE_OK || matched() == 0;
+            },
+            60s);
+    return asserted && DDS_DataWriter_assert_liveliness(writer) == DDS_RETCODE_OK ? 0 : 8;
+}
+
+// A peer's role: "shapes <linger> [<monitoring domain>]", "silent <lease>"
+// or "tool <application pid>", which prints what failed.
 int runPeer(int argc, char **argv) {
     int result = 1;
     if (argc > 1 && std::strcmp(argv[0], "shapes") == 0) {
         result = runShapesPeer(std::atoi(argv[1]), argc > 2 ? argv[2] : nullptr);
+    } else if (argc > 1 && std::strcmp(argv[0], "silent") == 0) {
+        result = runSilentWriterPeer(std::atoi(argv[1]));
     } else if (argc > 1 && std::strcmp(argv[0], "tool") == 0) {
         const std::string failure = monitoringToolFailure(static_cast<pid_t>(std::atol(argv[1])));
         std::cerr << failure << "\n";

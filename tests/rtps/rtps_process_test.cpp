@@ -154,6 +154,46 @@ TEST_F(RtpsProcessTest, AParticipantsKeyIsItsGuidOnTheNetwork) {
     EXPECT_TRUE(rtpstest::plainCycloneDiscoversParticipant(testDomain(), guid, 20s));
 }
 
+// A writer in another process that falls silent loses its liveliness and
+// misses its deadlines, as it counts them (the peer checks) and as this
+// process's reader sees them; asserting again brings it back alive.
+TEST_F(RtpsProcessTest, ASilentWriterLosesLivelinessAndDeadlinesUntilItAssertsAgain) {
+    constexpr int lease = 600;
+    auto app = std::make_unique<Application>(testDomain());
+    ASSERT_TRUE(app->ready());
+    dp_ShapeDataReader *shapes =
+            app->createReader([](DDS_DataReaderQos &qos) { qos.deadline.period = rtpstest::durationOf(lease / 3); });
+    ASSERT_NE(shapes, nullptr);
+    DDS_DataReader *reader = dp_ShapeDataReader_as_datareader(shapes);
+    Peer peer({"silent", std::to_string(lease)});
+    // Alive and not alive writers.
+    const auto liveliness = [&] {
+        DDS_LivelinessChangedStatus status{};
+        DDS_DataReader_get_liveliness_changed_status(reader, &status);
+        return std::pair{status.alive_count, status.not_alive_count};
+    };
+    ASSERT_TRUE(waitFor([&] { return matchedCount(shapes) == 1; }, 20s));
+    EXPECT_TRUE(waitFor(
+            [&] {
+                return liveliness() == std::pair{0, 1};
+            },
+            10s))
+            << ::testing::PrintToString(liveliness());
+    DDS_RequestedDeadlineMissedStatus missed{};
+    DDS_DataReader_get_requested_deadline_missed_status(reader, &missed);
+    EXPECT_GT(missed.total_count, 0);
+
+    ASSERT_NE(app->createReader(), nullptr);
+    EXPECT_TRUE(waitFor(
+            [&] {
+                return liveliness() == std::pair{1, 0};
+            },
+            10s))
+            << ::testing::PrintToString(liveliness());
+    app.reset();
+    EXPECT_EQ(peer.wait(), 0);
+}
+
 // Monitoring data read in another process: the peer's writer description
 // names the writer by the key that this process's reader sees it under,
 // its statistics name that reader by its key, and the peer's monitoring
