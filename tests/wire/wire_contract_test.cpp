@@ -273,6 +273,52 @@ TEST_P(WireContractTest, CountersFollowEachReadersDecisionAndTheWiresCapabilitie
     }
 }
 
+// A wire offers the liveliness and status operations exactly where it says
+// it supplies those facts. One that counts deadlines counts them for a
+// writer that fell silent and for its reader.
+TEST_P(WireContractTest, AWireThatCountsDeadlinesCountsThoseASilentWriterMisses) {
+    const uint32_t supplies = ops_->capabilities;
+    const bool liveliness = (supplies & ZEL_WIRE_SUPPLIES_LIVELINESS) != 0;
+    EXPECT_EQ(ops_->assertWriterLiveliness != nullptr, liveliness);
+    EXPECT_EQ(ops_->assertParticipantLiveliness != nullptr, liveliness);
+    const bool counts =
+            (supplies & (ZEL_WIRE_SUPPLIES_LIVELINESS | ZEL_WIRE_SUPPLIES_DEADLINES | ZEL_WIRE_SUPPLIES_SAMPLE_LOST)) !=
+            0;
+    EXPECT_EQ(ops_->getWriterStatusCounts != nullptr, counts);
+    EXPECT_EQ(ops_->getReaderStatusCounts != nullptr, counts);
+    if ((supplies & ZEL_WIRE_SUPPLIES_DEADLINES) == 0) {
+        return;
+    }
+    ZELWireParticipant *a = participant(0);
+    ZELWireEndpointQos qos = offeredQos();
+    qos.deadlinePeriod = ZELNtpTime{0, 0x20000000};  // an eighth of a second
+    Recorder w, r;
+    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", qos);
+    qos.livelinessLeaseDuration = ZELNtpTime ZEL_NTP_TIME_INFINITE;
+    ZELWireReader *readerHandle = reader(participant(0), 2, &r, "Square", qos);
+    ASSERT_TRUE(writerHandle != nullptr && readerHandle != nullptr);
+    ASSERT_EQ(r.takeEventually(1).size(), 1u);
+    const std::vector<uint8_t> data = {0, 1, 0, 0, 1, 2, 3, 4};
+    const ZELWireSample s = sample(3, 1, data);
+    ASSERT_TRUE(ops_->write(writerHandle, &s));
+    ZELWireStatusCounts offered{}, requested{};
+    for (int wait = 0; wait < 500 && (offered.offeredDeadlineMissed == 0 || requested.requestedDeadlineMissed == 0);
+         ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        ops_->getWriterStatusCounts(writerHandle, &offered);
+        ops_->getReaderStatusCounts(readerHandle, &requested);
+    }
+    EXPECT_GT(offered.offeredDeadlineMissed, 0);
+    EXPECT_GT(requested.requestedDeadlineMissed, 0);
+    EXPECT_EQ(offered.requestedDeadlineMissed + requested.offeredDeadlineMissed, 0);
+    if (liveliness) {
+        EXPECT_TRUE(ops_->assertWriterLiveliness(writerHandle));
+        EXPECT_TRUE(ops_->assertParticipantLiveliness(a));
+    }
+    ops_->deleteWriter(writerHandle);
+    ops_->deleteReader(readerHandle);
+}
+
 // Matching a new endpoint must not wait on an endpoint that another thread
 // is writing on, nor the writer on the creation.
 TEST_P(WireContractTest, EndpointsComeAndGoWhileAMatchingWriterWrites) {
