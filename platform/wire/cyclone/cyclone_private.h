@@ -18,7 +18,9 @@
 // endpoint runs under that endpoint's `callbackMutex`, which also
 // serializes them with the endpoint's deletion: once `deleting` is set no
 // callback reaches the DDS layer, and the deletion reports the unmatches
-// itself before it deletes the Cyclone entity.
+// itself before it deletes the Cyclone entity. A reader's liveliness
+// listener is the exception: it only queues the change under `mutex` for
+// the match thread, which reports it under `callbackMutex`.
 //
 // Matches. A match listener may run on a thread that holds the locks of
 // another entity (the one whose creation made the match), so asking Cyclone

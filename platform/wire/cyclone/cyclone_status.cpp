@@ -18,19 +18,20 @@ void onLivelinessChanged(dds_entity_t, const dds_liveliness_changed_status_t sta
     if (!regained && !lost) {
         return;
     }
-    std::lock_guard<std::recursive_mutex> callbacks(endpoint->callbackMutex);
-    {
-        std::lock_guard<std::mutex> guard(endpoint->mutex);
-        if (endpoint->deleting) {
-            return;
-        }
-        try {
-            endpoint->livelinessEvents.push_back({status.last_publication_handle, regained});
-        } catch (...) {
-            ZELLog_printContextAndMsg("ZELCycloneWire_onLivelinessChanged", &ZEL_LOG_CREATION_FAILURE_s,
-                                      "liveliness change");
-            return;
-        }
+    // Only the endpoint's own lock, which guards no call into Cyclone: this
+    // may run while Cyclone holds the writer's locks. The request is made
+    // under it, before a deletion can set `deleting` and then take the
+    // endpoint out of the match thread's way.
+    std::lock_guard<std::mutex> guard(endpoint->mutex);
+    if (endpoint->deleting) {
+        return;
+    }
+    try {
+        endpoint->livelinessEvents.push_back({status.last_publication_handle, regained});
+    } catch (...) {
+        ZELLog_printContextAndMsg("ZELCycloneWire_onLivelinessChanged", &ZEL_LOG_CREATION_FAILURE_s,
+                                  "liveliness change");
+        return;
     }
     ZELCycloneMatchSync_requestI(&endpoint->participant->wire->matchSync, endpoint);
 }
