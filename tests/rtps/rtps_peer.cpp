@@ -332,8 +332,8 @@ int runShapesPeer(int linger, const char *monitoring) {
 // milliseconds and a deadline of a third of it writes once a reader
 // matched, then falls silent until it has lost its liveliness and missed a
 // deadline. A second reader's match asks it to assert its liveliness again,
-// which it then does every quarter lease until no reader is left. The exit
-// status names the step that failed.
+// which it then does every quarter lease until no reader is left. Exits
+// with 3 when it did not come to the assertions, 6 when they failed.
 int runSilentWriterPeer(int lease) {
     Application app(testDomain());
     dp_ShapeDataWriter *shapes = app.ready() ? app.createWriter([&](DDS_DataWriterQos &qos) {
@@ -351,26 +351,20 @@ int runSilentWriterPeer(int lease) {
         DDS_DataWriter_get_publication_matched_status(writer, &status);
         return status.current_count;
     };
-    if (!waitFor([&] { return matched() == 1; }, 20s)) {
-        return 3;
-    }
     dp_Shape shape;
     dp_Shape_initialize(&shape);
-    const DDS_ReturnCode_t written = dp_ShapeDataWriter_write(shapes, &shape, &DDS_HANDLE_NIL);
+    const bool wrote = waitFor([&] { return matched() == 1; }, 20s) &&
+                       dp_ShapeDataWriter_write(shapes, &shape, &DDS_HANDLE_NIL) == DDS_RETCODE_OK;
     dp_Shape_finalize(&shape);
-    DDS_LivelinessLostStatus lost{};
-    DDS_OfferedDeadlineMissedStatus missed{};
-    if (written != DDS_RETCODE_OK || !waitFor(
-                                             [&] {
-                                                 DDS_DataWriter_get_liveliness_lost_status(writer, &lost);
-                                                 DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed);
-                                                 return lost.total_count > 0 && missed.total_count > 0;
-                                             },
-                                             10s)) {
-        return 6;
-    }
-    if (!waitFor([&] { return matched() == 2; }, 20s)) {
-        return 7;
+    const auto lostAndMissed = [&] {
+        DDS_LivelinessLostStatus lost{};
+        DDS_OfferedDeadlineMissedStatus missed{};
+        DDS_DataWriter_get_liveliness_lost_status(writer, &lost);
+        DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed);
+        return lost.total_count > 0 && missed.total_count > 0;
+    };
+    if (!wrote || !waitFor(lostAndMissed, 10s) || !waitFor([&] { return matched() == 2; }, 20s)) {
+        return 3;
     }
     const bool asserted = waitFor(
             [&] {
@@ -378,7 +372,7 @@ int runSilentWriterPeer(int lease) {
                 return DDS_DataWriter_assert_liveliness(writer) != DDS_RETCODE_OK || matched() == 0;
             },
             60s);
-    return asserted && DDS_DataWriter_assert_liveliness(writer) == DDS_RETCODE_OK ? 0 : 8;
+    return asserted && DDS_DataWriter_assert_liveliness(writer) == DDS_RETCODE_OK ? 0 : 6;
 }
 
 // A peer's role: "shapes <linger> [<monitoring domain>]", "silent <lease>"
