@@ -329,17 +329,19 @@ int runShapesPeer(int linger, const char *monitoring) {
 }
 
 // The peer: a writer of manual-by-topic liveliness with a lease of `lease`
-// milliseconds and a deadline of a third of it writes once a reader
-// matched, then falls silent until it has lost its liveliness and missed a
-// deadline. A second reader's match asks it to assert its liveliness again,
-// which it then does every quarter lease until no reader is left. Exits
-// with 3 when it did not come to the assertions, 6 when they failed.
+// milliseconds and a deadline of a third of it (volatile, so that a new
+// reader is sent nothing that asserts it) writes once a reader matched and
+// asserts its liveliness (and its participant's) every quarter lease until
+// a second reader matches. Then it falls silent until it has lost its
+// liveliness and missed a deadline, and writes again once a third reader
+// matched. Exits with 3 when a step before the silence failed, 6 after.
 int runSilentWriterPeer(int lease) {
     Application app(testDomain());
     dp_ShapeDataWriter *shapes = app.ready() ? app.createWriter([&](DDS_DataWriterQos &qos) {
         qos.liveliness.kind = DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS;
         qos.liveliness.lease_duration = durationOf(lease);
         qos.deadline.period = durationOf(lease / 3);
+        qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS;
     })
                                              : nullptr;
     DDS_DataWriter *writer = dp_ShapeDataWriter_as_datawriter(shapes);
@@ -350,9 +352,18 @@ int runSilentWriterPeer(int lease) {
     };
     dp_Shape shape;
     dp_Shape_initialize(&shape);
-    const bool wrote = shapes != nullptr && waitFor([&] { return matched() == 1; }, 20s) &&
-                       dp_ShapeDataWriter_write(shapes, &shape, &DDS_HANDLE_NIL) == DDS_RETCODE_OK;
-    dp_Shape_finalize(&shape);
+    const auto write = [&] { return dp_ShapeDataWriter_write(shapes, &shape, &DDS_HANDLE_NIL) == DDS_RETCODE_OK; };
+    const bool asserted =
+            shapes != nullptr && waitFor([&] { return matched() == 1; }, 20s) && write() &&
+            waitFor(
+                    [&] {
+                        std::this_thread::sleep_for(std::chrono::milliseconds(lease / 4));
+                        return DDS_DataWriter_assert_liveliness(writer) != DDS_RETCODE_OK ||
+                               DDS_DomainParticipant_assert_liveliness(app.participant) != DDS_RETCODE_OK ||
+                               matched() == 2;
+                    },
+                    60s) &&
+            matched() == 2;
     const auto lostAndMissed = [&] {
         DDS_LivelinessLostStatus lost{};
         DDS_OfferedDeadlineMissedStatus missed{};
@@ -360,20 +371,11 @@ int runSilentWriterPeer(int lease) {
         DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed);
         return lost.total_count > 0 && missed.total_count > 0;
     };
-    if (!wrote || !waitFor(lostAndMissed, 10s) || !waitFor([&] { return matched() == 2; }, 20s)) {
-        return 3;
-    }
-    // The participant's assertion is refused by neither layer.
-    bool asserted = true;
-    waitFor(
-            [&] {
-                std::this_thread::sleep_for(std::chrono::milliseconds(lease / 4));
-                asserted = asserted && DDS_DataWriter_assert_liveliness(writer) == DDS_RETCODE_OK &&
-                           DDS_DomainParticipant_assert_liveliness(app.participant) == DDS_RETCODE_OK;
-                return !asserted || matched() == 0;
-            },
-            60s);
-    return asserted ? 0 : 6;
+    const bool silent = asserted && waitFor(lostAndMissed, 10s);
+    const bool wroteAgain = silent && waitFor([&] { return matched() == 3; }, 20s) && write();
+    dp_Shape_finalize(&shape);
+    waitFor([&] { return matched() == 0; }, 60s);
+    return !silent ? 3 : wroteAgain ? 0 : 6;
 }
 
 // A peer's role: "shapes <linger> [<monitoring domain>]", "silent <lease>"

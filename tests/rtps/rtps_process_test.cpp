@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -154,16 +155,18 @@ TEST_F(RtpsProcessTest, AParticipantsKeyIsItsGuidOnTheNetwork) {
     EXPECT_TRUE(rtpstest::plainCycloneDiscoversParticipant(testDomain(), guid, 20s));
 }
 
-// A writer in another process that falls silent loses its liveliness and
-// misses its deadlines, as it counts them (the peer checks) and as this
-// process's reader sees them; asserting again brings it back alive.
-TEST_F(RtpsProcessTest, ASilentWriterLosesLivelinessAndDeadlinesUntilItAssertsAgain) {
-    constexpr int lease = 600;
+// A writer in another process stays alive while it asserts its liveliness;
+// silent, it loses it and misses its deadlines, as it counts them (the peer
+// checks) and as this process's reader sees them, until it writes again.
+TEST_F(RtpsProcessTest, AWriterAssertingStaysAliveAndSilentLosesLivelinessAndDeadlines) {
+    constexpr int lease = 1000;
     auto app = std::make_unique<Application>(testDomain());
     ASSERT_TRUE(app->ready());
-    dp_ShapeDataReader *shapes =
-            app->createReader([](DDS_DataReaderQos &qos) { qos.deadline.period = rtpstest::durationOf(lease / 3); });
-    ASSERT_NE(shapes, nullptr);
+    const auto volatileReader = [](DDS_DataReaderQos &qos) { qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS; };
+    dp_ShapeDataReader *shapes = app->createReader([&](DDS_DataReaderQos &qos) {
+        volatileReader(qos);
+        qos.deadline.period = rtpstest::durationOf(lease / 3);
+    });
     DDS_DataReader *reader = dp_ShapeDataReader_as_datareader(shapes);
     Peer peer({"silent", std::to_string(lease)});
     // Alive and not alive writers.
@@ -173,6 +176,12 @@ TEST_F(RtpsProcessTest, ASilentWriterLosesLivelinessAndDeadlinesUntilItAssertsAg
         return std::pair{status.alive_count, status.not_alive_count};
     };
     ASSERT_TRUE(waitFor([&] { return matchedCount(shapes) == 1; }, 20s));
+    // Three leases of assertions every quarter lease.
+    std::this_thread::sleep_for(std::chrono::milliseconds(3 * lease));
+    EXPECT_EQ(liveliness(), (std::pair{1, 0}));
+
+    // Each further reader's match is the peer's cue: to fall silent, then to write.
+    ASSERT_NE(app->createReader(volatileReader), nullptr);
     EXPECT_TRUE(waitFor(
             [&] {
                 return liveliness() == std::pair{0, 1};
@@ -182,8 +191,7 @@ TEST_F(RtpsProcessTest, ASilentWriterLosesLivelinessAndDeadlinesUntilItAssertsAg
     DDS_RequestedDeadlineMissedStatus missed{};
     DDS_DataReader_get_requested_deadline_missed_status(reader, &missed);
     EXPECT_GT(missed.total_count, 0);
-
-    ASSERT_NE(app->createReader(), nullptr);
+    ASSERT_NE(app->createReader(volatileReader), nullptr);
     EXPECT_TRUE(waitFor(
             [&] {
                 return liveliness() == std::pair{1, 0};

@@ -287,11 +287,10 @@ TEST_P(WireContractTest, AWireThatCountsDeadlinesCountsThoseASilentWriterMisses)
     if ((supplies & ZEL_WIRE_SUPPLIES_DEADLINES) == 0) {
         return;
     }
-    ZELWireParticipant *a = participant(0);
     ZELWireEndpointQos qos = offeredQos();
     qos.deadlinePeriod = ZELNtpTime{0, 0x20000000};  // an eighth of a second
     Recorder w, r;
-    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", qos);
+    ZELWireWriter *writerHandle = writer(participant(0), 1, &w, "Square", qos);
     qos.livelinessLeaseDuration = ZELNtpTime ZEL_NTP_TIME_INFINITE;
     ZELWireReader *readerHandle = reader(participant(0), 2, &r, "Square", qos);
     ASSERT_TRUE(writerHandle != nullptr && readerHandle != nullptr);
@@ -306,12 +305,7 @@ TEST_P(WireContractTest, AWireThatCountsDeadlinesCountsThoseASilentWriterMisses)
         ops_->getWriterStatusCounts(writerHandle, &offered);
         ops_->getReaderStatusCounts(readerHandle, &requested);
     }
-    EXPECT_GT(offered.offeredDeadlineMissed, 0);
-    EXPECT_GT(requested.requestedDeadlineMissed, 0);
-    if (liveliness) {
-        EXPECT_TRUE(ops_->assertWriterLiveliness(writerHandle));
-        EXPECT_TRUE(ops_->assertParticipantLiveliness(a));
-    }
+    EXPECT_TRUE(offered.offeredDeadlineMissed > 0 && requested.requestedDeadlineMissed > 0);
     ops_->deleteWriter(writerHandle);
     ops_->deleteReader(readerHandle);
 }
