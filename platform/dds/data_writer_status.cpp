@@ -123,8 +123,10 @@ VURNC_API DDS_ReturnCode_t DDS_DataWriter_assert_liveliness(DDS_DataWriter *self
         return DDS_RETCODE_NOT_ENABLED;
     }
     DDS_DataWriterPath_assertI(path, context);
+    // An automatic writer is asserted by its participant: nothing to tell
+    // the wire.
     const ZELWireOps *ops = DDS_Entity_getWireI(&self->entity)->ops;
-    if (ops->assertWriterLiveliness != nullptr && path->wireWriter != nullptr &&
+    if (path->manualLiveliness && ops->assertWriterLiveliness != nullptr && path->wireWriter != nullptr &&
         !ops->assertWriterLiveliness(path->wireWriter)) {
         return DDS_RETCODE_ERROR;
     }
