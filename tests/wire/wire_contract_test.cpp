@@ -273,19 +273,11 @@ TEST_P(WireContractTest, CountersFollowEachReadersDecisionAndTheWiresCapabilitie
     }
 }
 
-// A wire offers the liveliness and status operations exactly where it says
-// it supplies those facts. One that counts deadlines counts them for a
-// writer that fell silent and for its reader.
+// A wire that counts deadlines counts them for a writer that fell silent
+// and for its reader.
 TEST_P(WireContractTest, AWireThatCountsDeadlinesCountsThoseASilentWriterMisses) {
-    const uint32_t supplies = ops_->capabilities;
-    const bool liveliness = (supplies & ZEL_WIRE_SUPPLIES_LIVELINESS) != 0;
-    EXPECT_EQ((ops_->assertWriterLiveliness != nullptr) + (ops_->assertParticipantLiveliness != nullptr),
-              liveliness ? 2 : 0);
-    const uint32_t counted = ZEL_WIRE_SUPPLIES_LIVELINESS | ZEL_WIRE_SUPPLIES_DEADLINES | ZEL_WIRE_SUPPLIES_SAMPLE_LOST;
-    EXPECT_EQ((ops_->getWriterStatusCounts != nullptr) + (ops_->getReaderStatusCounts != nullptr),
-              (supplies & counted) != 0 ? 2 : 0);
-    if ((supplies & ZEL_WIRE_SUPPLIES_DEADLINES) == 0) {
-        return;
+    if ((ops_->capabilities & ZEL_WIRE_SUPPLIES_DEADLINES) == 0) {
+        GTEST_SKIP() << "the " << GetParam() << " wire leaves deadlines to the DDS layer";
     }
     ZELWireEndpointQos qos = offeredQos();
     qos.deadlinePeriod = ZELNtpTime{0, 0x20000000};  // an eighth of a second
