@@ -100,12 +100,26 @@ void DDS_Status_clearChangesI(Status *status) {
     }
 }
 
-// A communication status that the path keeps as it is reported.
-template <typename Endpoint, typename Status>
+// Brings a count that the path keeps in line with the wire's cumulative
+// `wireTotal`: what the wire counted since is a change.
+inline void DDS_Status_takeCountI(DDS_Long *total, DDS_Long *change, int64_t wireTotal) {
+    const int64_t grown = wireTotal - *total;
+    if (grown > 0) {
+        *total += static_cast<DDS_Long>(grown);
+        *change += static_cast<DDS_Long>(grown);
+    }
+}
+
+// A communication status that the path keeps as it is reported; `refresh`
+// first brings in what the wire counts of it, on a wire that does.
+template <typename Endpoint, typename Status, typename Refresh = void (*)(typename DDS_EndpointKindI<Endpoint>::Path *)>
 DDS_ReturnCode_t DDS_Endpoint_copyStatusI(Endpoint *self, Status *status,
                                           Status DDS_EndpointKindI<Endpoint>::Path::*field, DDS_Boolean reset,
-                                          const char *context) {
+                                          const char *context, Refresh refresh = nullptr) {
     return DDS_Endpoint_withCommunicationStatusI(self, status, context, [&](auto *path) {
+        if (refresh != nullptr) {
+            refresh(path);
+        }
         *status = path->*field;
         if (reset) {
             DDS_Status_clearChangesI(&(path->*field));

@@ -1,6 +1,6 @@
 // What a reader's path keeps of it once enabled, and the wire's callbacks
 // into it: matched and unmatched writers (statuses and monitor events),
-// incompatible ones and samples.
+// incompatible ones, samples and writers' liveliness.
 #include <cstring>
 
 #include "data_reader_private.h"
@@ -21,9 +21,12 @@ static void DDS_DataReaderPath_onMatchedI(void *context, const ZELWireMatchInfo 
             record->next = path->matches;
             record->guid = match->remoteGuid;
             // An automatic writer is asserted by its participant, alive as
-            // long as the process is: its lease never lapses on this wire.
+            // long as the process is: its lease never lapses where the DDS
+            // layer runs it. A wire that runs leases itself tells.
             record->leaseDuration = match->remoteQos.livelinessLeaseDuration;
-            if (match->remoteQos.livelinessKind == DDS_AUTOMATIC_LIVELINESS_QOS) {
+            const uint32_t supplied = DDS_Entity_getWireI(&path->reader->entity)->ops->capabilities;
+            if (match->remoteQos.livelinessKind == DDS_AUTOMATIC_LIVELINESS_QOS ||
+                (supplied & ZEL_WIRE_SUPPLIES_LIVELINESS) != 0) {
                 ZELNtpTime_fromNanoseconds(&record->leaseDuration, UINT64_MAX);
             }
             record->lastHeard = path->now;
@@ -92,6 +95,13 @@ static void DDS_DataReaderPath_onIncompatibleI(void *context, const ZELWireGuid 
     path->incompatible.last_policy_id = static_cast<DDS_QosPolicyId_t>(policyId);
 }
 
+static void DDS_DataReaderPath_onLivelinessI(void *context, const ZELWireGuid *writer, ZELBoolean alive) {
+    auto *path = static_cast<DDS_DataReaderPathI *>(context);
+    std::lock_guard<std::mutex> guard(path->mutex);
+    DDS_DataReaderPath_catchUpI(path);
+    DDS_DataReaderPath_setWriterAliveI(path, writer, alive != ZEL_FALSE);
+}
+
 static ZELWireDeliveryResult DDS_DataReaderPath_onSampleI(void *context, const ZELWireSample *sample) {
     auto *path = static_cast<DDS_DataReaderPathI *>(context);
     std::lock_guard<std::mutex> guard(path->mutex);
@@ -112,6 +122,7 @@ void DDS_DataReaderPath_fillListenerI(DDS_DataReaderPathI *path, ZELWireReaderLi
     listener->onUnmatched = DDS_DataReaderPath_onUnmatchedI;
     listener->onIncompatible = DDS_DataReaderPath_onIncompatibleI;
     listener->onSample = DDS_DataReaderPath_onSampleI;
+    listener->onLiveliness = DDS_DataReaderPath_onLivelinessI;
 }
 
 // Whether the reader has outstanding loans (its deletion is refused then).

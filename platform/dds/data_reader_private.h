@@ -161,6 +161,8 @@ void DDS_DataReaderPath_acceptedI(DDS_DataReaderPathI *path, DDS_ReaderInstanceI
 // samples whose lifespan ended leave the cache. Runs before every arrival,
 // read, take and status read.
 void DDS_DataReaderPath_catchUpI(DDS_DataReaderPathI *path);
+// A matched writer lost or regained its liveliness, as the wire tells it.
+void DDS_DataReaderPath_setWriterAliveI(DDS_DataReaderPathI *path, const ZELWireGuid *guid, bool alive);
 // A writer that unmatched (`unmatched`) or lost its liveliness no longer
 // keeps its instances alive nor owns them.
 void DDS_DataReaderPath_releaseWriterI(DDS_DataReaderPathI *path, const ZELWireGuid *guid, bool unmatched);

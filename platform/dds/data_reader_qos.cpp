@@ -76,6 +76,18 @@ static void DDS_DataReaderPath_noteLivelinessI(DDS_DataReaderPathI *path, const 
     status->last_publication_handle = DDS_InstanceHandle_fromWireGuidI(guid);
 }
 
+void DDS_DataReaderPath_setWriterAliveI(DDS_DataReaderPathI *path, const ZELWireGuid *guid, bool alive) {
+    DDS_ReaderMatchI *match = DDS_DataReaderPath_findMatchI(path, guid);
+    if (match == nullptr || match->alive == alive) {
+        return;
+    }
+    match->alive = alive;
+    DDS_DataReaderPath_noteLivelinessI(path, guid, alive);
+    if (!alive) {
+        DDS_DataReaderPath_releaseWriterI(path, guid, false);
+    }
+}
+
 // Whether a data sample passes the reader's content filter. The filter
 // reads a plug-in sample, so the octets are deserialized into one for the
 // test; a sample that cannot be deserialized passes, and the cache then
@@ -253,7 +265,11 @@ void DDS_DataReaderPath_catchUpI(DDS_DataReaderPathI *path) {
     }
     // Only instances that are alive and were written expect samples; without
     // a deadline none does, and a reader of many instances pays nothing.
+    // Where the wire counts the misses, the path still names the last
+    // instance that missed one.
     const bool hasDeadline = !ZELNtpTime_isInfinite(&path->deadline);
+    const bool countsDeadlines =
+            (DDS_Entity_getWireI(&path->reader->entity)->ops->capabilities & ZEL_WIRE_SUPPLIES_DEADLINES) == 0;
     for (DDS_ReaderInstanceI *instance = hasDeadline ? path->instances : nullptr; instance != nullptr;
          instance = instance->next) {
         if (instance->instanceState != DDS_ALIVE_INSTANCE_STATE || !instance->hasData) {
@@ -262,8 +278,10 @@ void DDS_DataReaderPath_catchUpI(DDS_DataReaderPathI *path) {
         const int64_t periods = DDS_NtpTime_periodsSinceI(&instance->lastData, now, &path->deadline);
         if (periods > instance->missedDeadlines) {
             const auto missed = static_cast<DDS_Long>(periods - instance->missedDeadlines);
-            path->deadlineMissed.total_count += missed;
-            path->deadlineMissed.total_count_change += missed;
+            if (countsDeadlines) {
+                path->deadlineMissed.total_count += missed;
+                path->deadlineMissed.total_count_change += missed;
+            }
             path->deadlineMissed.last_instance_handle = DDS_InstanceHandle_fromKeyHashI(instance->keyHash);
             instance->missedDeadlines = periods;
         }

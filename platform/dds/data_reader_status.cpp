@@ -3,6 +3,30 @@
 
 #include "data_endpoint_status.h"
 
+namespace {
+
+// The counts that the wire keeps for the reader, where it keeps them [path
+// mutex held]. A lost sample is one its writer sent and the wire never
+// delivered.
+void DDS_DataReaderPath_takeWireCountsI(DDS_DataReaderPathI *path) {
+    const ZELWireOps *ops = DDS_Entity_getWireI(&path->reader->entity)->ops;
+    if (ops->getReaderStatusCounts == nullptr || path->wireReader == nullptr) {
+        return;
+    }
+    ZELWireStatusCounts counts{};
+    ops->getReaderStatusCounts(path->wireReader, &counts);
+    if ((ops->capabilities & ZEL_WIRE_SUPPLIES_DEADLINES) != 0) {
+        DDS_Status_takeCountI(&path->deadlineMissed.total_count, &path->deadlineMissed.total_count_change,
+                              counts.requestedDeadlineMissed);
+    }
+    if ((ops->capabilities & ZEL_WIRE_SUPPLIES_SAMPLE_LOST) != 0 && counts.sampleLostCount > path->lost.total_count) {
+        DDS_Status_takeCountI(&path->lost.total_count, &path->lost.total_count_change, counts.sampleLostCount);
+        path->lost.last_reason = DDS_LOST_BY_WRITER;
+    }
+}
+
+}  // namespace
+
 extern "C" {
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_subscription_matched_status_ex(
@@ -43,12 +67,13 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_rejected_status(DDS_DataRea
     return DDS_DataReader_get_sample_rejected_status_ex(self, status, DDS_BOOLEAN_TRUE);
 }
 
-// Samples missing from a writer's sequence of sequence numbers.
+// Samples missing from a writer's sequence of sequence numbers, or those the
+// wire counts lost.
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status_ex(DDS_DataReader *self,
                                                                     struct DDS_SampleLostStatus *status,
                                                                     DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataReaderPathI::lost, reset,
-                                    "DDS_DataReader_get_sample_lost_status");
+                                    "DDS_DataReader_get_sample_lost_status", DDS_DataReaderPath_takeWireCountsI);
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_sample_lost_status(DDS_DataReader *self,
@@ -87,7 +112,8 @@ VURNC_API DDS_ReturnCode_t DDS_DataReader_get_liveliness_changed_status(DDS_Data
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status_ex(
         DDS_DataReader *self, struct DDS_RequestedDeadlineMissedStatus *status, DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataReaderPathI::deadlineMissed, reset,
-                                    "DDS_DataReader_get_requested_deadline_missed_status");
+                                    "DDS_DataReader_get_requested_deadline_missed_status",
+                                    DDS_DataReaderPath_takeWireCountsI);
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataReader_get_requested_deadline_missed_status(

@@ -1,28 +1,36 @@
-// A writer's statuses, its matched subscriptions and their locators.
-// Deadlines and liveliness leases are counted lazily: whenever a write or a
-// status getter runs, against the factory's clock.
+// A writer's statuses, its matched subscriptions and their locators, and
+// its liveliness assertions. Deadlines and liveliness leases are counted
+// lazily: whenever a write or a status getter runs, against the factory's
+// clock, unless the wire counts them (then a status getter takes its
+// counts).
 #include <cstring>
 
 #include "data_endpoint_status.h"
 
 void DDS_DataWriterPath_checkDeadlinesI(DDS_DataWriterPathI *path, const ZELNtpTime *now) {
+    const uint32_t supplied = DDS_Entity_getWireI(&path->writer->entity)->ops->capabilities;
     // Without a deadline no instance can miss one: a writer of many
-    // instances then pays nothing per write.
+    // instances then pays nothing per write. Where the wire counts the
+    // misses, the path still names the last instance that missed one.
     const bool hasDeadline = !ZELNtpTime_isInfinite(&path->deadline);
+    const bool countsDeadlines = (supplied & ZEL_WIRE_SUPPLIES_DEADLINES) == 0;
     for (DDS_WriterInstanceI *instance = hasDeadline ? path->instances : nullptr; instance != nullptr;
          instance = instance->next) {
         const int64_t periods = DDS_NtpTime_periodsSinceI(&instance->lastWrite, now, &path->deadline);
         if (periods > instance->missedDeadlines) {
             const auto missed = static_cast<DDS_Long>(periods - instance->missedDeadlines);
-            path->deadlineMissed.total_count += missed;
-            path->deadlineMissed.total_count_change += missed;
+            if (countsDeadlines) {
+                path->deadlineMissed.total_count += missed;
+                path->deadlineMissed.total_count_change += missed;
+            }
             path->deadlineMissed.last_instance_handle = DDS_InstanceHandle_fromKeyHashI(instance->keyHash);
             instance->missedDeadlines = periods;
         }
     }
     // An automatic writer is asserted by its participant, which is alive as
-    // long as the process is: it never loses liveliness on this wire.
-    if (path->manualLiveliness && !path->livelinessLost &&
+    // long as the process is: it never loses liveliness where the DDS layer
+    // runs the lease.
+    if ((supplied & ZEL_WIRE_SUPPLIES_LIVELINESS) == 0 && path->manualLiveliness && !path->livelinessLost &&
         DDS_NtpTime_periodsSinceI(&path->lastAssertion, now, &path->leaseDuration) > 0) {
         path->livelinessLost = true;
         ++path->liveliness.total_count;
@@ -59,6 +67,37 @@ bool DDS_Locator_matchesI(const ZELNetioLocator *netio, const DDS_Locator_t *loc
            std::memcmp(netio->address, locator->address, sizeof(netio->address)) == 0;
 }
 
+// The counts that the wire keeps for the writer, where it keeps them
+// [path mutex held].
+void DDS_DataWriterPath_takeWireCountsI(DDS_DataWriterPathI *path) {
+    const ZELWireOps *ops = DDS_Entity_getWireI(&path->writer->entity)->ops;
+    if (ops->getWriterStatusCounts == nullptr || path->wireWriter == nullptr) {
+        return;
+    }
+    ZELWireStatusCounts counts{};
+    ops->getWriterStatusCounts(path->wireWriter, &counts);
+    if ((ops->capabilities & ZEL_WIRE_SUPPLIES_LIVELINESS) != 0) {
+        DDS_Status_takeCountI(&path->liveliness.total_count, &path->liveliness.total_count_change,
+                              counts.livelinessLostCount);
+    }
+    if ((ops->capabilities & ZEL_WIRE_SUPPLIES_DEADLINES) != 0) {
+        DDS_Status_takeCountI(&path->deadlineMissed.total_count, &path->deadlineMissed.total_count_change,
+                              counts.offeredDeadlineMissed);
+    }
+}
+
+// Asserts the writer's liveliness where the DDS layer runs its lease: a
+// lease that lapsed before counts first.
+void DDS_DataWriterPath_assertI(DDS_DataWriterPathI *path, const char *context) {
+    std::lock_guard<std::mutex> guard(path->mutex);
+    ZELNtpTime now{};
+    if (DDS_DomainParticipantFactory_getNowI(path->writer->entity.participant->factory, &now, context)) {
+        DDS_DataWriterPath_checkDeadlinesI(path, &now);
+        path->lastAssertion = now;
+        path->livelinessLost = false;
+    }
+}
+
 void DDS_ProtocolStatus_addI(ZELWireCounters *sum, const ZELWireCounters *counters) {
     sum->sampleCount += counters->sampleCount;
     sum->sampleBytes += counters->sampleBytes;
@@ -73,17 +112,70 @@ void DDS_ProtocolStatus_addI(ZELWireCounters *sum, const ZELWireCounters *counte
 
 extern "C" {
 
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_assert_liveliness(DDS_DataWriter *self) {
+    const char *const context = "DDS_DataWriter_assert_liveliness";
+    if (self == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, "self");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    DDS_DataWriterPathI *path = self->path;
+    if (path == nullptr) {
+        return DDS_RETCODE_NOT_ENABLED;
+    }
+    DDS_DataWriterPath_assertI(path, context);
+    // An automatic writer is asserted by its participant: nothing to tell
+    // the wire.
+    const ZELWireOps *ops = DDS_Entity_getWireI(&self->entity)->ops;
+    if (path->manualLiveliness && ops->assertWriterLiveliness != nullptr && path->wireWriter != nullptr &&
+        !ops->assertWriterLiveliness(path->wireWriter)) {
+        return DDS_RETCODE_ERROR;
+    }
+    return DDS_RETCODE_OK;
+}
+
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_assert_liveliness(DDS_DomainParticipant *self) {
+    const char *const context = "DDS_DomainParticipant_assert_liveliness";
+    if (self == nullptr) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, "self");
+        return DDS_RETCODE_BAD_PARAMETER;
+    }
+    if (!self->entity.enabled) {
+        return DDS_RETCODE_NOT_ENABLED;
+    }
+    {
+        // The participant's lock keeps its publishers and their writers.
+        DDS_EntityLockGuardI guard(&self->entity);
+        for (DDS_EntityListNodeI *node = self->publishers.head; node != nullptr; node = node->next) {
+            auto *publisher = DDS_EntityList_entryI<DDS_PublisherImpl>(node);
+            for (DDS_EntityListNodeI *entry = publisher->writers.head; entry != nullptr; entry = entry->next) {
+                auto *writer = DDS_EntityList_entryI<DDS_DataWriter>(entry);
+                DDS_EntityLockGuardI writerGuard(&writer->entity);
+                DDS_DataWriterPathI *path = writer->path;
+                if (path != nullptr && writer->qos.liveliness.kind == DDS_MANUAL_BY_PARTICIPANT_LIVELINESS_QOS) {
+                    DDS_DataWriterPath_assertI(path, context);
+                }
+            }
+        }
+    }
+    const ZELWireOps *ops = DDS_Entity_getWireI(&self->entity)->ops;
+    if (ops->assertParticipantLiveliness != nullptr && !ops->assertParticipantLiveliness(self->wireParticipant)) {
+        return DDS_RETCODE_ERROR;
+    }
+    return DDS_RETCODE_OK;
+}
+
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_liveliness_lost_status_ex(DDS_DataWriter *self,
                                                                         struct DDS_LivelinessLostStatus *status,
                                                                         DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataWriterPathI::liveliness, reset,
-                                    "DDS_DataWriter_get_liveliness_lost_status");
+                                    "DDS_DataWriter_get_liveliness_lost_status", DDS_DataWriterPath_takeWireCountsI);
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_deadline_missed_status_ex(
         DDS_DataWriter *self, struct DDS_OfferedDeadlineMissedStatus *status, DDS_Boolean reset) {
     return DDS_Endpoint_copyStatusI(self, status, &DDS_DataWriterPathI::deadlineMissed, reset,
-                                    "DDS_DataWriter_get_offered_deadline_missed_status");
+                                    "DDS_DataWriter_get_offered_deadline_missed_status",
+                                    DDS_DataWriterPath_takeWireCountsI);
 }
 
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_offered_incompatible_qos_status_ex(

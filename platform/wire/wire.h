@@ -160,6 +160,30 @@ struct ZELWireCounters {
 #define ZEL_WIRE_SUPPLIES_PULLED_BYTES 0x10u
 // - The locators of a writer's matched readers (ZELWireMatchInfo).
 #define ZEL_WIRE_SUPPLIES_MATCH_LOCATORS 0x20u
+// - Liveliness from the wire's own leases: a writer's lost liveliness
+//   (getWriterStatusCounts) and each matched writer's liveliness as a
+//   reader sees it (its listener's onLiveliness), asserted by writes and by
+//   the assert operations. Without it the DDS layer runs the leases on its
+//   own clock: a writer's from its writes and assertions, a reader's from
+//   the samples it receives.
+#define ZEL_WIRE_SUPPLIES_LIVELINESS 0x40u
+// - Deadlines that writers offered and readers requested and missed
+//   (the counts; the DDS layer still names the last instance).
+#define ZEL_WIRE_SUPPLIES_DEADLINES 0x80u
+// - A reader's samples lost on the way (a writer's samples it never got);
+//   without it the DDS layer counts gaps in the sequence numbers, where the
+//   wire tells them.
+#define ZEL_WIRE_SUPPLIES_SAMPLE_LOST 0x100u
+
+// The status counts that a wire keeps for an endpoint, cumulative since its
+// creation; a count whose capability is clear is 0. A writer fills the
+// first two, a reader the last two.
+struct ZELWireStatusCounts {
+    int64_t livelinessLostCount;      // ZEL_WIRE_SUPPLIES_LIVELINESS
+    int64_t offeredDeadlineMissed;    // ZEL_WIRE_SUPPLIES_DEADLINES
+    int64_t requestedDeadlineMissed;  // ZEL_WIRE_SUPPLIES_DEADLINES
+    int64_t sampleLostCount;          // ZEL_WIRE_SUPPLIES_SAMPLE_LOST
+};
 
 // What discovery reports of an entity of the domain. A participant's GUID
 // is its prefix followed by ZEL_WIRE_ENTITY_ID_PARTICIPANT; it has no topic,
@@ -218,6 +242,11 @@ struct ZELWireReaderListener {
     void (*onIncompatible)(void *context, const struct ZELWireGuid *remote, uint32_t policyId);
     // Runs on the writing thread (loopback) or a receive thread.
     enum ZELWireDeliveryResult (*onSample)(void *context, const struct ZELWireSample *sample);
+    // A matched writer lost (alive false) or regained its liveliness, as
+    // the wire's leases tell it; only on a wire that supplies liveliness,
+    // on a thread of its own, after the writer's onMatched and before its
+    // onUnmatched. May be NULL.
+    void (*onLiveliness)(void *context, const struct ZELWireGuid *writer, ZELBoolean alive);
 };
 
 // A wire implementation. Creations return NULL and deletions ZEL_FALSE on
@@ -280,6 +309,18 @@ struct ZELWireOps {
     // stopped the walk, or (logged) when the wire ran out of memory.
     ZELBoolean (*visitInconsistentTopics)(struct ZELWireParticipant *participant, const char *topicName,
                                           const char *typeName, ZELWireInconsistentTopicVisitor visit, void *context);
+
+    // Liveliness asserted without a write: of one writer (what a manual by
+    // topic writer needs), or of every manual by participant writer of the
+    // participant. NULL on a wire without ZEL_WIRE_SUPPLIES_LIVELINESS,
+    // whose leases the DDS layer runs itself. ZEL_FALSE (logged) when the
+    // wire refused it.
+    ZELBoolean (*assertWriterLiveliness)(struct ZELWireWriter *writer);
+    ZELBoolean (*assertParticipantLiveliness)(struct ZELWireParticipant *participant);
+    // The endpoint's status counts; NULL on a wire that supplies none of
+    // liveliness, deadlines and lost samples.
+    void (*getWriterStatusCounts)(struct ZELWireWriter *writer, struct ZELWireStatusCounts *counts);
+    void (*getReaderStatusCounts)(struct ZELWireReader *reader, struct ZELWireStatusCounts *counts);
 };
 
 // Every wire instance starts with its table.

@@ -70,25 +70,35 @@ Application::~Application() {
     }
 }
 
-dp_ShapeDataWriter *Application::createWriter() {
+DDS_Duration_t durationOf(int milliseconds) {
+    return DDS_Duration_t{milliseconds / 1000, static_cast<DDS_UnsignedLong>(milliseconds % 1000) * 1000000u};
+}
+
+dp_ShapeDataWriter *Application::createWriter(const std::function<void(DDS_DataWriterQos &)> &adjust) {
     DDS_DataWriterQos qos = DDS_DataWriterQos_INITIALIZER;
     DDS_Publisher_get_default_datawriter_qos(publisher, &qos);
     qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
     qos.history.depth = 1;
+    if (adjust) {
+        adjust(qos);
+    }
     DDS_DataWriter *writer = DDS_Publisher_create_datawriter(publisher, topic, &qos, nullptr, 0);
     DDS_DataWriterQos_finalize(&qos);
     return dp_ShapeDataWriter_narrow(writer);
 }
 
-dp_ShapeDataReader *Application::createReader() {
+dp_ShapeDataReader *Application::createReader(const std::function<void(DDS_DataReaderQos &)> &adjust) {
     DDS_DataReaderQos qos = DDS_DataReaderQos_INITIALIZER;
     DDS_Subscriber_get_default_datareader_qos(subscriber, &qos);
     qos.reliability.kind = DDS_RELIABLE_RELIABILITY_QOS;
     qos.durability.kind = DDS_TRANSIENT_LOCAL_DURABILITY_QOS;
     qos.history.kind = DDS_KEEP_LAST_HISTORY_QOS;
     qos.history.depth = 10;
+    if (adjust) {
+        adjust(qos);
+    }
     DDS_DataReader *reader =
             DDS_Subscriber_create_datareader(subscriber, DDS_Topic_as_topicdescription(topic), &qos, nullptr, 0);
     DDS_DataReaderQos_finalize(&qos);
@@ -318,12 +328,64 @@ int runShapesPeer(int linger, const char *monitoring) {
     return 0;
 }
 
-// A peer's role: "shapes <linger> [<monitoring domain>]" or
-// "tool <application pid>", which prints what failed.
+// The peer: a writer of manual-by-topic liveliness with a lease of `lease`
+// milliseconds and a deadline of a third of it (volatile, so that a new
+// reader is sent nothing that asserts it) writes once a reader matched and
+// asserts its liveliness (and its participant's) every quarter lease until
+// a second reader matches. Then it falls silent until it has lost its
+// liveliness and missed a deadline, and writes again once a third reader
+// matched. Exits with 3 when a step before the silence failed, 6 after.
+int runSilentWriterPeer(int lease) {
+    Application app(testDomain());
+    dp_ShapeDataWriter *shapes = app.ready() ? app.createWriter([&](DDS_DataWriterQos &qos) {
+        qos.liveliness.kind = DDS_MANUAL_BY_TOPIC_LIVELINESS_QOS;
+        qos.liveliness.lease_duration = durationOf(lease);
+        qos.deadline.period = durationOf(lease / 3);
+        qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS;
+    })
+                                             : nullptr;
+    DDS_DataWriter *writer = dp_ShapeDataWriter_as_datawriter(shapes);
+    const auto matched = [&] {
+        DDS_PublicationMatchedStatus status{};
+        DDS_DataWriter_get_publication_matched_status(writer, &status);
+        return status.current_count;
+    };
+    dp_Shape shape;
+    dp_Shape_initialize(&shape);
+    const auto write = [&] { return dp_ShapeDataWriter_write(shapes, &shape, &DDS_HANDLE_NIL) == DDS_RETCODE_OK; };
+    const bool asserted =
+            shapes != nullptr && waitFor([&] { return matched() == 1; }, 20s) && write() &&
+            waitFor(
+                    [&] {
+                        std::this_thread::sleep_for(std::chrono::milliseconds(lease / 4));
+                        return DDS_DataWriter_assert_liveliness(writer) != DDS_RETCODE_OK ||
+                               DDS_DomainParticipant_assert_liveliness(app.participant) != DDS_RETCODE_OK ||
+                               matched() == 2;
+                    },
+                    60s) &&
+            matched() == 2;
+    const auto lostAndMissed = [&] {
+        DDS_LivelinessLostStatus lost{};
+        DDS_OfferedDeadlineMissedStatus missed{};
+        DDS_DataWriter_get_liveliness_lost_status(writer, &lost);
+        DDS_DataWriter_get_offered_deadline_missed_status(writer, &missed);
+        return lost.total_count > 0 && missed.total_count > 0;
+    };
+    const bool silent = asserted && waitFor(lostAndMissed, 10s);
+    const bool wroteAgain = silent && waitFor([&] { return matched() == 3; }, 20s) && write();
+    dp_Shape_finalize(&shape);
+    waitFor([&] { return matched() == 0; }, 60s);
+    return !silent ? 3 : wroteAgain ? 0 : 6;
+}
+
+// A peer's role: "shapes <linger> [<monitoring domain>]", "silent <lease>"
+// or "tool <application pid>", which prints what failed.
 int runPeer(int argc, char **argv) {
     int result = 1;
     if (argc > 1 && std::strcmp(argv[0], "shapes") == 0) {
         result = runShapesPeer(std::atoi(argv[1]), argc > 2 ? argv[2] : nullptr);
+    } else if (argc > 1 && std::strcmp(argv[0], "silent") == 0) {
+        result = runSilentWriterPeer(std::atoi(argv[1]));
     } else if (argc > 1 && std::strcmp(argv[0], "tool") == 0) {
         const std::string failure = monitoringToolFailure(static_cast<pid_t>(std::atol(argv[1])));
         std::cerr << failure << "\n";

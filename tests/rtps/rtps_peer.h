@@ -23,6 +23,8 @@ int32_t testDomain();
 int32_t monitoringDomain();
 
 bool waitFor(const std::function<bool()> &condition, std::chrono::milliseconds limit);
+// A duration of `milliseconds`.
+DDS_Duration_t durationOf(int milliseconds);
 
 // A participant with one topic of shapes, a publisher and a subscriber.
 struct Application {
@@ -35,9 +37,9 @@ struct Application {
     ~Application();
     bool ready() const { return topic != nullptr && publisher != nullptr && subscriber != nullptr; }
     // Reliable, transient-local endpoints keeping the last sample (writer) or
-    // ten (reader) per instance.
-    dp_ShapeDataWriter *createWriter();
-    dp_ShapeDataReader *createReader();
+    // ten (reader) per instance, with what `adjust` changes of that QoS.
+    dp_ShapeDataWriter *createWriter(const std::function<void(DDS_DataWriterQos &)> &adjust = {});
+    dp_ShapeDataReader *createReader(const std::function<void(DDS_DataReaderQos &)> &adjust = {});
 };
 
 // A copy of this program in the role `args` names (see runPeer), until it

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -152,6 +153,53 @@ TEST_F(RtpsProcessTest, AParticipantsKeyIsItsGuidOnTheNetwork) {
         guid[octet] = static_cast<uint8_t>(static_cast<uint32_t>(key.value[octet / 4]) >> (24 - 8 * (octet % 4)));
     }
     EXPECT_TRUE(rtpstest::plainCycloneDiscoversParticipant(testDomain(), guid, 20s));
+}
+
+// A writer in another process stays alive while it asserts its liveliness;
+// silent, it loses it and misses its deadlines, as it counts them (the peer
+// checks) and as this process's reader sees them, until it writes again.
+TEST_F(RtpsProcessTest, AWriterAssertingStaysAliveAndSilentLosesLivelinessAndDeadlines) {
+    constexpr int lease = 1000;
+    auto app = std::make_unique<Application>(testDomain());
+    ASSERT_TRUE(app->ready());
+    const auto volatileReader = [](DDS_DataReaderQos &qos) { qos.durability.kind = DDS_VOLATILE_DURABILITY_QOS; };
+    dp_ShapeDataReader *shapes = app->createReader([&](DDS_DataReaderQos &qos) {
+        volatileReader(qos);
+        qos.deadline.period = rtpstest::durationOf(lease / 3);
+    });
+    DDS_DataReader *reader = dp_ShapeDataReader_as_datareader(shapes);
+    Peer peer({"silent", std::to_string(lease)});
+    // Alive and not alive writers.
+    const auto liveliness = [&] {
+        DDS_LivelinessChangedStatus status{};
+        DDS_DataReader_get_liveliness_changed_status(reader, &status);
+        return std::pair{status.alive_count, status.not_alive_count};
+    };
+    ASSERT_TRUE(waitFor([&] { return matchedCount(shapes) == 1; }, 20s));
+    // Three leases of assertions every quarter lease.
+    std::this_thread::sleep_for(std::chrono::milliseconds(3 * lease));
+    EXPECT_EQ(liveliness(), (std::pair{1, 0}));
+
+    // Each further reader's match is the peer's cue: to fall silent, then to write.
+    ASSERT_NE(app->createReader(volatileReader), nullptr);
+    EXPECT_TRUE(waitFor(
+            [&] {
+                return liveliness() == std::pair{0, 1};
+            },
+            10s))
+            << ::testing::PrintToString(liveliness());
+    DDS_RequestedDeadlineMissedStatus missed{};
+    DDS_DataReader_get_requested_deadline_missed_status(reader, &missed);
+    EXPECT_GT(missed.total_count, 0);
+    ASSERT_NE(app->createReader(volatileReader), nullptr);
+    EXPECT_TRUE(waitFor(
+            [&] {
+                return liveliness() == std::pair{1, 0};
+            },
+            10s))
+            << ::testing::PrintToString(liveliness());
+    app.reset();
+    EXPECT_EQ(peer.wait(), 0);
 }
 
 // Monitoring data read in another process: the peer's writer description

@@ -148,7 +148,7 @@ TEST_F(LoopbackDeliveryTest, WritingNeedsNoHeapAndReadersMayWriteFromTheirCallba
     };
     Recorder replyWriter, requestWriter, replies;
     Responder responder{ops_, writer(p, 1, &replyWriter, "Reply")};
-    const ZELWireReaderListener listener{&responder, nullptr, nullptr, nullptr, Responder::onSample};
+    const ZELWireReaderListener listener{&responder, nullptr, nullptr, nullptr, Responder::onSample, nullptr};
     const ZELWireEndpointParams params{guidOf(2), "Request", "ShapeType", ZEL_TRUE, ZEL_FALSE, requestedQos()};
     ZELWireReader *requestReader = ops_->createReader(p, &params, &listener);
     ZELWireReader *replyReader = reader(p, 3, &replies, "Reply");

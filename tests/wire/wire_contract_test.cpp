@@ -273,6 +273,35 @@ TEST_P(WireContractTest, CountersFollowEachReadersDecisionAndTheWiresCapabilitie
     }
 }
 
+// A wire that counts deadlines counts them for a writer that fell silent
+// and for its reader.
+TEST_P(WireContractTest, AWireThatCountsDeadlinesCountsThoseASilentWriterMisses) {
+    if ((ops_->capabilities & ZEL_WIRE_SUPPLIES_DEADLINES) == 0) {
+        GTEST_SKIP() << "the " << GetParam() << " wire leaves deadlines to the DDS layer";
+    }
+    ZELWireEndpointQos qos = offeredQos();
+    qos.deadlinePeriod = ZELNtpTime{0, 0x20000000};  // an eighth of a second
+    Recorder w, r;
+    ZELWireWriter *writerHandle = writer(participant(0), 1, &w, "Square", qos);
+    qos.livelinessLeaseDuration = ZELNtpTime ZEL_NTP_TIME_INFINITE;
+    ZELWireReader *readerHandle = reader(participant(0), 2, &r, "Square", qos);
+    ASSERT_TRUE(writerHandle != nullptr && readerHandle != nullptr);
+    ASSERT_EQ(r.takeEventually(1).size(), 1u);
+    const std::vector<uint8_t> data = {0, 1, 0, 0, 1, 2, 3, 4};
+    const ZELWireSample s = sample(3, 1, data);
+    ASSERT_TRUE(ops_->write(writerHandle, &s));
+    ZELWireStatusCounts offered{}, requested{};
+    for (int wait = 0; wait < 500 && (offered.offeredDeadlineMissed == 0 || requested.requestedDeadlineMissed == 0);
+         ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        ops_->getWriterStatusCounts(writerHandle, &offered);
+        ops_->getReaderStatusCounts(readerHandle, &requested);
+    }
+    EXPECT_TRUE(offered.offeredDeadlineMissed > 0 && requested.requestedDeadlineMissed > 0);
+    ops_->deleteWriter(writerHandle);
+    ops_->deleteReader(readerHandle);
+}
+
 // Matching a new endpoint must not wait on an endpoint that another thread
 // is writing on, nor the writer on the creation.
 TEST_P(WireContractTest, EndpointsComeAndGoWhileAMatchingWriterWrites) {

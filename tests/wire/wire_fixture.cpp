@@ -121,7 +121,7 @@ ZELWireWriterListener WireTest::writerListener(Recorder *recorder) {
 }
 
 ZELWireReaderListener WireTest::readerListener(Recorder *recorder) {
-    return ZELWireReaderListener{recorder, onMatchedI, onUnmatchedI, onIncompatibleI, onSampleI};
+    return ZELWireReaderListener{recorder, onMatchedI, onUnmatchedI, onIncompatibleI, onSampleI, nullptr};
 }
 
 ZELWireWriter *WireTest::writer(ZELWireParticipant *p, uint32_t entity, Recorder *recorder, const char *topic,

@@ -147,6 +147,9 @@ VURNC_API DDS_DomainParticipant *DDS_DomainParticipant_narrow(DDS_Entity *entity
 VURNC_API DDS_DomainId_t DDS_DomainParticipant_get_domain_id(const DDS_DomainParticipant *self);
 VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_get_builtin_topic_key(const DDS_DomainParticipant *self,
                                                                        DDS_BuiltinTopicKey_t *key);
+/* Asserts the liveliness of the participant's writers of MANUAL_BY_PARTICIPANT
+ * liveliness. NOT_ENABLED on a participant not enabled. */
+VURNC_API DDS_ReturnCode_t DDS_DomainParticipant_assert_liveliness(DDS_DomainParticipant *self);
 
 /* get_qos copies into an initialized `qos`. set_qos: INCONSISTENT_POLICY
  * for an inconsistent QoS, IMMUTABLE_POLICY when an enabled participant

@@ -128,6 +128,11 @@ VURNC_API DDS_InstanceHandle_t DDS_DataWriter_lookup_instance_untypedI(DDS_DataW
 /* Whether the writer's type is registered under the type support's name `type_name`. */
 VURNC_API DDS_Boolean DDS_DataWriter_compare_typeI(const DDS_DataWriter *self, const char *type_name);
 
+/* Asserts the writer's liveliness without writing (a write asserts it
+ * too): what a writer of MANUAL_BY_TOPIC liveliness does to stay alive.
+ * NOT_ENABLED on a writer not enabled. */
+VURNC_API DDS_ReturnCode_t DDS_DataWriter_assert_liveliness(DDS_DataWriter *self);
+
 /* ---- statuses: NOT_ENABLED on a writer not enabled. With `reset` the
  * *_change fields of the writer's status are zeroed after the copy. ---- */
 VURNC_API DDS_ReturnCode_t DDS_DataWriter_get_liveliness_lost_status_ex(DDS_DataWriter *self,

@@ -301,6 +301,7 @@ ZELCycloneEndpointI *endpointCreate(ZELWireParticipant *handle, const ZELWireEnd
         dds_lset_subscription_matched(listener, onSubscriptionMatched);
         dds_lset_requested_incompatible_qos(listener, onRequestedIncompatible);
         dds_lset_data_available(listener, onDataAvailable);
+        ZELCycloneStatus_setReaderListenerI(listener);
         learnEntity(endpoint, dds_create_reader(participant->participant, endpoint->topic, qos, listener));
     }
     dds_delete_qos(qos);

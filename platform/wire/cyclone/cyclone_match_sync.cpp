@@ -1,5 +1,5 @@
 // The wire's match thread: brings endpoints' matches in line with Cyclone's
-// outside Cyclone's listeners.
+// outside Cyclone's listeners, then reports their writers' liveliness.
 #include <algorithm>
 
 #include "cyclone_private.h"
@@ -18,6 +18,7 @@ void ZELCycloneMatchSync_runI(ZELCycloneMatchSyncI *sync) {
         sync->pending.erase(sync->pending.begin());
         lock.unlock();
         ZELCycloneEndpoint_syncMatchesIfLiveI(sync->busy);
+        ZELCycloneEndpoint_reportLivelinessI(sync->busy);
         lock.lock();
         sync->busy = nullptr;
         sync->done.notify_all();

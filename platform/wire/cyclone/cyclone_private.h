@@ -18,7 +18,9 @@
 // endpoint runs under that endpoint's `callbackMutex`, which also
 // serializes them with the endpoint's deletion: once `deleting` is set no
 // callback reaches the DDS layer, and the deletion reports the unmatches
-// itself before it deletes the Cyclone entity.
+// itself before it deletes the Cyclone entity. A reader's liveliness
+// listener is the exception: it only queues the change under `mutex` for
+// the match thread, which reports it under `callbackMutex`.
 //
 // Matches. A match listener may run on a thread that holds the locks of
 // another entity (the one whose creation made the match), so asking Cyclone
@@ -128,6 +130,13 @@ struct ZELCycloneRemoteI {
     ZELWireCounters counters;
 };
 
+// A matched writer's liveliness change as a reader's Cyclone listener saw
+// it, waiting for the match thread.
+struct ZELCycloneLivelinessEventI {
+    dds_instance_handle_t handle;
+    bool alive;
+};
+
 struct ZELCycloneEndpointI {
     bool isWriter;
     bool keyed;
@@ -149,6 +158,8 @@ struct ZELCycloneEndpointI {
     bool deleting;                           // [mutex]
     std::vector<ZELCycloneRemoteI> matches;  // [mutex]
     ZELWireCounters counters;                // [mutex]
+    // [mutex] a reader's liveliness changes not yet reported, oldest first
+    std::vector<ZELCycloneLivelinessEventI> livelinessEvents;
 };
 
 // ---- identity (cyclone_identity.cpp) ----
@@ -184,6 +195,14 @@ bool ZELCycloneSerdata_toSampleI(const struct ddsi_serdata *serdata, ZELWireSamp
 void ZELCycloneEndpoint_syncMatchesI(ZELCycloneEndpointI *endpoint);
 // The same unless the endpoint is being deleted [no lock held].
 void ZELCycloneEndpoint_syncMatchesIfLiveI(ZELCycloneEndpointI *endpoint);
+
+// ---- statuses (cyclone_status.cpp) ----
+// Sets a reader's liveliness listener. A writer's statuses are read when
+// asked for and need none.
+void ZELCycloneStatus_setReaderListenerI(dds_listener_t *listener);
+// Reports a reader's queued liveliness changes, once its matches are in
+// line [no lock held; on the match thread].
+void ZELCycloneEndpoint_reportLivelinessI(ZELCycloneEndpointI *endpoint);
 
 // ---- the match thread (cyclone_match_sync.cpp) ----
 // Starts the thread; false (logged) when the system refuses one.
@@ -221,5 +240,9 @@ ZELBoolean ZELCycloneWire_visitDiscoveredI(ZELWireParticipant *participant, ZELW
 ZELBoolean ZELCycloneWire_visitInconsistentTopicsI(ZELWireParticipant *participant, const char *topicName,
                                                    const char *typeName, ZELWireInconsistentTopicVisitor visit,
                                                    void *context);
+ZELBoolean ZELCycloneWire_assertWriterLivelinessI(ZELWireWriter *writer);
+ZELBoolean ZELCycloneWire_assertParticipantLivelinessI(ZELWireParticipant *participant);
+void ZELCycloneWire_getWriterStatusCountsI(ZELWireWriter *writer, ZELWireStatusCounts *counts);
+void ZELCycloneWire_getReaderStatusCountsI(ZELWireReader *reader, ZELWireStatusCounts *counts);
 
 #endif

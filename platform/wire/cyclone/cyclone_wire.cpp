@@ -10,8 +10,13 @@ const ZELWireOps ZELCycloneWire_ops = {
         "cyclone",
         // Readers decide in their own process and Cyclone tells neither the
         // sequence numbers of received samples nor the locators of matched
-        // readers; its writer statistics give the repair octets.
-        ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS | ZEL_WIRE_SUPPLIES_READER_OUTCOMES | ZEL_WIRE_SUPPLIES_PULLED_BYTES,
+        // readers; its writer statistics give the repair octets. Leases,
+        // deadlines and lost samples are Cyclone's: it sees the assertions
+        // and the gaps that never reach the DDS layer. Rejections are the
+        // DDS layer's, whose cache applies the resource limits (Cyclone's
+        // reader keeps all and never rejects).
+        ZEL_WIRE_SUPPLIES_SAMPLE_COUNTS | ZEL_WIRE_SUPPLIES_READER_OUTCOMES | ZEL_WIRE_SUPPLIES_PULLED_BYTES |
+                ZEL_WIRE_SUPPLIES_LIVELINESS | ZEL_WIRE_SUPPLIES_DEADLINES | ZEL_WIRE_SUPPLIES_SAMPLE_LOST,
         ZELCycloneWire_createI,
         ZELCycloneWire_destroyI,
         ZELCycloneWire_createParticipantI,
@@ -29,6 +34,10 @@ const ZELWireOps ZELCycloneWire_ops = {
         ZELCycloneWire_getReaderMatchCountersI,
         ZELCycloneWire_visitDiscoveredI,
         ZELCycloneWire_visitInconsistentTopicsI,
+        ZELCycloneWire_assertWriterLivelinessI,
+        ZELCycloneWire_assertParticipantLivelinessI,
+        ZELCycloneWire_getWriterStatusCountsI,
+        ZELCycloneWire_getReaderStatusCountsI,
 };
 
 // Used when the environment names no configuration (CYCLONEDDS_URI): peers

@@ -29,6 +29,11 @@ const ZELWireOps ZELLoopbackWire_ops = {
         ZELLoopbackWire_getReaderMatchCountersI,
         ZELLoopbackWire_visitDiscoveredI,
         ZELLoopbackWire_visitInconsistentTopicsI,
+        // The DDS layer runs liveliness, deadlines and gaps itself.
+        nullptr,
+        nullptr,
+        nullptr,
+        nullptr,
 };
 
 ZELWire *ZELLoopbackWire_createI(void) {
