@@ -193,9 +193,8 @@ struct Sample {
 
 // Writes samples of `size` octets as fast as the reliable protocol lets it
 // until asked to stop, then prints how many writes stalled: a write that
-// finds the history full blocks, and fails after the writer's blocking time
-// (reported as an error, not a timeout, by the platform today); it is
-// retried.
+// finds the history full blocks, and times out after the writer's blocking
+// time; it is retried.
 int runWriter(int domain, long size) {
     Application app(domain);
     rtpsbench_PayloadDataWriter *writer = app.ready() ? app.writer("rtpsbench_throughput", 0) : nullptr;
@@ -211,7 +210,7 @@ int runWriter(int domain, long size) {
         const DDS_ReturnCode_t result = rtpsbench_PayloadDataWriter_write(writer, &sample.payload, &DDS_HANDLE_NIL);
         if (result == DDS_RETCODE_OK) {
             ++sample.payload.seq;
-        } else if (result == DDS_RETCODE_TIMEOUT || result == DDS_RETCODE_ERROR) {
+        } else if (result == DDS_RETCODE_TIMEOUT) {
             ++stalled;
         } else {
             return 4;

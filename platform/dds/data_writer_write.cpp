@@ -265,13 +265,17 @@ static DDS_ReturnCode_t DDS_DataWriter_sendI(DDS_DataWriter *self, const DDS_Wri
     sample.sequenceNumber = path->nextSequenceNumber;
     sample.ownershipStrength = path->strength;
     sample.lifespan = path->lifespan;
-    if (!wire->ops->write(path->wireWriter, &sample)) {
-        ZELLog_printContextAndMsg(request->context, &ZEL_LOG_ANY_FAILURE_s, "wire write");
+    const ZELWireWriteResult written = wire->ops->write(path->wireWriter, &sample);
+    if (written != ZEL_WIRE_WRITE_DONE) {
+        // A timeout is the writer's answer, as its QoS allows: not a failure.
+        if (written == ZEL_WIRE_WRITE_FAILED) {
+            ZELLog_printContextAndMsg(request->context, &ZEL_LOG_ANY_FAILURE_s, "wire write");
+        }
         ZELOsapiHeap_freeArray(owned);
         if (created) {
             DDS_WriterHistory_releaseInstanceI(path, instance, true);
         }
-        return DDS_RETCODE_ERROR;
+        return written == ZEL_WIRE_WRITE_TIMED_OUT ? DDS_RETCODE_TIMEOUT : DDS_RETCODE_ERROR;
     }
     ++path->nextSequenceNumber;
     if (usedHandle != nullptr) {

@@ -249,6 +249,13 @@ struct ZELWireReaderListener {
     void (*onLiveliness)(void *context, const struct ZELWireGuid *writer, ZELBoolean alive);
 };
 
+// What became of a write.
+enum ZELWireWriteResult {
+    ZEL_WIRE_WRITE_FAILED,  // refused or failed, logged
+    ZEL_WIRE_WRITE_DONE,
+    ZEL_WIRE_WRITE_TIMED_OUT,  // a reliable writer's history stayed full for as long as it may block
+};
+
 // A wire implementation. Creations return NULL and deletions ZEL_FALSE on
 // failure, having logged why and changed nothing.
 struct ZELWireOps {
@@ -277,7 +284,7 @@ struct ZELWireOps {
 
     // Hands the sample to every matched reader. Dispose and unregister are
     // refused for a keyless writer.
-    ZELBoolean (*write)(struct ZELWireWriter *writer, const struct ZELWireSample *sample);
+    enum ZELWireWriteResult (*write)(struct ZELWireWriter *writer, const struct ZELWireSample *sample);
     // Hands a sample of the history to the reader of `replay` only.
     ZELBoolean (*writeReplay)(struct ZELWireWriter *writer, struct ZELWireReplay *replay,
                               const struct ZELWireSample *sample);

@@ -238,7 +238,7 @@ TEST_F(ReaderCacheTest, RepeatedSequenceNumbersAreDuplicatesAndGapsAreLost) {
     ZELNtpTime_fromNanoseconds(&sample.lifespan, UINT64_MAX);
     for (int64_t sequenceNumber : {1, 1, 4}) {
         sample.sequenceNumber = sequenceNumber;
-        ASSERT_TRUE(ops->write(raw, &sample));
+        ASSERT_EQ(ops->write(raw, &sample), ZEL_WIRE_WRITE_DONE);
     }
     ZELWireCounters counters{};
     ops->getReaderCounters(static_cast<ZELWireReader *>(reader->wireReader), &counters);
@@ -252,7 +252,7 @@ TEST_F(ReaderCacheTest, RepeatedSequenceNumbersAreDuplicatesAndGapsAreLost) {
     raw = ops->createWriter(participant->wireParticipant, &params, &listener);
     ASSERT_NE(raw, nullptr);
     sample.sequenceNumber = 1;
-    ASSERT_TRUE(ops->write(raw, &sample));
+    ASSERT_EQ(ops->write(raw, &sample), ZEL_WIRE_WRITE_DONE);
     ops->getReaderCounters(static_cast<ZELWireReader *>(reader->wireReader), &counters);
     EXPECT_EQ(counters.duplicateSampleCount, 1);
     ops->deleteWriter(raw);

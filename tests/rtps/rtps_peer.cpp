@@ -378,14 +378,26 @@ int runSilentWriterPeer(int lease) {
     return !silent ? 3 : wroteAgain ? 0 : 6;
 }
 
-// A peer's role: "shapes <linger> [<monitoring domain>]", "silent <lease>"
-// or "tool <application pid>", which prints what failed.
+// The peer: a reader of shapes that stays for `linger` milliseconds.
+int runReaderPeer(int linger) {
+    Application app(testDomain());
+    if (!app.ready() || app.createReader() == nullptr) {
+        return 2;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(linger));
+    return 0;
+}
+
+// A peer's role: "shapes <linger> [<monitoring domain>]", "silent <lease>",
+// "reader <linger>" or "tool <application pid>", which prints what failed.
 int runPeer(int argc, char **argv) {
     int result = 1;
     if (argc > 1 && std::strcmp(argv[0], "shapes") == 0) {
         result = runShapesPeer(std::atoi(argv[1]), argc > 2 ? argv[2] : nullptr);
     } else if (argc > 1 && std::strcmp(argv[0], "silent") == 0) {
         result = runSilentWriterPeer(std::atoi(argv[1]));
+    } else if (argc > 1 && std::strcmp(argv[0], "reader") == 0) {
+        result = runReaderPeer(std::atoi(argv[1]));
     } else if (argc > 1 && std::strcmp(argv[0], "tool") == 0) {
         const std::string failure = monitoringToolFailure(static_cast<pid_t>(std::atol(argv[1])));
         std::cerr << failure << "\n";

@@ -6,6 +6,7 @@
 // its wire.
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -139,6 +140,35 @@ TEST_F(RtpsProcessTest, AKilledPeerIsUnmatchedOnceItsLeaseEnds) {
     ASSERT_TRUE(waitFor([&] { return matchedCount(reader) == 1; }, 20s));
     peer.kill9();
     EXPECT_TRUE(waitFor([&] { return matchedCount(reader) == 0; }, 30s));
+}
+
+// A reliable writer whose reader stops acknowledging (its process is
+// stopped) blocks once it has sent enough, and a write then times out.
+TEST_F(RtpsProcessTest, AWriteToAStoppedReaderTimesOut) {
+    Application app(testDomain());
+    ASSERT_TRUE(app.ready());
+    dp_ShapeDataWriter *writer =
+            app.createWriter([](DDS_DataWriterQos &qos) { qos.history.kind = DDS_KEEP_ALL_HISTORY_QOS; });
+    ASSERT_NE(writer, nullptr);
+    Peer peer({"reader", "60000"});
+    ASSERT_TRUE(waitFor(
+            [&] {
+                DDS_PublicationMatchedStatus status{};
+                DDS_DataWriter_get_publication_matched_status(dp_ShapeDataWriter_as_datawriter(writer), &status);
+                return status.current_count == 1;
+            },
+            20s));
+    ASSERT_EQ(kill(peer.pid(), SIGSTOP), 0);
+    dp_Shape shape;
+    dp_Shape_initialize(&shape);
+    DDS_ReturnCode_t result = DDS_RETCODE_OK;
+    for (int i = 0; i < 100000 && result == DDS_RETCODE_OK; ++i) {
+        shape.x = i;
+        result = dp_ShapeDataWriter_write(writer, &shape, &DDS_HANDLE_NIL);
+    }
+    dp_Shape_finalize(&shape);
+    EXPECT_EQ(result, DDS_RETCODE_TIMEOUT);
+    kill(peer.pid(), SIGCONT);
 }
 
 // A plain Cyclone application in the same domain discovers the participant

@@ -68,7 +68,7 @@ TEST_F(LoopbackConcurrencyTest, MatchesStayBalancedAndWalksSeeWholeEntitiesWhile
                 ASSERT_NE(w, nullptr);
                 for (int64_t n = 1; n <= 3; ++n) {
                     const ZELWireSample s = sample(0, n, payload);
-                    EXPECT_TRUE(ops_->write(w, &s));
+                    EXPECT_EQ(ops_->write(w, &s), ZEL_WIRE_WRITE_DONE);
                 }
                 ops_->deleteWriter(w);
             } else {

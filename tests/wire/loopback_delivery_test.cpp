@@ -33,7 +33,7 @@ struct HistoryWriter {
         }
         if (self->liveDuringReplay != 0) {
             const ZELWireSample s = WireTest::sample(0, self->liveDuringReplay, self->payload);
-            EXPECT_TRUE(self->ops->write(writer, &s));
+            EXPECT_EQ(self->ops->write(writer, &s), ZEL_WIRE_WRITE_DONE);
         }
         if (self->callReplayDone) {
             self->ops->replayDone(writer, replay);
@@ -60,7 +60,7 @@ TEST_F(LoopbackDeliveryTest, LateTransientLocalReadersGetTheHistoryBeforeLiveSam
         EXPECT_EQ(history.replays, 0);  // the early reader asks for volatile data
         for (int64_t seq = 1; seq <= 3; ++seq) {
             const ZELWireSample s = sample(0, seq, history.payload);
-            ASSERT_TRUE(ops_->write(history.handle, &s));
+            ASSERT_EQ(ops_->write(history.handle, &s), ZEL_WIRE_WRITE_DONE);
             history.history.push_back(seq);
         }
         history.history.erase(history.history.begin());  // keeps the last two
@@ -77,7 +77,7 @@ TEST_F(LoopbackDeliveryTest, LateTransientLocalReadersGetTheHistoryBeforeLiveSam
         EXPECT_EQ(volatileReader.take(), Events{"matched 1"});
 
         const ZELWireSample live = sample(0, 5, history.payload);
-        ASSERT_TRUE(ops_->write(history.handle, &live));
+        ASSERT_EQ(ops_->write(history.handle, &live), ZEL_WIRE_WRITE_DONE);
         EXPECT_EQ(late.take(), Events{"sample 0 seq 5"});
         ops_->deleteWriter(history.handle);
         ops_->deleteReader(earlyReader);
@@ -99,14 +99,14 @@ TEST_F(LoopbackDeliveryTest, CountersAgreeInEveryViewCountDuplicatesAndOutliveTh
     for (ZELWireDeliveryResult answer : answers) {
         r1.answer = answer;
         const ZELWireSample s = sample(1, ++seq, payload);
-        ASSERT_TRUE(ops_->write(writerHandle, &s));
+        ASSERT_EQ(ops_->write(writerHandle, &s), ZEL_WIRE_WRITE_DONE);
     }
     // A sample without its data is refused and not counted.
     zeltest::LogCapture log;
     ZELWireSample noData = sample(1, 9, payload);
     noData.data = nullptr;
-    EXPECT_FALSE(ops_->write(writerHandle, &noData));
-    EXPECT_FALSE(ops_->write(writerHandle, nullptr));
+    EXPECT_EQ(ops_->write(writerHandle, &noData), ZEL_WIRE_WRITE_FAILED);
+    EXPECT_EQ(ops_->write(writerHandle, nullptr), ZEL_WIRE_WRITE_FAILED);
     EXPECT_EQ(log.lines().size(), 2u);
     // The writer's view of the match, the reader's and the reader's total agree.
     const ZELWireGuid firstGuid = guidOf(2), secondGuid = guidOf(3), writerGuid = guidOf(1);
@@ -142,7 +142,7 @@ TEST_F(LoopbackDeliveryTest, WritingNeedsNoHeapAndReadersMayWriteFromTheirCallba
             auto *self = static_cast<Responder *>(context);
             ZELWireSample answer = *s;
             answer.sequenceNumber += 100;
-            EXPECT_TRUE(self->ops->write(self->reply, &answer));
+            EXPECT_EQ(self->ops->write(self->reply, &answer), ZEL_WIRE_WRITE_DONE);
             return ZEL_WIRE_DELIVERY_ACCEPTED;
         }
     };
@@ -158,7 +158,7 @@ TEST_F(LoopbackDeliveryTest, WritingNeedsNoHeapAndReadersMayWriteFromTheirCallba
     const std::vector<uint8_t> payload{0, 1, 0, 0, 5, 0, 0, 0};
     const long allocations = zeltest::forEachAllocationFailure([&](long n) {
         const ZELWireSample s = sample(3, n, payload);
-        EXPECT_TRUE(ops_->write(request, &s));
+        EXPECT_EQ(ops_->write(request, &s), ZEL_WIRE_WRITE_DONE);
         EXPECT_EQ(replies.take(), Events{"sample 3 seq " + std::to_string(n + 100)});
     });
     EXPECT_EQ(allocations, 1);

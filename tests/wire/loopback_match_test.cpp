@@ -101,7 +101,7 @@ TEST_F(LoopbackMatchTest, IncompatibleQosNamesTheFirstPolicyOnBothSidesAndNeverU
             EXPECT_EQ(r.take(), Events{"incompatible 1" + id});
             const std::vector<uint8_t> payload{0, 1, 0, 0};
             const ZELWireSample s = sample(1, 1, payload);
-            EXPECT_TRUE(ops_->write(writerHandle, &s));
+            EXPECT_EQ(ops_->write(writerHandle, &s), ZEL_WIRE_WRITE_DONE);
             EXPECT_EQ(r.take(), Events{});
             const ZELWireGuid readerGuid = guidOf(2);
             ZELWireCounters counters{};

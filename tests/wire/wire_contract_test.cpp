@@ -104,7 +104,7 @@ TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashWriterAndT
         for (uint8_t i = 1; i < 16; ++i) {
             s.keyHash[i] = static_cast<uint8_t>(s.keyHash[0] * 16 + i);
         }
-        EXPECT_TRUE(ops_->write(writerHandle, &s));
+        EXPECT_EQ(ops_->write(writerHandle, &s), ZEL_WIRE_WRITE_DONE);
     }
     EXPECT_EQ(withoutSequence(r.takeEventually(4)), (Events{"sample 3", "sample 4", "dispose 3", "unregister 4"}));
     ASSERT_EQ(r.samples.size(), 4u);
@@ -135,8 +135,8 @@ TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashWriterAndT
     const ZELWireWriterListener keylessListener = writerListener(&w);
     ZELWireWriter *keyless = ops_->createWriter(a, &keylessParams, &keylessListener);
     ASSERT_NE(keyless, nullptr);
-    EXPECT_FALSE(ops_->write(keyless, &written[2]));
-    EXPECT_FALSE(ops_->write(keyless, &written[3]));
+    EXPECT_EQ(ops_->write(keyless, &written[2]), ZEL_WIRE_WRITE_FAILED);
+    EXPECT_EQ(ops_->write(keyless, &written[3]), ZEL_WIRE_WRITE_FAILED);
     ops_->deleteWriter(keyless);
     ops_->deleteWriter(writerHandle);
     ops_->deleteReader(readerHandle);
@@ -233,7 +233,7 @@ TEST_P(WireContractTest, CountersFollowEachReadersDecisionAndTheWiresCapabilitie
         }
         for (int64_t n = 1; n <= 3; ++n) {
             const ZELWireSample s = sample(3, n, data);
-            EXPECT_TRUE(ops_->write(writerHandle, &s));
+            EXPECT_EQ(ops_->write(writerHandle, &s), ZEL_WIRE_WRITE_DONE);
         }
         const ZELWireGuid writerGuid = guidOf(writerId);
         for (int i = 0; i < 2; ++i) {
@@ -289,7 +289,7 @@ TEST_P(WireContractTest, AWireThatCountsDeadlinesCountsThoseASilentWriterMisses)
     ASSERT_EQ(r.takeEventually(1).size(), 1u);
     const std::vector<uint8_t> data = {0, 1, 0, 0, 1, 2, 3, 4};
     const ZELWireSample s = sample(3, 1, data);
-    ASSERT_TRUE(ops_->write(writerHandle, &s));
+    ASSERT_EQ(ops_->write(writerHandle, &s), ZEL_WIRE_WRITE_DONE);
     ZELWireStatusCounts offered{}, requested{};
     for (int wait = 0; wait < 500 && (offered.offeredDeadlineMissed == 0 || requested.requestedDeadlineMissed == 0);
          ++wait) {

@@ -469,24 +469,28 @@ void ZELCycloneWire_deleteReaderI(ZELWireReader *reader) {
     endpointDelete(reinterpret_cast<ZELCycloneEndpointI *>(reader));
 }
 
-ZELBoolean ZELCycloneWire_writeI(ZELWireWriter *handle, const ZELWireSample *sample) {
+ZELWireWriteResult ZELCycloneWire_writeI(ZELWireWriter *handle, const ZELWireSample *sample) {
     const char *const context = "ZELCycloneWire_writeI";
     auto *endpoint = reinterpret_cast<ZELCycloneEndpointI *>(handle);
     if (!endpoint->keyed && sample->kind != ZEL_WIRE_SAMPLE_DATA) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_PRECONDITION_NOT_MET_s, "keyless writer");
-        return ZEL_FALSE;
+        return ZEL_WIRE_WRITE_FAILED;
     }
     ddsi_serdata *serdata = ZELCycloneSerdata_fromSampleI(endpoint->sertype, sample);
     if (serdata == nullptr) {
         ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "serdata");
-        return ZEL_FALSE;
+        return ZEL_WIRE_WRITE_FAILED;
     }
     // Keeps the sample's own timestamp and status info; takes the reference.
+    // A reliable writer blocks while its readers have not acknowledged
+    // enough of what it sent, and gives up after its blocking time.
     const dds_return_t result = dds_forwardcdr(endpoint->entity, serdata);
+    if (result == DDS_RETCODE_TIMEOUT) {
+        return ZEL_WIRE_WRITE_TIMED_OUT;
+    }
     if (result != DDS_RETCODE_OK) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s,
-                                  result == DDS_RETCODE_TIMEOUT ? "write timed out" : dds_strretcode(result));
-        return ZEL_FALSE;
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_ANY_FAILURE_s, dds_strretcode(result));
+        return ZEL_WIRE_WRITE_FAILED;
     }
     // Once for each reader it went to, as far as the matches are known.
     std::lock_guard<std::mutex> guard(endpoint->mutex);
@@ -494,7 +498,7 @@ ZELBoolean ZELCycloneWire_writeI(ZELWireWriter *handle, const ZELWireSample *sam
         countDelivery(&endpoint->counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
         countDelivery(&match.counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
     }
-    return ZEL_TRUE;
+    return ZEL_WIRE_WRITE_DONE;
 }
 
 // Cyclone keeps the durable history itself and replays it: the DDS layer is

@@ -226,7 +226,7 @@ void ZELCycloneWire_deleteWriterI(ZELWireWriter *writer);
 ZELWireReader *ZELCycloneWire_createReaderI(ZELWireParticipant *participant, const ZELWireEndpointParams *params,
                                             const ZELWireReaderListener *listener);
 void ZELCycloneWire_deleteReaderI(ZELWireReader *reader);
-ZELBoolean ZELCycloneWire_writeI(ZELWireWriter *writer, const ZELWireSample *sample);
+ZELWireWriteResult ZELCycloneWire_writeI(ZELWireWriter *writer, const ZELWireSample *sample);
 ZELBoolean ZELCycloneWire_writeReplayI(ZELWireWriter *writer, ZELWireReplay *replay, const ZELWireSample *sample);
 void ZELCycloneWire_replayDoneI(ZELWireWriter *writer, ZELWireReplay *replay);
 void ZELCycloneWire_getWriterCountersI(ZELWireWriter *writer, ZELWireCounters *counters);

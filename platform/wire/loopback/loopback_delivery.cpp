@@ -74,11 +74,12 @@ static ZELLoopbackMatchI *ZELLoopbackDelivery_nextLiveI(const ZELLoopbackEndpoin
     return next;
 }
 
-ZELBoolean ZELLoopbackWire_writeI(ZELWireWriter *handle, const ZELWireSample *sample) {
+// Delivery is synchronous: the loopback never blocks, so never times out.
+ZELWireWriteResult ZELLoopbackWire_writeI(ZELWireWriter *handle, const ZELWireSample *sample) {
     auto *writer = reinterpret_cast<ZELLoopbackEndpointI *>(handle);
     ZELWireSample delivered;
     if (!ZELLoopbackDelivery_prepareI(writer, sample, &delivered, "ZELLoopbackWire_writeI")) {
-        return ZEL_FALSE;
+        return ZEL_WIRE_WRITE_FAILED;
     }
     std::unique_lock lock(writer->participant->wire->mutex);
     ZELLoopbackMatchI *match = ZELLoopbackDelivery_nextLiveI(writer, nullptr);
@@ -90,7 +91,7 @@ ZELBoolean ZELLoopbackWire_writeI(ZELWireWriter *handle, const ZELWireSample *sa
         ZELLoopbackMatch_releaseI(match);
         match = next;
     }
-    return ZEL_TRUE;
+    return ZEL_WIRE_WRITE_DONE;
 }
 
 ZELBoolean ZELLoopbackWire_writeReplayI(ZELWireWriter *handle, ZELWireReplay *replay, const ZELWireSample *sample) {

@@ -115,7 +115,7 @@ void ZELLoopbackWire_deleteWriterI(ZELWireWriter *writer);
 ZELWireReader *ZELLoopbackWire_createReaderI(ZELWireParticipant *participant, const ZELWireEndpointParams *params,
                                              const ZELWireReaderListener *listener);
 void ZELLoopbackWire_deleteReaderI(ZELWireReader *reader);
-ZELBoolean ZELLoopbackWire_writeI(ZELWireWriter *writer, const ZELWireSample *sample);
+ZELWireWriteResult ZELLoopbackWire_writeI(ZELWireWriter *writer, const ZELWireSample *sample);
 ZELBoolean ZELLoopbackWire_writeReplayI(ZELWireWriter *writer, ZELWireReplay *replay, const ZELWireSample *sample);
 void ZELLoopbackWire_replayDoneI(ZELWireWriter *writer, ZELWireReplay *replay);
 void ZELLoopbackWire_getWriterCountersI(ZELWireWriter *writer, ZELWireCounters *counters);
