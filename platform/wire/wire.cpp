@@ -35,6 +35,26 @@ static void ZELWire_logUnknownI(const char *context, const char *source, const c
     ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, text);
 }
 
+void ZELWireCounters_addI(ZELWireCounters *counters, int64_t size, ZELWireDeliveryResult result) {
+    ++counters->sampleCount;
+    counters->sampleBytes += size;
+    switch (result) {
+    case ZEL_WIRE_DELIVERY_DUPLICATE:
+        ++counters->duplicateSampleCount;
+        counters->duplicateSampleBytes += size;
+        break;
+    case ZEL_WIRE_DELIVERY_FILTERED:
+        ++counters->filteredSampleCount;
+        counters->filteredSampleBytes += size;
+        break;
+    case ZEL_WIRE_DELIVERY_REJECTED:
+        ++counters->rejectedSampleCount;
+        break;
+    case ZEL_WIRE_DELIVERY_ACCEPTED:
+        break;
+    }
+}
+
 const ZELWireOps *ZELWire_findOps(const char *name) {
     const ZELWireOps *ops = name != nullptr ? ZELWire_lookupI(name) : nullptr;
     if (ops == nullptr) {

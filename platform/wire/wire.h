@@ -335,6 +335,10 @@ struct ZELWire {
     const struct ZELWireOps *ops;
 };
 
+// Counts one sample of `size` octets handed to a reader, with the reader's
+// decision, as every wire counts it.
+void ZELWireCounters_addI(struct ZELWireCounters *counters, int64_t size, enum ZELWireDeliveryResult result);
+
 // The implementation called `name`; NULL (logged) when none has that name.
 const struct ZELWireOps *ZELWire_findOps(const char *name);
 

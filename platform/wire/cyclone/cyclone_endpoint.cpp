@@ -26,26 +26,6 @@ ZELWireMatchInfo matchInfo(const ZELCycloneRemoteI &remote) {
 
 bool sameGuid(const ZELWireGuid &a, const ZELWireGuid &b) { return std::equal(a.value, a.value + 4, b.value); }
 
-void countDelivery(ZELWireCounters *counters, uint32_t size, ZELWireDeliveryResult result) {
-    ++counters->sampleCount;
-    counters->sampleBytes += size;
-    switch (result) {
-    case ZEL_WIRE_DELIVERY_DUPLICATE:
-        ++counters->duplicateSampleCount;
-        counters->duplicateSampleBytes += size;
-        break;
-    case ZEL_WIRE_DELIVERY_FILTERED:
-        ++counters->filteredSampleCount;
-        counters->filteredSampleBytes += size;
-        break;
-    case ZEL_WIRE_DELIVERY_REJECTED:
-        ++counters->rejectedSampleCount;
-        break;
-    case ZEL_WIRE_DELIVERY_ACCEPTED:
-        break;
-    }
-}
-
 // Whether callbacks may still reach the DDS layer [callbackMutex held].
 bool endpointLive(ZELCycloneEndpointI *endpoint) {
     std::lock_guard<std::mutex> guard(endpoint->mutex);
@@ -152,10 +132,10 @@ void deliver(ZELCycloneEndpointI *endpoint, const ddsi_serdata *serdata, const d
     sample.lifespan = remote.lifespan;
     const ZELWireDeliveryResult result = endpoint->readerListener.onSample(endpoint->readerListener.context, &sample);
     std::lock_guard<std::mutex> guard(endpoint->mutex);
-    countDelivery(&endpoint->counters, sample.size, result);
+    ZELWireCounters_addI(&endpoint->counters, sample.size, result);
     for (ZELCycloneRemoteI &match : endpoint->matches) {
         if (match.handle == info.publication_handle) {
-            countDelivery(&match.counters, sample.size, result);
+            ZELWireCounters_addI(&match.counters, sample.size, result);
         }
     }
 }
@@ -495,8 +475,8 @@ ZELWireWriteResult ZELCycloneWire_writeI(ZELWireWriter *handle, const ZELWireSam
     // Once for each reader it went to, as far as the matches are known.
     std::lock_guard<std::mutex> guard(endpoint->mutex);
     for (ZELCycloneRemoteI &match : endpoint->matches) {
-        countDelivery(&endpoint->counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
-        countDelivery(&match.counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
+        ZELWireCounters_addI(&endpoint->counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
+        ZELWireCounters_addI(&match.counters, sample->size, ZEL_WIRE_DELIVERY_ACCEPTED);
     }
     return ZEL_WIRE_WRITE_DONE;
 }

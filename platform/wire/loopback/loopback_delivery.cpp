@@ -7,26 +7,6 @@
 #include "vurncore/log.h"
 #include "vurncore/osapi.h"
 
-static void ZELLoopbackCounters_addI(ZELWireCounters *counters, int64_t size, ZELWireDeliveryResult result) {
-    ++counters->sampleCount;
-    counters->sampleBytes += size;
-    switch (result) {
-    case ZEL_WIRE_DELIVERY_DUPLICATE:
-        ++counters->duplicateSampleCount;
-        counters->duplicateSampleBytes += size;
-        break;
-    case ZEL_WIRE_DELIVERY_FILTERED:
-        ++counters->filteredSampleCount;
-        counters->filteredSampleBytes += size;
-        break;
-    case ZEL_WIRE_DELIVERY_REJECTED:
-        ++counters->rejectedSampleCount;
-        break;
-    case ZEL_WIRE_DELIVERY_ACCEPTED:
-        break;
-    }
-}
-
 // Hands `sample` to the reader of `match` with the mutex released and
 // counts the outcome. The caller holds the mutex and keeps `match` busy.
 static void ZELLoopbackDelivery_deliverI(std::unique_lock<ZELLoopbackWireMutex> &lock, ZELLoopbackMatchI *match,
@@ -36,9 +16,9 @@ static void ZELLoopbackDelivery_deliverI(std::unique_lock<ZELLoopbackWireMutex> 
     const ZELWireDeliveryResult result = listener->onSample(listener->context, sample);
     lock.lock();
     const int64_t size = sample->size;
-    ZELLoopbackCounters_addI(&match->counters, size, result);
-    ZELLoopbackCounters_addI(&match->writer->counters, size, result);
-    ZELLoopbackCounters_addI(&match->reader->counters, size, result);
+    ZELWireCounters_addI(&match->counters, size, result);
+    ZELWireCounters_addI(&match->writer->counters, size, result);
+    ZELWireCounters_addI(&match->reader->counters, size, result);
 }
 
 // The sample as readers get it: stamped with the writer and the time of
