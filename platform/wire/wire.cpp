@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "vurncore/clock.h"
 #include "vurncore/log.h"
 #include "wire.h"
 
@@ -33,6 +34,27 @@ static void ZELWire_logUnknownI(const char *context, const char *source, const c
     char text[200];
     std::snprintf(text, sizeof(text), "%s \"%.80s\" names no wire (known: %s)", source, name, known);
     ZELLog_printContextAndMsg(context, &ZEL_LOG_BAD_PARAMETER_s, text);
+}
+
+uint32_t ZELWireEndpointQos_firstIncompatiblePolicyI(const ZELWireEndpointQos *offered,
+                                                     const ZELWireEndpointQos *requested) {
+    if (offered->durabilityKind < requested->durabilityKind) {
+        return ZEL_WIRE_POLICY_ID_DURABILITY;
+    }
+    if (ZELNtpTime_compare(&offered->deadlinePeriod, &requested->deadlinePeriod) > 0) {
+        return ZEL_WIRE_POLICY_ID_DEADLINE;
+    }
+    if (offered->ownershipKind != requested->ownershipKind) {
+        return ZEL_WIRE_POLICY_ID_OWNERSHIP;
+    }
+    if (offered->livelinessKind < requested->livelinessKind ||
+        ZELNtpTime_compare(&offered->livelinessLeaseDuration, &requested->livelinessLeaseDuration) > 0) {
+        return ZEL_WIRE_POLICY_ID_LIVELINESS;
+    }
+    if (offered->reliabilityKind < requested->reliabilityKind) {
+        return ZEL_WIRE_POLICY_ID_RELIABILITY;
+    }
+    return 0;
 }
 
 void ZELWireCounters_addI(ZELWireCounters *counters, int64_t size, ZELWireDeliveryResult result) {

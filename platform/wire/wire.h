@@ -335,6 +335,12 @@ struct ZELWire {
     const struct ZELWireOps *ops;
 };
 
+// The id of the first policy whose request `offered` does not meet, or 0:
+// durability, deadline, ownership, liveliness, reliability, in that order,
+// whatever wire matches the pair.
+uint32_t ZELWireEndpointQos_firstIncompatiblePolicyI(const struct ZELWireEndpointQos *offered,
+                                                     const struct ZELWireEndpointQos *requested);
+
 // Counts one sample of `size` octets handed to a reader, with the reader's
 // decision, as every wire counts it.
 void ZELWireCounters_addI(struct ZELWireCounters *counters, int64_t size, enum ZELWireDeliveryResult result);

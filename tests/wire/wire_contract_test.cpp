@@ -142,24 +142,71 @@ TEST_P(WireContractTest, InstanceChangesArriveInOrderWithOctetsKeyHashWriterAndT
     ops_->deleteReader(readerHandle);
 }
 
-TEST_P(WireContractTest, AnIncompatiblePairNamesThePolicyOnBothSides) {
+// Whatever wire matches them, a pair's policies are looked at in one order
+// and the first that fails is named on both sides, with the other side;
+// an incompatible pair exchanges nothing and never unmatches.
+TEST_P(WireContractTest, AnIncompatiblePairNamesTheFirstFailingPolicyAndTheRemoteOnBothSides) {
+    struct Case {
+        void (*spoil)(ZELWireEndpointQos *offered, ZELWireEndpointQos *requested);
+        uint32_t policyId;
+    };
+    const Case cases[] = {
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *) { o->reliabilityKind = 0; }, 0},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->reliabilityKind = 0;
+                 r->reliabilityKind = 1;
+             },
+             ZEL_WIRE_POLICY_ID_RELIABILITY},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->durabilityKind = 0;
+                 r->durabilityKind = 1;
+             },
+             ZEL_WIRE_POLICY_ID_DURABILITY},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->deadlinePeriod = ZELNtpTime{3, 0};
+                 r->deadlinePeriod = ZELNtpTime{2, 0};
+             },
+             ZEL_WIRE_POLICY_ID_DEADLINE},
+            {[](ZELWireEndpointQos *, ZELWireEndpointQos *r) { r->ownershipKind = 1; }, ZEL_WIRE_POLICY_ID_OWNERSHIP},
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->livelinessLeaseDuration = ZELNtpTime ZEL_NTP_TIME_INFINITE;
+                 r->livelinessLeaseDuration = ZELNtpTime{30, 0};
+             },
+             ZEL_WIRE_POLICY_ID_LIVELINESS},
+            // Durability is looked at before reliability.
+            {[](ZELWireEndpointQos *o, ZELWireEndpointQos *r) {
+                 o->reliabilityKind = 0;
+                 r->reliabilityKind = 1;
+                 o->durabilityKind = 0;
+                 r->durabilityKind = 1;
+             },
+             ZEL_WIRE_POLICY_ID_DURABILITY},
+    };
     ZELWireParticipant *a = participant(0);
     ZELWireParticipant *b = participant(0);
-    Recorder w, r;
-    ZELWireEndpointQos bestEffort = offered();
-    bestEffort.reliabilityKind = 0;
-    ZELWireEndpointQos reliable = requestedQos();
-    reliable.reliabilityKind = 1;
-    ZELWireWriter *writerHandle = writer(a, 1, &w, "Square", bestEffort);
-    ZELWireReader *readerHandle = reader(b, 2, &r, "Square", reliable);
-    for (Recorder *side : {&w, &r}) {
-        const Events events = side->takeEventually(1);
-        ASSERT_EQ(events.size(), 1u);
-        EXPECT_EQ(events[0].substr(0, 13), "incompatible ");
-        EXPECT_EQ(events[0].substr(events[0].rfind(' ')), " 11");
+    uint32_t entity = 0;
+    for (const Case &c : cases) {
+        const uint32_t writerId = ++entity, readerId = ++entity;
+        SCOPED_TRACE(writerId);
+        ZELWireEndpointQos offer = offered();
+        ZELWireEndpointQos requested = requestedQos();
+        c.spoil(&offer, &requested);
+        Recorder w, r;
+        ZELWireReader *readerHandle = reader(b, readerId, &r, "Square", requested);
+        ZELWireWriter *writerHandle = writer(a, writerId, &w, "Square", offer);
+        const std::string outcome = c.policyId == 0 ? "matched " : "incompatible ";
+        const std::string policy = c.policyId == 0 ? "" : " " + std::to_string(c.policyId);
+        EXPECT_EQ(w.takeEventually(1), Events{outcome + std::to_string(readerId) + policy});
+        EXPECT_EQ(r.takeEventually(1), Events{outcome + std::to_string(writerId) + policy});
+        if (c.policyId != 0) {
+            const ZELWireGuid readerGuid = guidOf(readerId);
+            ZELWireCounters counters{};
+            EXPECT_FALSE(ops_->getWriterMatchCounters(writerHandle, &readerGuid, &counters));
+        }
+        ops_->deleteReader(readerHandle);
+        ops_->deleteWriter(writerHandle);
+        EXPECT_EQ(w.take().size() + r.take().size(), c.policyId == 0 ? 2u : 0u);
     }
-    ops_->deleteWriter(writerHandle);
-    ops_->deleteReader(readerHandle);
 }
 
 // A remote topic is known through its endpoints: another participant's

@@ -115,7 +115,14 @@ static void ZELCycloneParticipant_takeEndpointChangesI(ZELCycloneParticipantI *p
                 ZELWireGuid guid{};
                 bool vendorSpecific = false;
                 ZELCycloneGuid_fromQosI(data->qos, &data->key, &guid, &vendorSpecific);
-                ZELCycloneRemoteEndpointI entry{key, {guid.value[0], guid.value[1], guid.value[2]}, data->type_name};
+                ZELCycloneRemoteI remote{};
+                ZELCycloneRemote_fromQosI(data->qos, &remote);
+                ZELCycloneRemoteEndpointI entry{key,
+                                                {guid.value[0], guid.value[1], guid.value[2]},
+                                                data->type_name,
+                                                kind == ZEL_CYCLONE_BUILTIN_PUBLICATION_CHANGES,
+                                                guid,
+                                                remote.qos};
                 participant->remoteTopicNames.emplace(key, data->topic_name);
                 participant->remoteEndpoints[data->topic_name].push_back(std::move(entry));
             }
@@ -145,4 +152,27 @@ ZELBoolean ZELCycloneWire_visitInconsistentTopicsI(ZELWireParticipant *handle, c
         }
     }
     return ZEL_TRUE;
+}
+
+std::vector<std::pair<ZELWireGuid, uint32_t>> ZELCycloneParticipant_incompatibleRemotesI(
+        ZELCycloneParticipantI *participant, const ZELCycloneEndpointI *endpoint) {
+    std::vector<std::pair<ZELWireGuid, uint32_t>> found;
+    std::lock_guard<std::mutex> guard(participant->mutex);
+    ZELCycloneParticipant_takeEndpointChangesI(participant);
+    const auto remote = participant->remoteEndpoints.find(endpoint->topicName);
+    if (remote == participant->remoteEndpoints.end()) {
+        return found;
+    }
+    for (const ZELCycloneRemoteEndpointI &other : remote->second) {
+        if (other.isWriter == endpoint->isWriter || other.typeName != endpoint->typeName) {
+            continue;
+        }
+        const uint32_t policy = endpoint->isWriter
+                                        ? ZELWireEndpointQos_firstIncompatiblePolicyI(&endpoint->qos, &other.qos)
+                                        : ZELWireEndpointQos_firstIncompatiblePolicyI(&other.qos, &endpoint->qos);
+        if (policy != 0) {
+            found.emplace_back(other.guid, policy);
+        }
+    }
+    return found;
 }

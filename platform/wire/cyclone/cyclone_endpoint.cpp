@@ -54,18 +54,24 @@ void onSubscriptionMatched(dds_entity_t reader, const dds_subscription_matched_s
     onMatchedStatus(static_cast<ZELCycloneEndpointI *>(arg), reader);
 }
 
-// Cyclone names the policy but not the remote endpoint.
+// Cyclone names its own first failing policy but not the remote endpoint:
+// the match thread finds the remote, which takes reading Cyclone's
+// discovery data, a call a listener must not make.
 void onIncompatible(ZELCycloneEndpointI *endpoint, uint32_t policyId) {
-    std::lock_guard<std::recursive_mutex> callbacks(endpoint->callbackMutex);
-    if (!endpointLive(endpoint)) {
-        return;
+    {
+        std::lock_guard<std::mutex> guard(endpoint->mutex);
+        if (endpoint->deleting) {
+            return;
+        }
+        try {
+            endpoint->incompatibleEvents.push_back(policyId);
+        } catch (...) {
+            ZELLog_printContextAndMsg("ZELCycloneWire_onIncompatible", &ZEL_LOG_CREATION_FAILURE_s,
+                                      "incompatible match record");
+            return;
+        }
     }
-    const ZELWireGuid unknown{};
-    if (endpoint->isWriter) {
-        endpoint->writerListener.onIncompatible(endpoint->writerListener.context, &unknown, policyId);
-    } else {
-        endpoint->readerListener.onIncompatible(endpoint->readerListener.context, &unknown, policyId);
-    }
+    ZELCycloneMatchSync_requestI(&endpoint->participant->wire->matchSync, endpoint);
 }
 
 void onOfferedIncompatible(dds_entity_t, const dds_offered_incompatible_qos_status_t status, void *arg) {
@@ -241,6 +247,16 @@ ZELCycloneEndpointI *endpointCreate(ZELWireParticipant *handle, const ZELWireEnd
     endpoint->keyed = params->keyed != ZEL_FALSE;
     endpoint->participant = participant;
     endpoint->guid = params->guid;
+    endpoint->qos = params->qos;
+    try {
+        endpoint->topicName = params->topicName;
+        endpoint->typeName = params->typeName;
+    } catch (...) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "endpoint names");
+        endpoint->~ZELCycloneEndpointI();
+        ZELOsapiHeap_freeStructure(endpoint);
+        return nullptr;
+    }
     endpoint->statistics = nullptr;
     endpoint->deleting = false;
     // A listener may leave out what it does not want to hear, as on the
@@ -521,4 +537,54 @@ ZELBoolean ZELCycloneWire_getWriterMatchCountersI(ZELWireWriter *writer, const Z
 ZELBoolean ZELCycloneWire_getReaderMatchCountersI(ZELWireReader *reader, const ZELWireGuid *writer,
                                                   ZELWireCounters *counters) {
     return matchCounters(reinterpret_cast<ZELCycloneEndpointI *>(reader), writer, counters);
+}
+
+void ZELCycloneEndpoint_reportIncompatibleI(ZELCycloneEndpointI *endpoint) {
+    const char *const context = "ZELCycloneEndpoint_reportIncompatibleI";
+    std::lock_guard<std::recursive_mutex> callbacks(endpoint->callbackMutex);
+    std::vector<uint32_t> events;
+    {
+        std::lock_guard<std::mutex> guard(endpoint->mutex);
+        if (endpoint->deleting) {
+            return;
+        }
+        events.swap(endpoint->incompatibleEvents);
+    }
+    if (events.empty()) {
+        return;
+    }
+    // Each event names the next remote found incompatible and not named
+    // before; when the search fails, the events go as Cyclone told them.
+    std::vector<std::pair<ZELWireGuid, uint32_t>> named;
+    try {
+        const auto candidates = ZELCycloneParticipant_incompatibleRemotesI(endpoint->participant, endpoint);
+        auto next = candidates.begin();
+        for (const uint32_t policyId : events) {
+            while (next != candidates.end() &&
+                   std::any_of(endpoint->incompatibleRemotes.begin(), endpoint->incompatibleRemotes.end(),
+                               [&next](const ZELWireGuid &known) { return sameGuid(known, next->first); })) {
+                ++next;
+            }
+            if (next == candidates.end()) {
+                named.emplace_back(ZELWireGuid{}, policyId);
+            } else {
+                endpoint->incompatibleRemotes.push_back(next->first);
+                named.push_back(*next++);
+            }
+        }
+    } catch (...) {
+        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "incompatible remote record");
+        named.clear();
+    }
+    const ZELWireGuid unknown{};
+    for (size_t i = 0; i < events.size(); ++i) {
+        const bool found = i < named.size();
+        const ZELWireGuid *remote = found ? &named[i].first : &unknown;
+        const uint32_t policyId = found ? named[i].second : events[i];
+        if (endpoint->isWriter) {
+            endpoint->writerListener.onIncompatible(endpoint->writerListener.context, remote, policyId);
+        } else {
+            endpoint->readerListener.onIncompatible(endpoint->readerListener.context, remote, policyId);
+        }
+    }
 }

@@ -1,5 +1,6 @@
 // The wire's match thread: brings endpoints' matches in line with Cyclone's
-// outside Cyclone's listeners, then reports their writers' liveliness.
+// outside Cyclone's listeners, then reports their writers' liveliness and
+// their incompatible matches.
 #include <algorithm>
 
 #include "cyclone_private.h"
@@ -19,6 +20,7 @@ void ZELCycloneMatchSync_runI(ZELCycloneMatchSyncI *sync) {
         lock.unlock();
         ZELCycloneEndpoint_syncMatchesIfLiveI(sync->busy);
         ZELCycloneEndpoint_reportLivelinessI(sync->busy);
+        ZELCycloneEndpoint_reportIncompatibleI(sync->busy);
         lock.lock();
         sync->busy = nullptr;
         sync->done.notify_all();

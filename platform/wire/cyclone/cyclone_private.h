@@ -81,6 +81,9 @@ struct ZELCycloneRemoteEndpointI {
     std::array<unsigned char, 16> key;  // its Cyclone GUID
     uint32_t participantPrefix[3];      // its participant's vurnc GUID prefix
     std::string typeName;
+    bool isWriter;
+    ZELWireGuid guid;  // its vurnc GUID
+    ZELWireEndpointQos qos;
 };
 
 // The builtin readers: discovery reads the first three; the last two are
@@ -160,6 +163,15 @@ struct ZELCycloneEndpointI {
     ZELWireCounters counters;                // [mutex]
     // [mutex] a reader's liveliness changes not yet reported, oldest first
     std::vector<ZELCycloneLivelinessEventI> livelinessEvents;
+    // [mutex] the policy of each incompatible match Cyclone told of, not yet
+    // reported
+    std::vector<uint32_t> incompatibleEvents;
+    // [callbackMutex] the remote endpoints named in those reported
+    std::vector<ZELWireGuid> incompatibleRemotes;
+    // What matching looks at: the topic and type names and the QoS.
+    std::string topicName;
+    std::string typeName;
+    ZELWireEndpointQos qos;
 };
 
 // ---- identity (cyclone_identity.cpp) ----
@@ -203,6 +215,16 @@ void ZELCycloneStatus_setReaderListenerI(dds_listener_t *listener);
 // Reports a reader's queued liveliness changes, once its matches are in
 // line [no lock held; on the match thread].
 void ZELCycloneEndpoint_reportLivelinessI(ZELCycloneEndpointI *endpoint);
+// Reports the incompatible matches Cyclone told of: each names the first
+// remote endpoint found incompatible and not yet named, and the policy in
+// the platform's order; one that cannot be found is reported as Cyclone
+// told it, without the remote [match thread].
+void ZELCycloneEndpoint_reportIncompatibleI(ZELCycloneEndpointI *endpoint);
+// The other participants' endpoints of the endpoint's topic and type, of
+// the other kind, whose QoS does not go with the endpoint's, with the
+// policy that fails. Throws std::bad_alloc.
+std::vector<std::pair<ZELWireGuid, uint32_t>> ZELCycloneParticipant_incompatibleRemotesI(
+        ZELCycloneParticipantI *participant, const ZELCycloneEndpointI *endpoint);
 
 // ---- the match thread (cyclone_match_sync.cpp) ----
 // Starts the thread; false (logged) when the system refuses one.

@@ -11,28 +11,6 @@
 
 #define ZEL_LOOPBACK_TRANSIENT_LOCAL_DURABILITY 1
 
-// The id of the first policy whose request `offered` does not meet, or 0.
-static uint32_t ZELLoopbackMatch_incompatiblePolicyI(const ZELWireEndpointQos *offered,
-                                                     const ZELWireEndpointQos *requested) {
-    if (offered->durabilityKind < requested->durabilityKind) {
-        return ZEL_WIRE_POLICY_ID_DURABILITY;
-    }
-    if (ZELNtpTime_compare(&offered->deadlinePeriod, &requested->deadlinePeriod) > 0) {
-        return ZEL_WIRE_POLICY_ID_DEADLINE;
-    }
-    if (offered->ownershipKind != requested->ownershipKind) {
-        return ZEL_WIRE_POLICY_ID_OWNERSHIP;
-    }
-    if (offered->livelinessKind < requested->livelinessKind ||
-        ZELNtpTime_compare(&offered->livelinessLeaseDuration, &requested->livelinessLeaseDuration) > 0) {
-        return ZEL_WIRE_POLICY_ID_LIVELINESS;
-    }
-    if (offered->reliabilityKind < requested->reliabilityKind) {
-        return ZEL_WIRE_POLICY_ID_RELIABILITY;
-    }
-    return 0;
-}
-
 static bool ZELLoopbackEndpoint_pairsWithI(const ZELLoopbackEndpointI *self, const ZELLoopbackEndpointI *other) {
     return other != self && !other->deleting && other->isWriter != self->isWriter &&
            other->participant->domainId == self->participant->domainId &&
@@ -122,7 +100,7 @@ bool ZELLoopbackMatch_createAllI(ZELLoopbackWireI *wire, ZELLoopbackEndpointI *e
         }
         match->writer = endpoint->isWriter ? endpoint : other;
         match->reader = endpoint->isWriter ? other : endpoint;
-        match->policyId = ZELLoopbackMatch_incompatiblePolicyI(&match->writer->qos, &match->reader->qos);
+        match->policyId = ZELWireEndpointQos_firstIncompatiblePolicyI(&match->writer->qos, &match->reader->qos);
         match->state = ZEL_LOOPBACK_MATCH_ANNOUNCING;
         match->announcer = endpoint;
         match->busy = 1;
