@@ -170,7 +170,9 @@ void onDataAvailable(dds_entity_t reader, void *arg) {
 bool topicAcquire(ZELCycloneEndpointI *endpoint, const ZELWireEndpointParams *params, const char *context) {
     ZELCycloneParticipantI *participant = endpoint->participant;
     try {
-        endpoint->topicKey = std::string(params->topicName) + '\n' + params->typeName + (endpoint->keyed ? "\nK" : "");
+        endpoint->topicName = params->topicName;
+        endpoint->typeName = params->typeName;
+        endpoint->topicKey = endpoint->topicName + '\n' + endpoint->typeName + (endpoint->keyed ? "\nK" : "");
         std::lock_guard<std::mutex> guard(participant->mutex);
         const auto [shared, added] = participant->cycloneTopics.try_emplace(endpoint->topicKey);
         if (!added) {
@@ -248,15 +250,6 @@ ZELCycloneEndpointI *endpointCreate(ZELWireParticipant *handle, const ZELWireEnd
     endpoint->participant = participant;
     endpoint->guid = params->guid;
     endpoint->qos = params->qos;
-    try {
-        endpoint->topicName = params->topicName;
-        endpoint->typeName = params->typeName;
-    } catch (...) {
-        ZELLog_printContextAndMsg(context, &ZEL_LOG_CREATION_FAILURE_s, "endpoint names");
-        endpoint->~ZELCycloneEndpointI();
-        ZELOsapiHeap_freeStructure(endpoint);
-        return nullptr;
-    }
     endpoint->statistics = nullptr;
     endpoint->deleting = false;
     // A listener may leave out what it does not want to hear, as on the
